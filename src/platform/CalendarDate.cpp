@@ -1,6 +1,6 @@
 #include "platform/CalendarDate.h"
 
-#include <QTimeZone>
+
 
 QString CalendarDate::defaultFormat()
 {
@@ -20,7 +20,7 @@ CalendarDate CalendarDate::now()
 
 CalendarDate CalendarDate::distantPast()
 {
-    return CalendarDate(QDateTime(QDate(1, 1, 1), QTime(0, 0), QTimeZone::UTC), 0);
+    return CalendarDate(QDateTime(QDate(1, 1, 1), QTime(0, 0), Qt::UTC), 0);
 }
 
 QDateTime CalendarDate::localMoment() const

@@ -1,0 +1,800 @@
+#include "model/FeedLibrary.h"
+
+#include "db/FMDatabase.h"
+#include "db/FMResultSet.h"
+#include "model/ArticleRow.h"
+#include "model/LibraryArchive.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/Log.h"
+#include "platform/NotificationCenter.h"
+#include "platform/Resources.h"
+#include "reading/QBUtilities.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QSaveFile>
+#include <algorithm>
+
+namespace {
+const QString insertColumns = QStringLiteral(
+    " (guid, imageURL, link, parent, pubDateFormat, publicationDate, source, state, summary, fullSummary, "
+    "title, uniqueID, authors, enclosure) values (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+
+const QString tableColumns = QStringLiteral(
+    " (id integer primary key, guid text, imageURL text, link text, parent text, pubDateFormat text, "
+    "publicationDate text, source text, state number, summary text, fullSummary text, title text, "
+    "uniqueID text, authors text, enclosure text)");
+
+template <typename T> std::shared_ptr<T> as(const TreeNodePtr &node)
+{
+    return std::dynamic_pointer_cast<T>(node);
+}
+
+bool isKind(const TreeNodePtr &node, int kind)
+{
+    return node && node->kindOfObject() == kind;
+}
+
+bool isContainer(const TreeNodePtr &node)
+{
+    return isKind(node, TreeNode::FolderKind) || isKind(node, TreeNode::VirtualFolderKind);
+}
+
+void collectFeeds(const TreeNodePtr &node, FeedList &feeds)
+{
+    for (const TreeNodePtr &child : node->children()) {
+        if (isKind(child, TreeNode::FeedKind))
+            feeds.append(as<Feed>(child));
+        else if (isContainer(child))
+            collectFeeds(child, feeds);
+    }
+}
+
+void collectArticles(const TreeNodePtr &node, ArticleList &articles)
+{
+    for (const TreeNodePtr &child : node->children()) {
+        if (isKind(child, TreeNode::ArticleKind))
+            articles.append(as<Article>(child));
+        else
+            collectArticles(child, articles);
+    }
+}
+
+void collectVirtualFolders(const TreeNodePtr &node, QList<VirtualFolderPtr> &folders)
+{
+    for (const TreeNodePtr &child : node->children()) {
+        if (isKind(child, TreeNode::VirtualFolderKind))
+            folders.append(as<VirtualFolder>(child));
+        if (isContainer(child))
+            collectVirtualFolders(child, folders);
+    }
+}
+
+void collectIdentifiers(const TreeNodePtr &node, QSet<QString> &identifiers)
+{
+    identifiers.insert(node->uniqueID());
+    for (const TreeNodePtr &child : node->children())
+        collectIdentifiers(child, identifiers);
+}
+
+TreeNodePtr findDepthFirst(const TreeNodePtr &node, const QString &uniqueID)
+{
+    if (node->uniqueID() == uniqueID)
+        return node;
+    for (const TreeNodePtr &child : node->children()) {
+        if (child->childCount() == 0) {
+            if (child->uniqueID() == uniqueID)
+                return child;
+        } else if (TreeNodePtr found = findDepthFirst(child, uniqueID)) {
+            return found;
+        }
+    }
+    return {};
+}
+
+ArticleList articlesOf(const TreeNodeList &nodes)
+{
+    ArticleList articles;
+    for (const TreeNodePtr &node : nodes) {
+        if (auto article = as<Article>(node))
+            articles.append(article);
+    }
+    return articles;
+}
+} // namespace
+
+FeedLibrary::FeedLibrary() : m_newsClippings(std::make_shared<VirtualFolder>(QStringLiteral("News Clippings"))) {}
+
+FeedLibrary::~FeedLibrary()
+{
+    {
+        std::lock_guard<std::mutex> locker(m_cleanupLock);
+        m_stopping = true;
+    }
+    m_cleanupWake.notify_all();
+    if (m_cleanupThread.joinable())
+        m_cleanupThread.join();
+}
+
+FeedLibrary &FeedLibrary::feedLibrary()
+{
+    static FeedLibrary library;
+    return library;
+}
+
+QString FeedLibrary::libraryPath()
+{
+    return QStringLiteral("%1/%2").arg(QBUtilities::applicationSupportPath(), QStringLiteral("QuillBay"));
+}
+
+QString FeedLibrary::iconPath()
+{
+    return QStringLiteral("%1/%2/%3").arg(QBUtilities::applicationSupportPath(), QStringLiteral("QuillBay"),
+                                          QStringLiteral("Icons"));
+}
+
+QString FeedLibrary::articleImagePath()
+{
+    return QStringLiteral("%1/%2/%3").arg(QBUtilities::applicationSupportPath(), QStringLiteral("QuillBay"),
+                                          QStringLiteral("Images"));
+}
+
+QString FeedLibrary::libraryFilePath()
+{
+    return QStringLiteral("%1/%2").arg(libraryPath(), QStringLiteral("Feeds.library"));
+}
+
+QString FeedLibrary::databasePath()
+{
+    return QStringLiteral("%1/Articles.db").arg(libraryPath());
+}
+
+FolderPtr FeedLibrary::root() const
+{
+    QMutexLocker locker(&m_rootLock);
+    return m_root;
+}
+
+void FeedLibrary::setRoot(const FolderPtr &root)
+{
+    QMutexLocker locker(&m_rootLock);
+    m_root = root;
+}
+
+// ---- start-up and saving
+
+void FeedLibrary::load()
+{
+    prepareFolders();
+    openDatabase();
+    FolderPtr decoded = QFileInfo::exists(libraryFilePath()) ? readLibraryFile() : FolderPtr();
+    if (decoded) {
+        setRoot(decoded);
+        for (const FeedPtr &feed : allFeeds())
+            attachStoredArticles(feed);
+    } else {
+        auto fresh = std::make_shared<Folder>();
+        fresh->setTitle(QStringLiteral("Feed Library"));
+        fresh->setUniqueID(QStringLiteral("root"));
+        setRoot(fresh);
+    }
+    startThumbnailCleanup();
+}
+
+void FeedLibrary::prepareFolders() const
+{
+    for (const QString &folder : {libraryPath(), iconPath(), articleImagePath()})
+        QDir().mkpath(folder);
+}
+
+void FeedLibrary::openDatabase()
+{
+    const bool existed = QFileInfo::exists(databasePath());
+    m_database = FMDatabase::databaseWithPath(databasePath());
+    if (!m_database || !m_database->open())
+        return;
+    if (!existed)
+        createTablesAndSeedClippings();
+    else if (!m_database->executeQuery(QStringLiteral("SELECT count(*) FROM sqlite_master")))
+        Log::write(QStringLiteral("-[FeedLibrary load] %1 is not a database QuillBay can read; it is left as it "
+                                  "is and no article will be stored until it is moved away")
+                       .arg(databasePath()));
+}
+
+void FeedLibrary::createTablesAndSeedClippings()
+{
+    m_database->executeUpdate(QStringLiteral("create table articles") + tableColumns);
+    m_database->executeUpdate(QStringLiteral("create table clippings") + tableColumns);
+    addArticle(welcomeArticle(), m_newsClippings);
+    addArticle(newsClippingsArticle(), m_newsClippings);
+}
+
+FolderPtr FeedLibrary::readLibraryFile()
+{
+    QFile file(libraryFilePath());
+    if (!file.open(QIODevice::ReadOnly)) {
+        Log::write(QStringLiteral("-[FeedLibrary load] cannot read %1: %2").arg(file.fileName(), file.errorString()));
+        return {};
+    }
+    const auto root = as<Folder>(LibraryArchive::unarchiveRoot(file.readAll()));
+    file.close();
+    if (!root)
+        keepUnreadableLibraryFile();
+    return root;
+}
+
+// A library file that cannot be read may still be rescued by hand, so it is moved aside, never overwritten.
+void FeedLibrary::keepUnreadableLibraryFile() const
+{
+    const QString kept = QStringLiteral("%1.unreadable-%2")
+                             .arg(libraryFilePath(), QDateTime::currentDateTime().toString("yyyyMMdd-HHmmss"));
+    const bool moved = QFile::rename(libraryFilePath(), kept);
+    Log::write(QStringLiteral("-[FeedLibrary load] %1 could not be read; %2 and starting afresh")
+                   .arg(libraryFilePath(), moved ? QStringLiteral("kept it as ") + kept
+                                                 : QStringLiteral("left it in place")));
+}
+
+void FeedLibrary::attachStoredArticles(const FeedPtr &feed)
+{
+    feed->setChildren({});
+    articlesFromQuery(QStringLiteral("SELECT * FROM articles where parent = ?"), {feed->uniqueID()}, feed);
+    // Newest first, as the readers insert them while the program runs; undated articles go last.
+    TreeNodeList children = feed->children();
+    std::stable_sort(children.begin(), children.end(), [](const TreeNodePtr &a, const TreeNodePtr &b) {
+        const CalendarDate first = as<Article>(a)->legacyPublicationDate();
+        const CalendarDate second = as<Article>(b)->legacyPublicationDate();
+        if (second.isNull())
+            return !first.isNull();
+        return !first.isNull() && first.moment() > second.moment();
+    });
+    feed->setChildren(children);
+    feed->updateUnreadCount();
+}
+
+VirtualFolderPtr FeedLibrary::loadNewsClippings()
+{
+    if (!m_database)
+        load();
+    for (const ArticlePtr &article : articlesFromQuery(QStringLiteral("SELECT * FROM clippings"), {}, nullptr)) {
+        m_newsClippings->addChild(article);
+        article->setParent(m_newsClippings);
+    }
+    return m_newsClippings;
+}
+
+void FeedLibrary::save()
+{
+    QSaveFile file(libraryFilePath());
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(LibraryArchive::archivedData(root()));
+        if (!file.commit())
+            Log::write(QStringLiteral("-[FeedLibrary save] could not write %1: %2")
+                           .arg(libraryFilePath(), file.errorString()));
+    } else {
+        Log::write(QStringLiteral("-[FeedLibrary save] could not write %1: %2")
+                       .arg(libraryFilePath(), file.errorString()));
+    }
+    if (m_database)
+        m_database->executeUpdate(QStringLiteral("VACUUM"));
+}
+
+ArticlePtr FeedLibrary::welcomeArticle() const
+{
+    return seedArticle(QStringLiteral("QuillBay-SideBarWelcome"), QStringLiteral("WelcomeArticleTitle"),
+                       QStringLiteral("WelcomeArticleSummary"), QStringLiteral("welcome"));
+}
+
+ArticlePtr FeedLibrary::newsClippingsArticle() const
+{
+    return seedArticle(QStringLiteral("QuillBay-SideBarHelp"), QStringLiteral("SideBarArticleTitle"),
+                       QStringLiteral("SideBarArticleSummary"), QStringLiteral("newsclippings"));
+}
+
+ArticlePtr FeedLibrary::seedArticle(const QString &uniqueID, const QString &titleKey, const QString &summaryKey,
+                                    const QString &page) const
+{
+    auto article = std::make_shared<Article>();
+    article->setTitle(LocalizedStrings::text(titleKey));
+    article->setSummary(LocalizedStrings::text(summaryKey));
+    QString text = Resources::text(page, QStringLiteral("html"));
+    text.replace(QStringLiteral("$IMAGE_PATH"), Resources::folderUrl().toString(), Qt::CaseInsensitive);
+    article->setFullSummary(text);
+    article->setUniqueID(uniqueID);
+    article->setGuid(uniqueID);
+    article->setLegacyPublicationDate(CalendarDate::now());
+    article->setCreationDate(QDateTime::currentDateTimeUtc());
+    return article;
+}
+
+// ---- reading rows
+
+ArticleList FeedLibrary::articlesFromQuery(const QString &sql, const QVariantList &values, const TreeNodePtr &parent)
+{
+    ArticleList articles;
+    if (!m_database)
+        return articles;
+    const auto results = m_database->executeQuery(sql, values);
+    if (!results)
+        return articles;
+    const auto lookup = [this](const QString &uniqueID) { return itemWithUniqueID(uniqueID); };
+    while (results->next())
+        articles.append(ArticleRow::articleFromRow(rowValues(*results), parent, lookup));
+    return articles;
+}
+
+ArticleRowValues FeedLibrary::rowValues(FMResultSet &results)
+{
+    ArticleRowValues row;
+    row.uniqueID = results.stringForColumn(QStringLiteral("uniqueID"));
+    row.title = results.stringForColumn(QStringLiteral("title"));
+    row.link = results.stringForColumn(QStringLiteral("link"));
+    row.imageURL = results.stringForColumn(QStringLiteral("imageURL"));
+    row.guid = results.stringForColumn(QStringLiteral("guid"));
+    row.authors = results.stringForColumn(QStringLiteral("authors"));
+    row.enclosure = results.stringForColumn(QStringLiteral("enclosure"));
+    row.source = results.stringForColumn(QStringLiteral("source"));
+    row.publicationDate = results.stringForColumn(QStringLiteral("publicationDate"));
+    row.pubDateFormat = results.stringForColumn(QStringLiteral("pubDateFormat"));
+    row.summary = results.stringForColumn(QStringLiteral("summary"));
+    row.state = results.intForColumn(QStringLiteral("state"));
+    return row;
+}
+
+void FeedLibrary::runInTransaction(const QString &sql, const QVariantList &values)
+{
+    if (!m_database)
+        return;
+    m_database->beginTransaction();
+    m_database->executeUpdate(sql, values);
+    m_database->commit();
+}
+
+// ---- lists and lookups
+
+FeedList FeedLibrary::allFeeds() const
+{
+    FeedList feeds;
+    if (const FolderPtr top = root())
+        collectFeeds(top, feeds);
+    return feeds;
+}
+
+ArticleList FeedLibrary::allArticles() const
+{
+    ArticleList articles;
+    if (const FolderPtr top = root())
+        collectArticles(top, articles);
+    return articles;
+}
+
+QList<TreeNodePtr> FeedLibrary::allFolders() const
+{
+    QList<TreeNodePtr> folders;
+    const FolderPtr top = root();
+    if (!top)
+        return folders;
+    for (const TreeNodePtr &child : top->children()) {
+        if (!isKind(child, TreeNode::FolderKind))
+            continue;
+        folders.append(child);
+        QList<VirtualFolderPtr> virtualFolders;
+        collectVirtualFolders(child, virtualFolders);
+        for (const VirtualFolderPtr &folder : std::as_const(virtualFolders))
+            folders.append(folder);
+    }
+    return folders;
+}
+
+QList<VirtualFolderPtr> FeedLibrary::allVirtualFolders() const
+{
+    QList<VirtualFolderPtr> folders;
+    if (const FolderPtr top = root())
+        collectVirtualFolders(top, folders);
+    return folders;
+}
+
+ArticleList FeedLibrary::allUnreadArticles() const
+{
+    ArticleList unread;
+    for (const ArticlePtr &article : allArticles()) {
+        if (article->state() == Article::Unread || article->state() == Article::New)
+            unread.append(article);
+    }
+    return unread;
+}
+
+ArticleList FeedLibrary::articlesMatchingDate(const CalendarDate &date) const
+{
+    ArticleList matching;
+    for (const ArticlePtr &article : allArticles()) {
+        const CalendarDate published = article->legacyPublicationDate();
+        if (!published.isNull() && published.year() == date.year() && published.dayOfYear() == date.dayOfYear())
+            matching.append(article);
+    }
+    return matching;
+}
+
+ArticleList FeedLibrary::articlesMatchingAuthorName(const QString &name) const
+{
+    ArticleList matching;
+    for (const ArticlePtr &article : allArticles()) {
+        const auto authors = article->authors();
+        if (!authors.isEmpty() && authors.first()->name() == name)
+            matching.append(article);
+    }
+    return matching;
+}
+
+TreeNodeList FeedLibrary::articlesForFeed(const FeedPtr &feed) const
+{
+    if (!feed) {
+        Log::write(QStringLiteral("- [FeedLibrary articlesForFeed:] called with nil feed"));
+        return {};
+    }
+    return feed->children();
+}
+
+TreeNodeList FeedLibrary::articlesForFeeds(const std::optional<FeedList> &feeds) const
+{
+    if (!feeds) {
+        Log::write(QStringLiteral("- [FeedLibrary articlesForFeeds:] called with nil array"));
+        return {};
+    }
+    TreeNodeList articles;
+    for (const FeedPtr &feed : *feeds)
+        articles += feed->children();
+    return articles;
+}
+
+FeedList FeedLibrary::feedsForFolder(const FolderPtr &folder) const
+{
+    if (!folder) {
+        Log::write(QStringLiteral("- [FeedLibrary feedsForFolder:] called with nil folder"));
+        return {};
+    }
+    FeedList feeds;
+    for (const TreeNodePtr &child : folder->children()) {
+        if (isKind(child, TreeNode::FeedKind))
+            feeds.append(as<Feed>(child));
+    }
+    return feeds;
+}
+
+QList<std::shared_ptr<Enclosure>> FeedLibrary::enclosuresForFeed(const FeedPtr &feed) const
+{
+    QList<std::shared_ptr<Enclosure>> enclosures;
+    for (const ArticlePtr &article : articlesOf(feed ? feed->children() : TreeNodeList())) {
+        if (article->enclosure())
+            enclosures.append(article->enclosure());
+    }
+    return enclosures;
+}
+
+bool FeedLibrary::feedContainsArticle(const FeedPtr &feed, const ArticlePtr &article) const
+{
+    return feed && feed->hasChild(article);
+}
+
+ArticlePtr FeedLibrary::articleWithGuid(const QString &guid, const FeedPtr &inFeed) const
+{
+    for (const ArticlePtr &article : articlesOf(inFeed ? inFeed->children() : TreeNodeList())) {
+        if (article->guid() == guid)
+            return article;
+    }
+    return {};
+}
+
+TreeNodePtr FeedLibrary::itemWithUniqueID(const QString &uniqueID) const
+{
+    const FolderPtr top = root();
+    return top ? findDepthFirst(top, uniqueID) : TreeNodePtr();
+}
+
+TreeNodePtr FeedLibrary::itemWithUniqueIDInClippings(const QString &uniqueID) const
+{
+    return findDepthFirst(m_newsClippings, uniqueID);
+}
+
+bool FeedLibrary::isItemAncestorOf(const TreeNodePtr &item, const TreeNodePtr &other) const
+{
+    for (TreeNodePtr node = other; node; node = node->parent()) {
+        if (node == item)
+            return true;
+        if (node->uniqueID() == QLatin1String("root") || node == root())
+            return false;
+    }
+    return false;
+}
+
+int FeedLibrary::totalUnreadArticleCount() const
+{
+    int total = 0;
+    for (const FeedPtr &feed : allFeeds())
+        total += feed->unreadCount();
+    return total;
+}
+
+int FeedLibrary::updateUnreadCounts()
+{
+    for (const FeedPtr &feed : allFeeds())
+        feed->updateUnreadCount();
+    return totalUnreadArticleCount();
+}
+
+// ---- selection
+
+TreeNodePtr FeedLibrary::selectedFolder() const
+{
+    for (const TreeNodePtr &item : m_selectedItems) {
+        if (isKind(item, TreeNode::FeedKind))
+            return item->parent();
+        if (isContainer(item))
+            return item;
+    }
+    return {};
+}
+
+FeedList FeedLibrary::selectedFeeds() const
+{
+    FeedList feeds;
+    for (const TreeNodePtr &item : m_selectedItems) {
+        if (isKind(item, TreeNode::FeedKind))
+            feeds.append(as<Feed>(item));
+        else if (isContainer(item))
+            collectFeeds(item, feeds);
+    }
+    return feeds;
+}
+
+TreeNodeList FeedLibrary::selectedArticles() const
+{
+    const FeedList feeds = selectedFeeds();
+    if (!feeds.isEmpty())
+        return articlesForFeeds(feeds);
+    TreeNodeList articles;
+    for (const TreeNodePtr &item : m_selectedItems) {
+        if (isKind(item, TreeNode::ArticleKind))
+            articles.append(item);
+        else if (isKind(item, TreeNode::VirtualFolderKind))
+            articles += item->children();
+    }
+    return articles;
+}
+
+// ---- navigation
+
+ArticlePtr FeedLibrary::neighbour(const TreeNodeList &list, const ArticlePtr &article, int step)
+{
+    qsizetype index = -1;
+    for (qsizetype i = 0; i < list.size(); ++i) {
+        if (list.at(i) == article) {
+            index = i;
+            break;
+        }
+    }
+    if (step < 0 && index <= 0)
+        return article;
+    const qsizetype target = index + step;
+    if (target >= list.size())
+        return article;
+    return as<Article>(list.at(target));
+}
+
+ArticlePtr FeedLibrary::nextArticleAfter(const ArticlePtr &article) const
+{
+    const ArticleList articles = allArticles();
+    return neighbour({articles.cbegin(), articles.cend()}, article, 1);
+}
+
+ArticlePtr FeedLibrary::previousArticleBefore(const ArticlePtr &article) const
+{
+    const ArticleList articles = allArticles();
+    return neighbour({articles.cbegin(), articles.cend()}, article, -1);
+}
+
+ArticlePtr FeedLibrary::nextArticleInSearchFolderAfter(const ArticlePtr &article) const
+{
+    return neighbour(m_searchFolder ? m_searchFolder->children() : TreeNodeList(), article, 1);
+}
+
+ArticlePtr FeedLibrary::previousArticleInSearchFolderBefore(const ArticlePtr &article) const
+{
+    return neighbour(m_searchFolder ? m_searchFolder->children() : TreeNodeList(), article, -1);
+}
+
+// ---- stored articles and states
+
+void FeedLibrary::saveSummary(const QString &fullText, const ArticlePtr &forArticle)
+{
+    runInTransaction(QStringLiteral("insert into articles") + insertColumns,
+                     ArticleRow::rowValues(*forArticle, ArticleRow::ArticlesTable, fullText));
+}
+
+QString FeedLibrary::longSummaryForArticle(const ArticlePtr &article)
+{
+    if (!m_database || !article)
+        return QStringLiteral("");
+    const bool clipped = article->parent() && article->parent() == m_newsClippings;
+    const QString sql = clipped ? QStringLiteral("SELECT * FROM clippings where uniqueID = ?")
+                                : QStringLiteral("SELECT * FROM articles where uniqueID = ?");
+    QString text;
+    if (const auto results = m_database->executeQuery(sql, {article->uniqueID()})) {
+        while (results->next())
+            text = results->stringForColumn(QStringLiteral("fullSummary"));
+    }
+    if (text.isNull() || text == QLatin1String("(null)"))
+        return QStringLiteral("");
+    return text;
+}
+
+void FeedLibrary::saveStateForArticle(const ArticlePtr &article)
+{
+    if (!m_database)
+        return;
+    const QVariantList values{article->storedState(), article->uniqueID()};
+    m_database->beginTransaction();
+    m_database->executeUpdate(QStringLiteral("UPDATE clippings SET state=? WHERE uniqueID=?"), values);
+    m_database->executeUpdate(QStringLiteral("UPDATE articles SET state=? WHERE uniqueID=?"), values);
+    m_database->commit();
+}
+
+void FeedLibrary::applyArticleState(int state, const FeedPtr &toFeed, bool preservingReadState)
+{
+    if (!toFeed)
+        return;
+    for (const ArticlePtr &article : articlesOf(toFeed->children())) {
+        if (!preservingReadState || article->state() != Article::Read)
+            article->setState(state);
+    }
+    if (!preservingReadState)
+        runInTransaction(QStringLiteral("UPDATE articles SET state=? WHERE parent=?"), {state, toFeed->uniqueID()});
+}
+
+// ---- clippings
+
+void FeedLibrary::addArticle(const ArticlePtr &article, const VirtualFolderPtr &)
+{
+    const QString text = article->fullSummary().isEmpty() ? longSummaryForArticle(article) : article->fullSummary();
+    runInTransaction(QStringLiteral("insert into clippings") + insertColumns,
+                     ArticleRow::rowValues(*article, ArticleRow::ClippingsTable, text));
+}
+
+void FeedLibrary::deleteArticle(const ArticlePtr &article, const VirtualFolderPtr &)
+{
+    runInTransaction(QStringLiteral("DELETE FROM clippings WHERE uniqueID = ?"), {article->uniqueID()});
+}
+
+// ---- search
+
+void FeedLibrary::performSearchWithString(const QString &text)
+{
+    const QString pattern = QStringLiteral("%%1%").arg(text);
+    auto folder = std::make_shared<VirtualFolder>(QStringLiteral("Search: %1").arg(text));
+    m_selectedItems = {folder};
+    const ArticleList found = articlesFromQuery(
+        QStringLiteral("SELECT * FROM articles WHERE title LIKE ? OR fullSummary LIKE ? COLLATE NOCASE"),
+        {pattern, pattern}, nullptr);
+    TreeNodeList children;
+    children.reserve(found.size());
+    for (const ArticlePtr &article : found) {
+        children.append(article);
+        article->setParent(folder);
+    }
+    folder->addChildren(children);
+    m_searchFolder = folder;
+    NotificationCenter::defaultCenter().post(QStringLiteral("FeedSearchPerformedWithString"), text);
+    NotificationCenter::defaultCenter().post(QStringLiteral("feedSelectionChanged"),
+                                             QVariant::fromValue<TreeNodePtr>(folder));
+}
+
+// ---- tree changes
+
+void FeedLibrary::add(const TreeNodePtr &item, const TreeNodePtr &into, int atIndex)
+{
+    if (!item) {
+        Log::write(QStringLiteral("- [QBFeedLibrary add:into:atIndex:] called with nil item to add."));
+        return;
+    }
+    const TreeNodePtr parent = into ? into : TreeNodePtr(root());
+    if (parent->hasChild(item)) {
+        parent->removeChild(item);
+        parent->addChild(item, atIndex);
+        return;
+    }
+    const TreeNodePtr previous = item->parent();
+    item->setParent(parent);
+    parent->addChild(item, atIndex);
+    if (previous && previous != parent)
+        previous->removeChild(item);
+    m_libraryDirty = true;
+}
+
+void FeedLibrary::remove(const TreeNodePtr &item, const TreeNodePtr &from)
+{
+    if (from)
+        from->removeChild(item);
+    m_libraryDirty = true;
+}
+
+void FeedLibrary::removeFeedHistory(const FeedPtr &feed)
+{
+    QDir(QStringLiteral("%1/%2").arg(articleImagePath(), feed->uniqueID())).removeRecursively();
+    runInTransaction(QStringLiteral("DELETE FROM articles WHERE parent = ?"), {feed->uniqueID()});
+}
+
+void FeedLibrary::deleteHistoryFor(const TreeNodePtr &item, const TreeNodePtr &)
+{
+    if (const auto article = as<Article>(item)) {
+        runInTransaction(QStringLiteral("DELETE FROM articles WHERE uniqueID = ?"), {article->uniqueID()});
+        const auto source = article->source();
+        if (source)
+            QFile::remove(QStringLiteral("%1/%2/%3.jpg").arg(articleImagePath(), source->uniqueID(), article->uniqueID()));
+    } else if (const auto feed = as<Feed>(item)) {
+        removeFeedHistory(feed);
+    } else if (isKind(item, TreeNode::FolderKind)) {
+        for (const TreeNodePtr &child : item->children())
+            deleteHistoryFor(child, item);
+    }
+}
+
+void FeedLibrary::removeChildrenForItem(const TreeNodePtr &item, bool deletingHistory)
+{
+    if (!item)
+        return;
+    if (deletingHistory && isKind(item, TreeNode::FeedKind))
+        removeFeedHistory(as<Feed>(item));
+    item->removeChildren();
+    m_libraryDirty = true;
+}
+
+// ---- thumbnail clean-up
+
+void FeedLibrary::startThumbnailCleanup()
+{
+    if (m_cleanupThread.joinable())
+        return;
+    m_cleanupThread = std::thread([this] { removeOrphanedThumbnailImages(); });
+}
+
+bool FeedLibrary::waitForCleanupDelay(std::chrono::milliseconds delay)
+{
+    std::unique_lock<std::mutex> locker(m_cleanupLock);
+    return !m_cleanupWake.wait_for(locker, delay, [this] { return m_stopping; });
+}
+
+// Runs away from the main thread while the tree may change: it reads only identifiers and child lists,
+// which nodes hand out whole, and it lists a folder's files before it looks at the tree, so that a
+// thumbnail written meanwhile always belongs to an article the look-up can see.
+void FeedLibrary::removeOrphanedThumbnailImages(std::chrono::milliseconds delay)
+{
+    if (!waitForCleanupDelay(delay))
+        return;
+    const FeedList feeds = allFeeds();
+    const QString taskName = LocalizedStrings::text(QStringLiteral("CleanLibraryImagesTask"));
+    auto progress = [&](int done) {
+        NotificationCenter::defaultCenter().post(QStringLiteral("ActiveTaskNotification"),
+                                                 QVariant::fromValue(static_cast<void *>(this)),
+                                                 {{QStringLiteral("ActiveTaskMaxValueKey"), double(feeds.size())},
+                                                  {QStringLiteral("ActiveTaskValueKey"), done},
+                                                  {QStringLiteral("ActiveTaskNameKey"), taskName}});
+    };
+    progress(0);
+
+    QList<QFileInfoList> files;
+    for (const FeedPtr &feed : feeds)
+        files.append(QDir(QStringLiteral("%1/%2").arg(articleImagePath(), feed->uniqueID())).entryInfoList(QDir::Files));
+    QSet<QString> identifiers;
+    if (const FolderPtr top = root())
+        collectIdentifiers(top, identifiers);
+
+    for (qsizetype i = 0; i < feeds.size(); ++i) {
+        for (const QFileInfo &file : std::as_const(files.at(i))) {
+            if (!identifiers.contains(file.completeBaseName()))
+                QFile::remove(file.filePath());
+        }
+        progress(int(i + 1));
+    }
+}

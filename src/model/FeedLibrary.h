@@ -1,0 +1,145 @@
+// The one library: the root of the tree, the news clippings, the latest search, the selection and the
+// article database. Every other part reads and changes the library through it; it never shows a window.
+#pragma once
+
+#include "model/Article.h"
+#include "model/Feed.h"
+#include "model/Folder.h"
+#include "model/VirtualFolder.h"
+
+#include <QMutex>
+#include <QString>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+class FMDatabase;
+class FMResultSet;
+struct ArticleRowValues;
+
+using FeedPtr = std::shared_ptr<Feed>;
+using FolderPtr = std::shared_ptr<Folder>;
+using VirtualFolderPtr = std::shared_ptr<VirtualFolder>;
+using ArticleList = QList<ArticlePtr>;
+using FeedList = QList<FeedPtr>;
+
+class FeedLibrary
+{
+public:
+    FeedLibrary();
+    ~FeedLibrary();
+    FeedLibrary(const FeedLibrary &) = delete;
+    FeedLibrary &operator=(const FeedLibrary &) = delete;
+
+    static FeedLibrary &feedLibrary();
+
+    static QString libraryPath();      // the program's folder in the per-user data folder
+    static QString iconPath();         // feed icons, named by feed identifier
+    static QString articleImagePath(); // article thumbnails, one sub-folder per feed
+    static QString libraryFilePath();  // the archived tree
+    static QString databasePath();     // the article database
+
+    // Start-up and saving.
+    void load();
+    VirtualFolderPtr loadNewsClippings();
+    void save();
+
+    FolderPtr root() const;
+    void setRoot(const FolderPtr &root);
+    VirtualFolderPtr newsClippings() const { return m_newsClippings; }
+    void setNewsClippings(const VirtualFolderPtr &folder) { m_newsClippings = folder; }
+    VirtualFolderPtr searchFolder() const { return m_searchFolder; }
+    void setSearchFolder(const VirtualFolderPtr &folder) { m_searchFolder = folder; }
+    std::shared_ptr<FMDatabase> database() const { return m_database; }
+    void setDatabase(const std::shared_ptr<FMDatabase> &database) { m_database = database; }
+    TreeNodeList selectedItems() const { return m_selectedItems; }
+    void setSelectedItems(const TreeNodeList &items) { m_selectedItems = items; }
+    bool libraryDirty() const { return m_libraryDirty; }
+
+    // Lists and lookups.
+    FeedList allFeeds() const;
+    ArticleList allArticles() const;
+    QList<TreeNodePtr> allFolders() const;
+    QList<VirtualFolderPtr> allVirtualFolders() const;
+    ArticleList allUnreadArticles() const;
+    ArticleList articlesMatchingDate(const CalendarDate &date) const;
+    ArticleList articlesMatchingAuthorName(const QString &name) const;
+    TreeNodeList articlesForFeed(const FeedPtr &feed) const;
+    TreeNodeList articlesForFeeds(const std::optional<FeedList> &feeds) const;
+    FeedList feedsForFolder(const FolderPtr &folder) const;
+    QList<std::shared_ptr<Enclosure>> enclosuresForFeed(const FeedPtr &feed) const;
+    bool feedContainsArticle(const FeedPtr &feed, const ArticlePtr &article) const;
+    ArticlePtr articleWithGuid(const QString &guid, const FeedPtr &inFeed) const;
+    TreeNodePtr itemWithUniqueID(const QString &uniqueID) const;
+    TreeNodePtr itemWithUniqueIDInClippings(const QString &uniqueID) const;
+    bool isItemAncestorOf(const TreeNodePtr &item, const TreeNodePtr &other) const;
+    int totalUnreadArticleCount() const;
+    int updateUnreadCounts();
+
+    // The selection.
+    TreeNodePtr selectedFolder() const;
+    FeedList selectedFeeds() const;
+    TreeNodeList selectedArticles() const;
+
+    // Navigation.
+    ArticlePtr nextArticleAfter(const ArticlePtr &article) const;
+    ArticlePtr previousArticleBefore(const ArticlePtr &article) const;
+    ArticlePtr nextArticleInSearchFolderAfter(const ArticlePtr &article) const;
+    ArticlePtr previousArticleInSearchFolderBefore(const ArticlePtr &article) const;
+
+    // Stored articles and their states.
+    void saveSummary(const QString &fullText, const ArticlePtr &forArticle);
+    QString longSummaryForArticle(const ArticlePtr &article);
+    void saveStateForArticle(const ArticlePtr &article);
+    void applyArticleState(int state, const FeedPtr &toFeed, bool preservingReadState);
+
+    // Clippings.
+    void addArticle(const ArticlePtr &article, const VirtualFolderPtr &toClippingsFolder);
+    void deleteArticle(const ArticlePtr &article, const VirtualFolderPtr &fromClippingsFolder);
+
+    void performSearchWithString(const QString &text);
+
+    // Changes to the tree.
+    void add(const TreeNodePtr &item, const TreeNodePtr &into, int atIndex);
+    void remove(const TreeNodePtr &item, const TreeNodePtr &from);
+    void removeChildrenForItem(const TreeNodePtr &item, bool deletingHistory);
+    void deleteHistoryFor(const TreeNodePtr &item, const TreeNodePtr &from);
+
+    // Deletes thumbnails whose article no longer exists; safe to run on any thread.
+    void removeOrphanedThumbnailImages(std::chrono::milliseconds delay = std::chrono::seconds(60));
+
+private:
+    void prepareFolders() const;
+    void openDatabase();
+    void createTablesAndSeedClippings();
+    FolderPtr readLibraryFile();
+    void keepUnreadableLibraryFile() const;
+    void attachStoredArticles(const FeedPtr &feed);
+    ArticlePtr welcomeArticle() const;
+    ArticlePtr newsClippingsArticle() const;
+    ArticlePtr seedArticle(const QString &uniqueID, const QString &titleKey, const QString &summaryKey,
+                           const QString &page) const;
+    ArticleList articlesFromQuery(const QString &sql, const QVariantList &values, const TreeNodePtr &parent);
+    static ArticleRowValues rowValues(FMResultSet &results);
+    void runInTransaction(const QString &sql, const QVariantList &values);
+    void removeFeedHistory(const FeedPtr &feed);
+    void startThumbnailCleanup();
+    bool waitForCleanupDelay(std::chrono::milliseconds delay);
+    static ArticlePtr neighbour(const TreeNodeList &list, const ArticlePtr &article, int step);
+
+    mutable QMutex m_rootLock;
+    FolderPtr m_root;
+    VirtualFolderPtr m_newsClippings;
+    VirtualFolderPtr m_searchFolder;
+    TreeNodeList m_selectedItems;
+    std::shared_ptr<FMDatabase> m_database;
+    bool m_libraryDirty = true;
+
+    std::thread m_cleanupThread;
+    std::mutex m_cleanupLock;
+    std::condition_variable m_cleanupWake;
+    bool m_stopping = false;
+};

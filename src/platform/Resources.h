@@ -1,0 +1,17 @@
+// Finds the files the program ships with (pages, images, sounds, string table). It only answers
+// paths; it never writes into the resource folder.
+#pragma once
+
+#include <QString>
+#include <QUrl>
+
+class Resources
+{
+public:
+    // QUILLBAY_RESOURCES in the environment wins over the folder the program was built with.
+    static QString folder();
+    static QUrl folderUrl();
+    static QString path(const QString &name, const QString &type);
+    // The resource read as UTF-8 text; empty when it is missing.
+    static QString text(const QString &name, const QString &type);
+};

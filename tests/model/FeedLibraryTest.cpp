@@ -1,0 +1,392 @@
+#include "LogCapture.h"
+#include "db/FMDatabase.h"
+#include "db/FMResultSet.h"
+#include "model/ArticleRow.h"
+#include "model/FeedLibrary.h"
+#include "platform/NotificationCenter.h"
+#include "platform/Resources.h"
+
+#include <QDir>
+#include <QFile>
+#include <gtest/gtest.h>
+
+namespace {
+struct StoredRow
+{
+    QString uniqueID;
+    QString parent;
+    int state;
+};
+
+QList<StoredRow> storedRows(const QString &table)
+{
+    QList<StoredRow> rows;
+    auto database = FMDatabase::databaseWithPath(FeedLibrary::databasePath());
+    database->open();
+    auto results = database->executeQuery("SELECT * FROM " + table + " ORDER BY id");
+    while (results && results->next())
+        rows.append({results->stringForColumn("uniqueID"), results->stringForColumn("parent"),
+                     results->intForColumn("state")});
+    database->close();
+    return rows;
+}
+
+FeedPtr addFeed(FeedLibrary &library, const QString &title, const TreeNodePtr &into = nullptr)
+{
+    auto feed = std::make_shared<Feed>();
+    feed->setTitle(title);
+    feed->setFeed(QUrl("https://example.org/" + title + ".xml"));
+    library.add(feed, into, 1000);
+    return feed;
+}
+
+ArticlePtr storeArticle(FeedLibrary &library, const FeedPtr &feed, const QString &title, const QString &fullText,
+                        int day = 1)
+{
+    auto article = std::make_shared<Article>();
+    article->setTitle(title);
+    article->setGuid("guid-" + title);
+    article->setParent(feed);
+    article->setSource(feed);
+    article->setLegacyPublicationDate(CalendarDate(QDateTime(QDate(2026, 3, day), QTime(12, 0), Qt::UTC), 0));
+    library.saveSummary(fullText, article);
+    feed->addChild(article, 0);
+    return article;
+}
+
+QByteArray fileBytes(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void writeFile(const QString &path, const QByteArray &bytes)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+} // namespace
+
+TEST(FeedLibraryLoad, AFirstRunCreatesBothTablesAndSeedsTheClippingsWithWelcomeThenHelp)
+{
+    FeedLibrary library;
+    library.load();
+    EXPECT_TRUE(QDir(FeedLibrary::iconPath()).exists());
+    EXPECT_TRUE(QDir(FeedLibrary::articleImagePath()).exists());
+    ASSERT_TRUE(library.root());
+    EXPECT_EQ(library.root()->uniqueID(), "root");
+    EXPECT_EQ(library.root()->title(), "Feed Library");
+
+    const auto clippings = storedRows("clippings");
+    ASSERT_EQ(clippings.size(), 2);
+    EXPECT_EQ(clippings.at(0).uniqueID, "QuillBay-SideBarWelcome");
+    EXPECT_EQ(clippings.at(1).uniqueID, "QuillBay-SideBarHelp");
+    for (const StoredRow &row : clippings) {
+        EXPECT_EQ(row.state, 1);
+        EXPECT_EQ(row.parent, "");
+    }
+
+    const auto folder = library.loadNewsClippings();
+    ASSERT_EQ(folder->childCount(), 2);
+    const auto welcome = std::dynamic_pointer_cast<Article>(folder->children().at(0));
+    EXPECT_EQ(welcome->title(), "Welcome to QuillBay");
+    EXPECT_EQ(welcome->parent(), folder);
+    const QString page = library.longSummaryForArticle(welcome);
+    EXPECT_TRUE(page.contains(Resources::folderUrl().toString() + "/pages.css")) << "the page's images resolve";
+    EXPECT_FALSE(page.contains("$IMAGE_PATH", Qt::CaseInsensitive));
+}
+
+TEST(FeedLibraryLoad, ALibrarySavedAndLoadedAgainKeepsItsTreeAndReattachesCountedArticles)
+{
+    QString feedID;
+    {
+        FeedLibrary library;
+        library.load();
+        auto folder = std::make_shared<Folder>();
+        folder->setTitle("Tech");
+        library.add(folder, nullptr, 0);
+        auto feed = addFeed(library, "planet", folder);
+        feed->setUsername("me");
+        feed->setPassword("pw");
+        feed->setUpdateInterval(60);
+        feed->setRetentionPeriod(14);
+        addFeed(library, "quiet");
+        feedID = feed->uniqueID();
+        storeArticle(library, feed, "old", "old text", 1);
+        auto read = storeArticle(library, feed, "read", "read text", 2);
+        storeArticle(library, feed, "newest", "new text", 3);
+        read->setState(Article::Read);
+        library.saveStateForArticle(read);
+        library.save();
+    }
+    FeedLibrary library;
+    library.load();
+    const auto root = library.root();
+    ASSERT_EQ(root->childCount(), 2);
+    const auto folder = std::dynamic_pointer_cast<Folder>(root->children().at(0));
+    ASSERT_TRUE(folder);
+    EXPECT_EQ(folder->title(), "Tech");
+    const auto feed = std::dynamic_pointer_cast<Feed>(folder->children().value(0));
+    ASSERT_TRUE(feed);
+    EXPECT_EQ(feed->uniqueID(), feedID);
+    EXPECT_EQ(feed->username(), "me");
+    EXPECT_EQ(feed->password(), "pw");
+    EXPECT_EQ(feed->updateInterval(), 60);
+    EXPECT_EQ(feed->retentionPeriod(), 14);
+    EXPECT_EQ(feed->feed(), QUrl("https://example.org/planet.xml"));
+    EXPECT_EQ(feed->parent(), folder);
+
+    QStringList titles;
+    for (const TreeNodePtr &child : feed->children())
+        titles << std::dynamic_pointer_cast<Article>(child)->title();
+    EXPECT_EQ(titles, QStringList({"newest", "read", "old"}));
+    EXPECT_EQ(feed->unreadCount(), 2) << "new articles come back unread and are counted";
+    EXPECT_FALSE(feed->hasNewArticles());
+    EXPECT_EQ(library.totalUnreadArticleCount(), 2);
+    EXPECT_EQ(library.longSummaryForArticle(std::dynamic_pointer_cast<Article>(feed->children().at(0))), "new text");
+}
+
+TEST(FeedLibraryLoad, ADatabaseWithoutALibraryFileIsNeitherRecreatedNorReseeded)
+{
+    {
+        FeedLibrary library;
+        library.load();
+        storeArticle(library, addFeed(library, "gone"), "orphan", "text");
+    }
+    FeedLibrary library;
+    library.load();
+    EXPECT_EQ(storedRows("clippings").size(), 2);
+    EXPECT_EQ(storedRows("articles").size(), 1) << "rows of feeds that no longer exist stay where they are";
+    EXPECT_EQ(library.root()->childCount(), 0);
+}
+
+TEST(FeedLibraryLoad, ALibraryFileWithoutADatabaseLoadsItsFeedsWithNoArticles)
+{
+    {
+        FeedLibrary library;
+        library.load();
+        auto feed = addFeed(library, "kept");
+        storeArticle(library, feed, "a", "text");
+        library.save();
+    }
+    ASSERT_TRUE(QFile::remove(FeedLibrary::databasePath()));
+    FeedLibrary library;
+    library.load();
+    ASSERT_EQ(library.allFeeds().size(), 1);
+    EXPECT_EQ(library.allFeeds().first()->childCount(), 0);
+    EXPECT_EQ(library.allFeeds().first()->unreadCount(), 0);
+    EXPECT_EQ(storedRows("clippings").size(), 2);
+}
+
+TEST(FeedLibraryLoad, TwoRowsWithOneGuidLoadAsOneArticleTheLaterInTheEarliersPlace)
+{
+    QString laterID;
+    {
+        FeedLibrary library;
+        library.load();
+        auto feed = addFeed(library, "dupes");
+        auto first = storeArticle(library, feed, "same", "one");
+        auto second = storeArticle(library, feed, "same", "two");
+        laterID = second->uniqueID();
+        ASSERT_NE(first->uniqueID(), laterID);
+        library.save();
+    }
+    FeedLibrary library;
+    library.load();
+    const auto feed = library.allFeeds().first();
+    ASSERT_EQ(feed->childCount(), 1);
+    EXPECT_EQ(feed->children().first()->uniqueID(), laterID);
+}
+
+TEST(FeedLibraryLoad, AnUnreadableLibraryFileIsKeptAsideAndNeverOverwritten)
+{
+    const QByteArray damaged("not a library at all");
+    writeFile(FeedLibrary::libraryFilePath(), damaged);
+    LogCapture log;
+    FeedLibrary library;
+    library.load();
+    EXPECT_EQ(library.root()->childCount(), 0);
+    const QStringList kept = QDir(FeedLibrary::libraryPath()).entryList({"Feeds.library.unreadable-*"});
+    ASSERT_EQ(kept.size(), 1);
+    EXPECT_EQ(fileBytes(FeedLibrary::libraryPath() + "/" + kept.first()), damaged);
+    EXPECT_TRUE(std::any_of(log.lines().cbegin(), log.lines().cend(),
+                            [](const QString &line) { return line.contains("could not be read"); }));
+}
+
+TEST(FeedLibraryLoad, ADatabaseFileThatIsNotSQLiteIsLeftAloneAndTheLibraryStillRuns)
+{
+    const QByteArray junk(4096, 'j');
+    writeFile(FeedLibrary::databasePath(), junk);
+    {
+        FeedLibrary library;
+        library.load();
+        auto feed = addFeed(library, "survivor");
+        storeArticle(library, feed, "a", "text");
+        EXPECT_EQ(library.longSummaryForArticle(std::dynamic_pointer_cast<Article>(feed->children().first())), "");
+        library.performSearchWithString("a");
+        EXPECT_EQ(library.searchFolder()->childCount(), 0);
+        library.save();
+    }
+    EXPECT_EQ(fileBytes(FeedLibrary::databasePath()), junk);
+    FeedLibrary again;
+    again.load();
+    EXPECT_EQ(again.allFeeds().size(), 1) << "the tree is saved even when the articles cannot be";
+}
+
+TEST(FeedLibraryState, StatesWrittenPerArticleAndPerFeedSurviveARestart)
+{
+    {
+        FeedLibrary library;
+        library.load();
+        auto first = addFeed(library, "first");
+        auto second = addFeed(library, "second");
+        auto a = storeArticle(library, first, "a", "");
+        storeArticle(library, first, "b", "");
+        storeArticle(library, second, "c", "");
+        auto d = storeArticle(library, second, "d", "");
+        a->setState(Article::New);
+        library.saveStateForArticle(a);
+        library.applyArticleState(Article::Read, first, false);
+        d->setState(Article::Read);
+        library.applyArticleState(Article::Unread, second, true);
+        EXPECT_EQ(d->state(), Article::Read) << "preserving read states leaves read articles alone";
+        library.save();
+    }
+    FeedLibrary library;
+    library.load();
+    const auto first = library.allFeeds().at(0);
+    const auto second = library.allFeeds().at(1);
+    EXPECT_EQ(first->unreadCount(), 0);
+    EXPECT_EQ(second->unreadCount(), 2) << "the preserving form writes nothing";
+}
+
+TEST(FeedLibrarySearch, LikeWildcardsWorkAndAnEmptyResultStillSelectsASearchFolder)
+{
+    FeedLibrary library;
+    library.load();
+    auto feed = addFeed(library, "f");
+    storeArticle(library, feed, "Rates", "up by 50 percent");
+    storeArticle(library, feed, "Sales", "a 50% rise");
+    storeArticle(library, feed, "Other", "nothing here");
+
+    QStringList heard;
+    const int token = NotificationCenter::defaultCenter().addObserver({}, [&](const Notification &n) {
+        heard << n.name;
+    });
+    library.performSearchWithString("50%");
+    EXPECT_EQ(library.searchFolder()->childCount(), 2) << "% in the text is a wildcard";
+    library.performSearchWithString("RATES");
+    EXPECT_EQ(library.searchFolder()->childCount(), 1);
+    library.performSearchWithString("5_ p");
+    EXPECT_EQ(library.searchFolder()->childCount(), 1);
+    const auto hit = std::dynamic_pointer_cast<Article>(library.searchFolder()->children().first());
+    EXPECT_EQ(hit->parent(), library.searchFolder());
+    EXPECT_EQ(hit->source(), feed);
+
+    heard.clear();
+    library.performSearchWithString("no such words");
+    NotificationCenter::defaultCenter().removeObserver(token);
+    EXPECT_EQ(library.searchFolder()->title(), "Search: no such words");
+    EXPECT_EQ(library.searchFolder()->childCount(), 0);
+    EXPECT_EQ(library.selectedItems(), TreeNodeList({library.searchFolder()}));
+    EXPECT_EQ(heard, QStringList({"FeedSearchPerformedWithString", "feedSelectionChanged"}));
+}
+
+TEST(FeedLibraryQueries, SelectionNavigationAndMovesFollowTheTreeOrder)
+{
+    FeedLibrary library;
+    library.load();
+    auto folder = std::make_shared<Folder>();
+    library.add(folder, nullptr, 0);
+    auto a = addFeed(library, "a", folder);
+    auto b = addFeed(library, "b", folder);
+    addFeed(library, "c", folder);
+    addFeed(library, "d", folder);
+    auto x = storeArticle(library, a, "x", "");
+    auto y = storeArticle(library, b, "y", "");
+
+    library.add(a, folder, 3);
+    QStringList order;
+    for (const FeedPtr &feed : library.feedsForFolder(folder))
+        order << feed->title();
+    EXPECT_EQ(order, QStringList({"b", "c", "d", "a"}));
+
+    EXPECT_EQ(library.nextArticleAfter(y), x);
+    EXPECT_EQ(library.nextArticleAfter(x), x) << "the last article answers itself";
+    EXPECT_EQ(library.previousArticleBefore(y), y) << "the first article answers itself";
+    EXPECT_EQ(library.nextArticleAfter(std::make_shared<Article>()), y) << "an unknown article starts over";
+
+    auto clipped = std::make_shared<Article>();
+    library.setSelectedItems({folder, clipped});
+    EXPECT_EQ(library.selectedArticles(), TreeNodeList({y, x})) << "feeds win over loose articles";
+    EXPECT_EQ(library.selectedFolder(), folder);
+    library.setSelectedItems({clipped});
+    EXPECT_EQ(library.selectedArticles(), TreeNodeList({clipped}));
+    library.setSelectedItems({b});
+    EXPECT_EQ(library.selectedFolder(), folder);
+
+    EXPECT_TRUE(library.isItemAncestorOf(folder, x));
+    EXPECT_FALSE(library.isItemAncestorOf(b, x));
+    EXPECT_EQ(library.itemWithUniqueID(x->uniqueID()), x);
+    EXPECT_EQ(library.articleWithGuid("guid-y", b), y);
+    EXPECT_EQ(library.longSummaryForArticle(std::make_shared<Article>()), "");
+
+    LogCapture log;
+    EXPECT_TRUE(library.articlesForFeed(nullptr).isEmpty());
+    EXPECT_TRUE(library.articlesForFeeds(std::nullopt).isEmpty());
+    EXPECT_TRUE(library.feedsForFolder(nullptr).isEmpty());
+    library.add(nullptr, folder, 0);
+    EXPECT_EQ(log.lines(), QStringList({"- [FeedLibrary articlesForFeed:] called with nil feed",
+                                        "- [FeedLibrary articlesForFeeds:] called with nil array",
+                                        "- [FeedLibrary feedsForFolder:] called with nil folder",
+                                        "- [QBFeedLibrary add:into:atIndex:] called with nil item to add."}));
+}
+
+TEST(FeedLibraryHistory, DeletingHistoryRemovesRowsAndThumbnails)
+{
+    FeedLibrary library;
+    library.load();
+    auto feed = addFeed(library, "f");
+    auto kept = storeArticle(library, feed, "kept", "");
+    auto dropped = storeArticle(library, feed, "dropped", "");
+    const QString images = FeedLibrary::articleImagePath() + "/" + feed->uniqueID();
+    writeFile(images + "/" + dropped->uniqueID() + ".jpg", "jpeg");
+    writeFile(images + "/" + kept->uniqueID() + ".jpg", "jpeg");
+
+    library.deleteHistoryFor(dropped, feed);
+    EXPECT_FALSE(QFile::exists(images + "/" + dropped->uniqueID() + ".jpg"));
+    EXPECT_TRUE(QFile::exists(images + "/" + kept->uniqueID() + ".jpg"));
+    EXPECT_EQ(storedRows("articles").size(), 1);
+
+    library.removeChildrenForItem(feed, true);
+    EXPECT_FALSE(QDir(images).exists());
+    EXPECT_EQ(storedRows("articles").size(), 0);
+    EXPECT_EQ(feed->childCount(), 0);
+}
+
+TEST(FeedLibraryHistory, TheThumbnailCleanUpDeletesOnlyPicturesOfArticlesThatAreGone)
+{
+    FeedLibrary library;
+    library.load();
+    auto feed = addFeed(library, "pictures");
+    auto article = storeArticle(library, feed, "has picture", "");
+    const QString images = FeedLibrary::articleImagePath() + "/" + feed->uniqueID();
+    writeFile(images + "/abc.jpg", "orphan");
+    writeFile(images + "/" + article->uniqueID() + ".jpg", "kept");
+
+    int progressPosts = 0;
+    const int token = NotificationCenter::defaultCenter().addObserver("ActiveTaskNotification",
+                                                                        [&](const Notification &) { ++progressPosts; });
+    std::thread worker([&] { library.removeOrphanedThumbnailImages(std::chrono::milliseconds(0)); });
+    // The tree keeps changing on this thread while the clean-up reads it.
+    for (int i = 0; i < 200; ++i)
+        storeArticle(library, addFeed(library, QString::number(i)), "busy", "");
+    worker.join();
+    NotificationCenter::defaultCenter().removeObserver(token);
+
+    EXPECT_FALSE(QFile::exists(images + "/abc.jpg"));
+    EXPECT_TRUE(QFile::exists(images + "/" + article->uniqueID() + ".jpg"));
+    EXPECT_GE(progressPosts, 2);
+}

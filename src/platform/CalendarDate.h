@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QMetaType>
 #include <QString>
+#include <QStringList>
 
 class CalendarDate
 {
@@ -21,9 +22,13 @@ public:
     // Reads text written with the format; a null date when the text does not match it.
     static CalendarDate fromString(const QString &text, const QString &format);
 
+    // English names as the formats write them: weekdays from Monday, months from January.
+    static QStringList weekdayNames();
+    static QStringList monthNames();
+
     bool isNull() const { return !m_moment.isValid(); }
-    QDateTime moment() const { return m_moment; }    // in UTC
-    QDateTime localMoment() const;                   // the same moment shown at the date's own offset
+    QDateTime moment() const { return m_moment; } // in UTC
+    QDateTime localMoment() const;                // the same moment shown at the date's own offset
     int offsetSeconds() const { return m_offsetSeconds; }
     QString calendarFormat() const { return m_format; }
     void setCalendarFormat(const QString &format) { m_format = format; }

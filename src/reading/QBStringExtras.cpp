@@ -1,0 +1,149 @@
+#include "reading/QBStringExtras.h"
+
+#include "platform/Log.h"
+
+#include <QHash>
+#include <libxml/HTMLparser.h>
+#include <libxml/xmlerror.h>
+#include <limits>
+
+namespace {
+void ignoreGenericError(void *, const char *, ...) {}
+void ignoreStructuredError(void *, xmlErrorPtr) {}
+
+// libxml2 keeps its error handlers per thread; they are swapped only for the parse and then put back,
+// so that other readers on the same thread keep theirs.
+class SilencedErrors
+{
+public:
+    SilencedErrors()
+        : m_generic(xmlGenericError), m_genericContext(xmlGenericErrorContext),
+          m_structured(xmlStructuredError), m_structuredContext(xmlStructuredErrorContext)
+    {
+        xmlSetGenericErrorFunc(nullptr, ignoreGenericError);
+        xmlSetStructuredErrorFunc(nullptr, ignoreStructuredError);
+    }
+    ~SilencedErrors()
+    {
+        xmlSetGenericErrorFunc(m_genericContext, m_generic);
+        xmlSetStructuredErrorFunc(m_structuredContext, m_structured);
+    }
+    SilencedErrors(const SilencedErrors &) = delete;
+    SilencedErrors &operator=(const SilencedErrors &) = delete;
+
+private:
+    xmlGenericErrorFunc m_generic;
+    void *m_genericContext;
+    xmlStructuredErrorFunc m_structured;
+    void *m_structuredContext;
+};
+
+bool isInvisibleElement(const xmlNode *node)
+{
+    if (node->type != XML_ELEMENT_NODE || !node->name)
+        return false;
+    const QByteArray name = QByteArray(reinterpret_cast<const char *>(node->name)).toLower();
+    return name == "script" || name == "style";
+}
+
+// The next node in document order, leaving out the inside of invisible elements. Walked without
+// recursion, because hostile markup can nest deeper than the stack allows.
+const xmlNode *nextNode(const xmlNode *node)
+{
+    if (node->children && !isInvisibleElement(node) && node->type != XML_ENTITY_REF_NODE)
+        return node->children;
+    while (node && !node->next)
+        node = node->parent && node->parent->type != XML_HTML_DOCUMENT_NODE ? node->parent : nullptr;
+    return node ? node->next : nullptr;
+}
+
+QString textContent(const xmlDoc *document)
+{
+    QByteArray text;
+    for (const xmlNode *node = document->children; node; node = nextNode(node)) {
+        if ((node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE) && node->content)
+            text += reinterpret_cast<const char *>(node->content);
+    }
+    return QString::fromUtf8(text);
+}
+
+int hexDigitValue(QChar c)
+{
+    const char16_t u = c.unicode();
+    if (u >= u'0' && u <= u'9')
+        return u - u'0';
+    if (u >= u'a' && u <= u'f')
+        return u - u'a' + 10;
+    return u >= u'A' && u <= u'F' ? u - u'A' + 10 : -1;
+}
+
+// The character of a reference body such as "#233" or "#xE9"; a null string when it names none.
+QString numericReference(QStringView body)
+{
+    const bool hex = body.size() > 1 && (body[1] == u'x' || body[1] == u'X');
+    const QStringView digits = body.mid(hex ? 2 : 1);
+    if (digits.isEmpty() || digits.size() > 8)
+        return QString();
+    char32_t code = 0;
+    for (const QChar c : digits) {
+        const int value = hex ? hexDigitValue(c) : (c.isDigit() ? c.digitValue() : -1);
+        if (value < 0)
+            return QString();
+        code = code * (hex ? 16 : 10) + char32_t(value);
+    }
+    if (code == 0 || code > 0x10FFFF || QChar::isSurrogate(code))
+        return QString();
+    return QString::fromUcs4(&code, 1);
+}
+
+QString entityCharacter(QStringView body)
+{
+    static const QHash<QString, QString> predefined = {
+        {"lt", "<"}, {"gt", ">"}, {"amp", "&"}, {"quot", "\""}, {"apos", "'"}};
+    if (body.startsWith(u'#'))
+        return numericReference(body);
+    return predefined.value(body.toString());
+}
+} // namespace
+
+QString QBStringExtras::removeTags(const QString &html)
+{
+    const QByteArray bytes = html.toUtf8();
+    if (bytes.size() > std::numeric_limits<int>::max()) {
+        Log::write(QStringLiteral("-[QBStringExtras removeTags] text too long to read as HTML"));
+        return html;
+    }
+    const SilencedErrors silence;
+    htmlDocPtr document =
+        htmlReadMemory(bytes.constData(), int(bytes.size()), nullptr, "UTF-8",
+                       HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET);
+    if (!document)
+        return html.isNull() ? QString() : QStringLiteral("");
+    const QString text = textContent(document);
+    xmlFreeDoc(document);
+    return text;
+}
+
+QString QBStringExtras::stringByReplacingEntities(const QString &text)
+{
+    if (text.isNull())
+        return QString();
+    QString result;
+    result.reserve(text.size());
+    qsizetype position = 0;
+    for (qsizetype start = text.indexOf(QLatin1Char('&')); start >= 0;
+         start = text.indexOf(QLatin1Char('&'), start + 1)) {
+        // No reference this reader knows is longer than "&#x10FFFF;", so the ';' is looked for nearby only.
+        const qsizetype length = QStringView(text).mid(start + 1, 9).indexOf(QLatin1Char(';'));
+        const QString character =
+            length < 0 ? QString() : entityCharacter(QStringView(text).mid(start + 1, length));
+        if (character.isNull())
+            continue;
+        result += QStringView(text).mid(position, start - position);
+        result += character;
+        position = start + length + 2;
+        start = position - 1;
+    }
+    result += QStringView(text).mid(position);
+    return result;
+}

@@ -1,0 +1,77 @@
+#include "reading/QBStringExtras.h"
+
+#include "LogCapture.h"
+#include "reading/QBUtilities.h"
+
+#include <QDirIterator>
+#include <QFile>
+#include <gtest/gtest.h>
+
+namespace {
+QString corpusFolder()
+{
+    const QString configured = qEnvironmentVariable("QB_FEED_CORPUS");
+    return configured.isEmpty() ? QStringLiteral("/work/shared/corpus/feedparser/tests") : configured;
+}
+} // namespace
+
+TEST(HtmlToText, KeepsTheTextContentWithEntitiesDecodedAndScriptsLeftOut)
+{
+    EXPECT_EQ(QBStringExtras::removeTags("<p>Caf&eacute; <b>bold</b> &amp; <i>done</i></p>"),
+              u"Caf\u00E9 bold & done");
+    EXPECT_EQ(QBStringExtras::removeTags("plain text"), "plain text");
+    EXPECT_EQ(QBStringExtras::removeTags("a < b and c > d"), "a < b and c > d");
+    EXPECT_EQ(QBStringExtras::removeTags("<b>unclosed <i>tags"), "unclosed tags");
+    EXPECT_EQ(QBStringExtras::removeTags("<script>alert(1)</script>x<style>p{}</style>y<SCRIPT>z</SCRIPT>"),
+              "xy");
+    EXPECT_EQ(QBStringExtras::removeTags(QString::fromUtf16(u"<p>\u65E5\u672C &#x1F600;</p>")),
+              u"\u65E5\u672C \U0001F600");
+    EXPECT_EQ(QBStringExtras::removeTags(""), "");
+    EXPECT_TRUE(QBStringExtras::removeTags(QString()).isEmpty());
+}
+
+TEST(HtmlToText, SurvivesDeepNestingBinaryJunkAndNeverPrints)
+{
+    LogCapture log;
+    EXPECT_EQ(QBStringExtras::removeTags(QString("<div>").repeated(250) + "deep"), "deep");
+    // Past libxml2's nesting limit the text is lost, but nothing else happens.
+    EXPECT_FALSE(QBStringExtras::removeTags(QString("<div>").repeated(100000) + "deep").contains("<"));
+    const QString junk = QString::fromUtf8(QByteArray("\x00\x01<\xff\xfe>&#0;&#xD800;<!--", 22));
+    QBStringExtras::removeTags(junk);
+    EXPECT_TRUE(log.lines().isEmpty());
+}
+
+TEST(XmlEntities, DecodesThePredefinedFiveAndNumericReferencesOnly)
+{
+    EXPECT_EQ(QBStringExtras::stringByReplacingEntities("&lt;b&gt; &quot;x&apos; &amp;amp;"),
+              "<b> \"x' &amp;");
+    EXPECT_EQ(QBStringExtras::stringByReplacingEntities("caf&#233; caf&#xE9; caf&#XE9; &#x1F600;"),
+              u"caf\u00E9 caf\u00E9 caf\u00E9 \U0001F600");
+    EXPECT_EQ(QBStringExtras::stringByReplacingEntities("&eacute; &nbsp; &Amp; &unknown;"),
+              "&eacute; &nbsp; &Amp; &unknown;");
+    EXPECT_EQ(
+        QBStringExtras::stringByReplacingEntities("& alone; &#; &#x; &#xZZ; &#0; &#xD800; &#x110000; &lt"),
+        "& alone; &#; &#x; &#xZZ; &#0; &#xD800; &#x110000; &lt");
+    EXPECT_EQ(QBStringExtras::stringByReplacingEntities("&&lt;&#65;;"), "&<A;");
+    EXPECT_TRUE(QBStringExtras::stringByReplacingEntities(QString()).isNull());
+    EXPECT_FALSE(QBStringExtras::stringByReplacingEntities("").isNull());
+}
+
+TEST(TextUtilities, EveryCorpusDocumentGoesThroughTagRemovalAndEntityDecodingUnharmed)
+{
+    if (!QFile::exists(corpusFolder()))
+        GTEST_SKIP() << "no feed corpus at " << corpusFolder().toStdString();
+    int files = 0;
+    QDirIterator it(corpusFolder(), {"*.xml"}, QDir::Files, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        QFile file(it.next());
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << file.fileName().toStdString();
+        const QString text = QString::fromUtf8(file.readAll());
+        const QString plain = QBStringExtras::removeTags(text);
+        EXPECT_LE(plain.size(), text.size() + 4) << file.fileName().toStdString();
+        QBUtilities::decodeCharacterEntitiesIn(text);
+        QBUtilities::removeTagsFromString(text);
+        ++files;
+    }
+    EXPECT_GT(files, 1000);
+}

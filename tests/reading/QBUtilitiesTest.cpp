@@ -1,0 +1,188 @@
+#include "reading/QBUtilities.h"
+
+#include "LogCapture.h"
+
+#include <QLocale>
+#include <QRegularExpression>
+#include <gtest/gtest.h>
+
+namespace {
+CalendarDate dateAt(int year, int month, int day, int hour, int minute, int offsetSeconds = 0)
+{
+    return CalendarDate(
+        QDateTime(QDate(year, month, day), QTime(hour, minute), Qt::OffsetFromUTC, offsetSeconds),
+        offsetSeconds);
+}
+
+QString timeText(int hour, int minute)
+{
+    return QLocale().toString(QTime(hour, minute), QLocale::ShortFormat);
+}
+
+// Monday 17 May 2010, noon.
+const QDateTime mondayNoon(QDate(2010, 5, 17), QTime(12, 0), Qt::UTC);
+} // namespace
+
+TEST(FriendlyDate, TodayAndTheDaysAroundItAreNamed)
+{
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 17, 10, 30), true, mondayNoon),
+              "Today, " + timeText(10, 30));
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 17, 23, 59), false, mondayNoon), "Today");
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 20, 8, 0), false, mondayNoon),
+              "Thursday, 20 May");
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 12, 31, 8, 0), false, mondayNoon),
+              "Friday, 31 December");
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 11, 8, 0), true, mondayNoon),
+              "Tuesday, 11 May, " + timeText(8, 0));
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 10, 8, 0), false, mondayNoon), "10 May");
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 10, 8, 0), true, mondayNoon),
+              "10 May, " + timeText(8, 0));
+
+    // The day and the time are those at the date's own offset, though the moment is already Monday in UTC.
+    const CalendarDate sundayNight = dateAt(2010, 5, 16, 23, 30, -5 * 3600);
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(sundayNight, true, mondayNoon),
+              "Sunday, 16 May, " + timeText(23, 30));
+
+    const QDateTime thursday(QDate(2012, 3, 8), QTime(9, 0), Qt::UTC);
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2012, 3, 5, 10, 30), true, thursday),
+              "Monday, 5 March, " + timeText(10, 30));
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2012, 3, 5, 10, 30), false, thursday),
+              "Monday, 05 March");
+}
+
+TEST(FriendlyDate, OtherYearsShowTheYearAndNothingBefore1980IsKnown)
+{
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2009, 3, 5, 10, 30), false, mondayNoon), "5 March 2009");
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2009, 3, 5, 10, 30), true, mondayNoon),
+              "5 March 2009, " + timeText(10, 30));
+    const QDateTime newYear(QDate(2011, 1, 2), QTime(9, 0), Qt::UTC);
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 12, 30, 9, 0), false, newYear),
+              "30 December 2010");
+
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(1979, 12, 31, 23, 59), true, mondayNoon),
+              "Unknown date");
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(CalendarDate(), false, mondayNoon), "Unknown date");
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(1980, 1, 1, 0, 0), false, mondayNoon), "1 January 1980");
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(1980, 1, 1, 0, 30, 3600), false, mondayNoon),
+              "1 January 1980");
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(CalendarDate::now(), false), "Today");
+}
+
+TEST(EntityDecoding, NamedEntitiesOfBothTablesAreDecodedExactlyAsWritten)
+{
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("&copy; 2006 &ndash; &amp;"),
+              u"\u00A9 2006 \u2013 &amp;");
+    EXPECT_EQ(
+        QBUtilities::decodeCharacterEntitiesIn("&nbsp;&shy;&times;&ETH;&THORN;&szlig;&eth;&divide;&yuml;"),
+        u"\u00A0\u00AD\u00D7\u00D0\u00DE\u00DF\u00F0\u00F7\u00FF");
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("&Eacute;&eacute;&EACUTE;&eacute"),
+              u"\u00C9\u00E9&EACUTE;&eacute");
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("&OElig;&Yuml;&circ;&rsquo;&hellip;&rsaquo;&euro;&lt;"),
+              u"\u0152\u0178\u02C6\u2019\u2026\u203A\u20AC&lt;");
+
+    const QString plain = "no entities here; none at all";
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn(plain).constData(), plain.constData());
+    EXPECT_TRUE(QBUtilities::decodeCharacterEntitiesIn(QString()).isNull());
+}
+
+TEST(EntityDecoding, OnlyShortNumericReferencesAreDecodedAndTheFirstObstacleEndsThePass)
+{
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("It&#39;s"), "It's");
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("&#x9;"), "\t");
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("&#65;&#66;&#xa;&#x4a;"), "AB\n&#x4a;");
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("caf&#233;"), "caf&#233;");
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("a; b &#39;"), "a; b &#39;");
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("&#65;&#8217;&#66;"), "A&#8217;&#66;");
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("&#X4;&#;"), QString(QChar(0)) + QChar(0));
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("&#-1;"), QString(QChar(0xFFFF)));
+    // A decoded '&' can start a reference of its own with what follows.
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("&#38;#65;"), "A");
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("&#6"), "&#6");
+}
+
+TEST(TagRemoval, CutsFromEachLessThanToTheNextGreaterThanAndFallsBackOnCdata)
+{
+    EXPECT_EQ(QBUtilities::removeTagsFromString("<b>bold</b> text"), "bold text");
+    EXPECT_EQ(QBUtilities::removeTagsFromString("a > b <i>c</i>"), "a > b <i>c</i>");
+    EXPECT_EQ(QBUtilities::removeTagsFromString("<p>Hi</p> > <b>x</b>"), "Hi > <b>x</b>");
+    EXPECT_EQ(QBUtilities::removeTagsFromString(" <p>untrimmed</p> "), " untrimmed ");
+    EXPECT_EQ(QBUtilities::removeTagsFromString("<![CDATA[x]]>"), "x");
+    EXPECT_EQ(QBUtilities::removeTagsFromString("<p><![cdata[inside]] more]]></p>"), "inside");
+    EXPECT_EQ(QBUtilities::removeTagsFromString("<a]><b CDATA[x]>"), "x");
+    EXPECT_EQ(QBUtilities::removeTagsFromString("<br/>"), "<br/>");
+    EXPECT_EQ(QBUtilities::removeTagsFromString(" <p>\t</p> "), " <p>\t</p> ");
+    EXPECT_EQ(QBUtilities::removeTagsFromString("<x CDATA[ no bracket>"), "<x CDATA[ no bracket>");
+    EXPECT_EQ(QBUtilities::removeTagsFromString(""), "");
+}
+
+TEST(FileSize, TruncatesAndSwitchesToMegabytesOneKilobyteLate)
+{
+    EXPECT_EQ(QBUtilities::longToFileSize(0), "Unknown");
+    EXPECT_EQ(QBUtilities::longToFileSize(500), "0 KB");
+    EXPECT_EQ(QBUtilities::longToFileSize(1023), "0 KB");
+    EXPECT_EQ(QBUtilities::longToFileSize(1024), "1 KB");
+    EXPECT_EQ(QBUtilities::longToFileSize(1049599), "1024 KB");
+    EXPECT_EQ(QBUtilities::longToFileSize(1049600), "1 MB");
+    EXPECT_EQ(QBUtilities::longToFileSize(5767168), "5 MB");
+    EXPECT_EQ(QBUtilities::longToFileSize(std::numeric_limits<quint64>::max()), "17592186044415 MB");
+}
+
+TEST(FeedDateRule, IsoTextIsReadByPositionWithAZoneOnlyAtTwentyFiveCharacters)
+{
+    const auto read = [](const char *text) { return QBUtilities::dateFromCurrentValue(text); };
+    const auto utc = [](int hour, int minute) {
+        return QDateTime(QDate(2006, 5, 17), QTime(hour, minute), Qt::UTC);
+    };
+
+    EXPECT_EQ(read("2006-05-17T14:32:59Z").moment(), utc(14, 32));
+    EXPECT_EQ(read("2006-05-17T14:32:59Z").offsetSeconds(), 0);
+    EXPECT_EQ(read("2006-05-17T14:32:10-05:30").localMoment().toString(Qt::ISODate),
+              "2006-05-17T14:32:00-05:30");
+    EXPECT_EQ(read("2006-05-17T14:32:10+02:00").moment(), utc(12, 32));
+    EXPECT_EQ(read("2006-05-17T14:32:10x02:00").offsetSeconds(), 7200);
+    EXPECT_EQ(read("2006-05-17T14:32:10.25+02:00").moment(), utc(14, 32));
+    EXPECT_EQ(read("2006-05-17T14:32:10-0530").offsetSeconds(), 0);
+    EXPECT_EQ(read("2006-05-17T14:3").moment(), utc(14, 3));
+    EXPECT_EQ(read("2006-05-17T14:32").calendarFormat(), CalendarDate::defaultFormat());
+}
+
+TEST(FeedDateRule, OtherTextGoesToTheLenientReaderAndEmptyTextMeansNow)
+{
+    LogCapture log;
+    EXPECT_EQ(QBUtilities::dateFromCurrentValue("Wed, 17 May 2006 14:32:10 +0200").offsetSeconds(), 7200);
+    EXPECT_EQ(QBUtilities::dateFromCurrentValue("2006-05-17 14:32").moment(),
+              QDateTime(QDate(2006, 5, 17), QTime(14, 32), Qt::UTC));
+    EXPECT_TRUE(log.lines().isEmpty());
+
+    EXPECT_TRUE(QBUtilities::dateFromCurrentValue("T006-05-17T14:32:10Z").isNull());
+    EXPECT_TRUE(QBUtilities::dateFromCurrentValue("2006-13-17T14:32:10Z").isNull());
+    EXPECT_TRUE(QBUtilities::dateFromCurrentValue("soon").isNull());
+    EXPECT_TRUE(log.contains("-[QBUtilities dateFromCurrentValue] cannot read the date \"soon\""));
+
+    const CalendarDate now = QBUtilities::dateFromCurrentValue("");
+    EXPECT_LT(qAbs(now.moment().secsTo(QDateTime::currentDateTimeUtc())), 60);
+}
+
+TEST(QBUtilities, FileNamesUniqueIDsColoursAndTheDataFolder)
+{
+    EXPECT_EQ(QBUtilities::makeStringFileNameSafe("a/b:c|d#e\\f \u00E9t\u00E9 9"),
+              "a-b-c-d-e-f \u00E9t\u00E9 9");
+    EXPECT_EQ(QBUtilities::makeStringFileNameSafe(QString()), "Untitled");
+    EXPECT_EQ(QBUtilities::makeStringFileNameSafe(""), "");
+
+    const QString id = QBUtilities::generateUniqueID();
+    EXPECT_TRUE(QRegularExpression("^[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}$")
+                    .match(id)
+                    .hasMatch())
+        << id.toStdString();
+    EXPECT_NE(id, QBUtilities::generateUniqueID());
+
+    EXPECT_EQ(QBUtilities::hexRGBValueOfColor(QColor::fromRgbF(1.0, 0.5, 0.0)), "#FF7F00");
+    EXPECT_EQ(QBUtilities::hexRGBValueOfColor(QColor::fromHsv(240, 255, 255)), "#0000FF");
+    EXPECT_EQ(QBUtilities::hexRGBValueOfColor(QColor(10, 171, 255)), "#0AABFF");
+    LogCapture log;
+    EXPECT_TRUE(QBUtilities::hexRGBValueOfColor(QColor()).isEmpty());
+    EXPECT_EQ(log.lines().size(), 1);
+
+    EXPECT_EQ(QBUtilities::applicationSupportPath(), qEnvironmentVariable("XDG_DATA_HOME"));
+}

@@ -17,7 +17,7 @@ public:
     static QByteArray archivedDataWithRootObject(const std::shared_ptr<Archivable> &root);
 
     // Keyed values of the object being written. Null strings, empty URLs, null dates and
-    // null objects are stored as nil and read back as such.
+    // null objects are stored as nil and read back as such; null entries of an object list are left out.
     void encodeString(const QString &key, const QString &value);
     void encodeInt32(const QString &key, qint32 value);
     void encodeUInt64(const QString &key, quint64 value);

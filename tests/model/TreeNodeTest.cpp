@@ -45,13 +45,15 @@ TEST(TreeNode, AddChildAtIndexClampsNegativeIndexesAndAppendsPastTheEnd)
 TEST(TreeNode, VirtualFolderInsertsBeforeItsLastChildWhenTheIndexIsPastTheEndAndAdoptsTheChild)
 {
     auto clippings = std::make_shared<VirtualFolder>("News Clippings");
-    for (const char *id : {"a", "b", "c"})
-        clippings->addChild(named<Article>(id), 99);
-    EXPECT_EQ(identifiers(clippings), QStringList({"a", "b", "c"})) << "appends while one element or fewer";
+    clippings->addChild(named<Article>("a"), 99);
+    clippings->addChild(named<Article>("b"), 99);
+    EXPECT_EQ(identifiers(clippings), QStringList({"b", "a"})) << "past the end means before the last child";
+    clippings->addChild(named<Article>("c"));
+    EXPECT_EQ(identifiers(clippings), QStringList({"b", "a", "c"}));
 
     auto inserted = named<Article>("d");
     clippings->addChild(inserted, 3);
-    EXPECT_EQ(identifiers(clippings), QStringList({"a", "b", "d", "c"}));
+    EXPECT_EQ(identifiers(clippings), QStringList({"b", "a", "d", "c"}));
     EXPECT_EQ(inserted->parent(), clippings);
 
     clippings->addChild(named<Article>("e"), -1);

@@ -28,6 +28,8 @@ const QString tableColumns = QStringLiteral(
     "publicationDate text, source text, state number, summary text, fullSummary text, title text, "
     "uniqueID text, authors text, enclosure text)");
 
+std::atomic<bool> tunesDatabase = true;
+
 template <typename T> std::shared_ptr<T> as(const TreeNodePtr &node)
 {
     return std::dynamic_pointer_cast<T>(node);
@@ -196,12 +198,35 @@ void FeedLibrary::openDatabase()
     m_database = FMDatabase::databaseWithPath(databasePath());
     if (!m_database || !m_database->open())
         return;
-    if (!existed)
+    if (!existed) {
         createTablesAndSeedClippings();
-    else if (!m_database->executeQuery(QStringLiteral("SELECT count(*) FROM sqlite_master")))
+    } else if (!m_database->executeQuery(QStringLiteral("SELECT count(*) FROM sqlite_master"))) {
         Log::write(QStringLiteral("-[FeedLibrary load] %1 is not a database QuillBay can read; it is left as it "
                                   "is and no article will be stored until it is moved away")
                        .arg(databasePath()));
+        return;
+    }
+    if (tunesDatabase)
+        tuneDatabase();
+}
+
+void FeedLibrary::setTunesDatabase(bool tunes)
+{
+    tunesDatabase = tunes;
+}
+
+// One transaction per stored article is the rule; write-ahead journalling with normal syncing keeps each
+// such commit cheap, and the indexes turn every feed's load and every state write from a scan of the
+// whole table into a look-up.
+void FeedLibrary::tuneDatabase()
+{
+    for (const char *pragma : {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=NORMAL"}) {
+        if (const auto results = m_database->executeQuery(QLatin1String(pragma)))
+            results->close();
+    }
+    m_database->executeUpdate(QStringLiteral("CREATE INDEX IF NOT EXISTS articlesByParent ON articles(parent)"));
+    m_database->executeUpdate(QStringLiteral("CREATE INDEX IF NOT EXISTS articlesByUniqueID ON articles(uniqueID)"));
+    m_database->executeUpdate(QStringLiteral("CREATE INDEX IF NOT EXISTS clippingsByUniqueID ON clippings(uniqueID)"));
 }
 
 void FeedLibrary::createTablesAndSeedClippings()

@@ -2,15 +2,15 @@
 
 #include "LogCapture.h"
 
-#include <QDirIterator>
 #include <QFile>
 #include <QRandomGenerator>
 #include <QUrl>
+#include "FeedCorpus.h"
+
 #include <gtest/gtest.h>
 
 namespace {
 
-const QString CorpusFolder = QStringLiteral("/work/shared/corpus/feedparser/tests");
 
 QVariant roundTrip(const QVariant &value)
 {
@@ -153,12 +153,12 @@ TEST(PropertyList, RandomPunctuationEitherReadsOrLogsOnce)
 
 TEST(PropertyList, ReadingEveryCorpusFileAsTextNeverCrashes)
 {
-    if (!QFile::exists(CorpusFolder))
-        GTEST_SKIP() << "no corpus at " << CorpusFolder.toStdString();
+    const QStringList corpus = FeedCorpus::files();
+    if (corpus.isEmpty())
+        GTEST_SKIP() << "no feed corpus at " << FeedCorpus::folder().toStdString();
     int files = 0;
-    QDirIterator it(CorpusFolder, QDir::Files, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        QFile file(it.next());
+    for (const QString &path : corpus) {
+        QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::ReadOnly));
         LogCapture capture;
         const QVariant value = PropertyList::read(QString::fromUtf8(file.readAll()));

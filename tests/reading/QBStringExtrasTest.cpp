@@ -3,17 +3,11 @@
 #include "LogCapture.h"
 #include "reading/QBUtilities.h"
 
-#include <QDirIterator>
 #include <QFile>
+#include "FeedCorpus.h"
+
 #include <gtest/gtest.h>
 
-namespace {
-QString corpusFolder()
-{
-    const QString configured = qEnvironmentVariable("QB_FEED_CORPUS");
-    return configured.isEmpty() ? QStringLiteral("/work/shared/corpus/feedparser/tests") : configured;
-}
-} // namespace
 
 TEST(HtmlToText, KeepsTheTextContentWithEntitiesDecodedAndScriptsLeftOut)
 {
@@ -59,12 +53,12 @@ TEST(XmlEntities, DecodesThePredefinedFiveAndNumericReferencesOnly)
 
 TEST(TextUtilities, EveryCorpusDocumentGoesThroughTagRemovalAndEntityDecodingUnharmed)
 {
-    if (!QFile::exists(corpusFolder()))
-        GTEST_SKIP() << "no feed corpus at " << corpusFolder().toStdString();
+    const QStringList corpus = FeedCorpus::files();
+    if (corpus.isEmpty())
+        GTEST_SKIP() << "no feed corpus at " << FeedCorpus::folder().toStdString();
     int files = 0;
-    QDirIterator it(corpusFolder(), {"*.xml"}, QDir::Files, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        QFile file(it.next());
+    for (const QString &path : corpus) {
+        QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << file.fileName().toStdString();
         const QString text = QString::fromUtf8(file.readAll());
         const QString plain = QBStringExtras::removeTags(text);

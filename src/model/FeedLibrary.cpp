@@ -221,8 +221,10 @@ void FeedLibrary::setTunesDatabase(bool tunes)
 void FeedLibrary::tuneDatabase()
 {
     for (const char *pragma : {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=NORMAL"}) {
-        if (const auto results = m_database->executeQuery(QLatin1String(pragma)))
+        if (const auto results = m_database->executeQuery(QLatin1String(pragma))) {
+            results->next();
             results->close();
+        }
     }
     m_database->executeUpdate(QStringLiteral("CREATE INDEX IF NOT EXISTS articlesByParent ON articles(parent)"));
     m_database->executeUpdate(QStringLiteral("CREATE INDEX IF NOT EXISTS articlesByUniqueID ON articles(uniqueID)"));

@@ -89,7 +89,5 @@ ArticlePtr ArticleRow::articleFromRow(const ArticleRowValues &row, const TreeNod
         article->setLegacyPublicationDate(CalendarDate::fromString(row.publicationDate, row.pubDateFormat));
     article->setState(row.state);
     article->setSummary(row.summary);
-    if (parent)
-        parent->addChild(article);
     return article;
 }

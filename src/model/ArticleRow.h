@@ -37,8 +37,9 @@ public:
 
     using Lookup = std::function<TreeNodePtr(const QString &uniqueID)>;
 
-    // With a parent, the article becomes its child and takes it as source; without one, the source
-    // is looked up by the row's source column and the parent is left to the caller.
+    // With a parent, the article takes it as parent and source (adding it to the parent's children is
+    // the caller's, who may add a whole feed's rows at once); without one, the source is looked up by
+    // the row's source column and the parent is left to the caller.
     static ArticlePtr articleFromRow(const ArticleRowValues &row, const TreeNodePtr &parent, const Lookup &lookup);
 
     static QString authorsText(const Article &article);

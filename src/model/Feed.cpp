@@ -6,6 +6,7 @@
 #include "platform/KeyedUnarchiver.h"
 
 #include <QFileInfo>
+#include <QHash>
 
 Feed::Feed() : m_lastDownloaded(CalendarDate::distantPast()) {}
 
@@ -39,6 +40,48 @@ void Feed::addChild(const TreeNodePtr &child)
         }
     }
     list.append(child);
+    setChildren(list);
+}
+
+void Feed::addChildren(const TreeNodeList &nodes)
+{
+    TreeNodeList list = children();
+    QHash<QString, qsizetype> byIdentifier;
+    QHash<QString, qsizetype> byGuid;
+    auto guidOf = [](const TreeNodePtr &node) {
+        const auto *article = dynamic_cast<const Article *>(node.get());
+        return article ? article->guid() : QString();
+    };
+    // The first equal child wins, as in addChild, so only a key's first position is remembered.
+    auto remember = [&](qsizetype index) {
+        byIdentifier.insert(list.at(index)->uniqueID(), byIdentifier.value(list.at(index)->uniqueID(), index));
+        const QString guid = guidOf(list.at(index));
+        if (!guid.isNull())
+            byGuid.insert(guid, byGuid.value(guid, index));
+    };
+    auto forget = [&](qsizetype index) {
+        if (byIdentifier.value(list.at(index)->uniqueID()) == index)
+            byIdentifier.remove(list.at(index)->uniqueID());
+        const QString guid = guidOf(list.at(index));
+        if (!guid.isNull() && byGuid.value(guid) == index)
+            byGuid.remove(guid);
+    };
+    for (qsizetype i = 0; i < list.size(); ++i)
+        remember(i);
+    for (const TreeNodePtr &node : nodes) {
+        qsizetype at = byIdentifier.value(node->uniqueID(), -1);
+        const QString guid = guidOf(node);
+        if (at < 0 && !guid.isNull())
+            at = byGuid.value(guid, -1);
+        if (at >= 0) {
+            forget(at);
+            list[at] = node;
+        } else {
+            at = list.size();
+            list.append(node);
+        }
+        remember(at);
+    }
     setChildren(list);
 }
 

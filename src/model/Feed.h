@@ -68,6 +68,8 @@ public:
     // An article equal to one already held takes that one's place instead of being added twice.
     using TreeNode::addChild;
     void addChild(const TreeNodePtr &child) override;
+    // The same rule for many articles at once, in time linear in the feed's size.
+    void addChildren(const TreeNodeList &nodes);
 
     QString debugDescription() const;
 

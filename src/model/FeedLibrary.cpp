@@ -267,7 +267,9 @@ void FeedLibrary::keepUnreadableLibraryFile() const
 void FeedLibrary::attachStoredArticles(const FeedPtr &feed)
 {
     feed->setChildren({});
-    articlesFromQuery(QStringLiteral("SELECT * FROM articles where parent = ?"), {feed->uniqueID()}, feed);
+    const ArticleList stored =
+        articlesFromQuery(QStringLiteral("SELECT * FROM articles where parent = ?"), {feed->uniqueID()}, feed);
+    feed->addChildren({stored.cbegin(), stored.cend()});
     // Newest first, as the readers insert them while the program runs; undated articles go last.
     TreeNodeList children = feed->children();
     std::stable_sort(children.begin(), children.end(), [](const TreeNodePtr &a, const TreeNodePtr &b) {
@@ -347,8 +349,16 @@ ArticleList FeedLibrary::articlesFromQuery(const QString &sql, const QVariantLis
     if (!results)
         return articles;
     const auto lookup = [this](const QString &uniqueID) { return itemWithUniqueID(uniqueID); };
-    while (results->next())
-        articles.append(ArticleRow::articleFromRow(rowValues(*results), parent, lookup));
+    QString sharedFormat;
+    while (results->next()) {
+        ArticleRowValues row = rowValues(*results);
+        // Nearly every row repeats one date format; sharing its text saves a string per article.
+        if (row.pubDateFormat == sharedFormat)
+            row.pubDateFormat = sharedFormat;
+        else
+            sharedFormat = row.pubDateFormat;
+        articles.append(ArticleRow::articleFromRow(row, parent, lookup));
+    }
     return articles;
 }
 

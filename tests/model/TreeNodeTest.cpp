@@ -111,6 +111,24 @@ TEST(Feed, AddingAnArticleWithAKnownGuidReplacesItInPlace)
     EXPECT_EQ(feed->children().at(1), replacement);
 }
 
+TEST(Feed, AddingManyArticlesAtOnceFollowsTheRuleOfAddingThemOneByOne)
+{
+    auto sameIdentifier = article("other");
+    auto incoming = TreeNodeList({article("g2"), article("g9"), article("g9"), sameIdentifier, article("g1")});
+    sameIdentifier->setUniqueID("fixed");
+    auto held = TreeNodeList({article("g1"), article("g2"), named<Article>("fixed")});
+
+    auto oneByOne = std::make_shared<Feed>();
+    auto atOnce = std::make_shared<Feed>();
+    oneByOne->setChildren(held);
+    atOnce->setChildren(held);
+    for (const TreeNodePtr &node : incoming)
+        oneByOne->addChild(node);
+    atOnce->addChildren(incoming);
+    EXPECT_EQ(atOnce->children(), oneByOne->children());
+    EXPECT_EQ(atOnce->childCount(), 4);
+}
+
 TEST(Feed, UnreadCacheChangesOnlyWhenRecomputed)
 {
     auto feed = std::make_shared<Feed>();

@@ -6,7 +6,6 @@
 #include "platform/KeyedUnarchiver.h"
 
 #include <QFileInfo>
-#include <QHash>
 
 Feed::Feed() : m_lastDownloaded(CalendarDate::distantPast()) {}
 
@@ -31,58 +30,43 @@ void Feed::updateUnreadCount()
 
 void Feed::addChild(const TreeNodePtr &child)
 {
-    TreeNodeList list = children();
-    for (qsizetype i = 0; i < list.size(); ++i) {
-        if (child->isEqual(*list.at(i))) {
-            list[i] = child;
-            setChildren(list);
-            return;
-        }
-    }
-    list.append(child);
-    setChildren(list);
+    addChildren({child});
 }
 
 void Feed::addChildren(const TreeNodeList &nodes)
 {
-    TreeNodeList list = children();
-    QHash<QString, qsizetype> byIdentifier;
-    QHash<QString, qsizetype> byGuid;
-    auto guidOf = [](const TreeNodePtr &node) {
-        const auto *article = dynamic_cast<const Article *>(node.get());
-        return article ? article->guid() : QString();
-    };
-    // The first equal child wins, as in addChild, so only a key's first position is remembered.
-    auto remember = [&](qsizetype index) {
-        byIdentifier.insert(list.at(index)->uniqueID(), byIdentifier.value(list.at(index)->uniqueID(), index));
-        const QString guid = guidOf(list.at(index));
-        if (!guid.isNull())
-            byGuid.insert(guid, byGuid.value(guid, index));
-    };
-    auto forget = [&](qsizetype index) {
-        if (byIdentifier.value(list.at(index)->uniqueID()) == index)
-            byIdentifier.remove(list.at(index)->uniqueID());
-        const QString guid = guidOf(list.at(index));
-        if (!guid.isNull() && byGuid.value(guid) == index)
-            byGuid.remove(guid);
-    };
-    for (qsizetype i = 0; i < list.size(); ++i)
-        remember(i);
+    QMutexLocker locker(&m_indexLock);
+    const TreeNodeList list = children();
+    if (!m_index.isCurrent(list))
+        m_index.rebuild(list);
     for (const TreeNodePtr &node : nodes) {
-        qsizetype at = byIdentifier.value(node->uniqueID(), -1);
-        const QString guid = guidOf(node);
-        if (at < 0 && !guid.isNull())
-            at = byGuid.value(guid, -1);
-        if (at >= 0) {
-            forget(at);
-            list[at] = node;
-        } else {
-            at = list.size();
-            list.append(node);
-        }
-        remember(at);
+        const qsizetype at = m_index.indexOfEqual(*node);
+        if (at >= 0)
+            m_index.replace(at, node);
+        else
+            m_index.append(node);
     }
-    setChildren(list);
+    setChildren(m_index.list());
+}
+
+template <typename Lookup> TreeNodePtr Feed::lookUp(Lookup lookup) const
+{
+    QMutexLocker locker(&m_indexLock);
+    const TreeNodeList list = children();
+    if (!m_index.isCurrent(list))
+        m_index.rebuild(list);
+    const qsizetype at = lookup(m_index);
+    return at >= 0 ? list.at(at) : TreeNodePtr();
+}
+
+TreeNodePtr Feed::childEqualTo(const TreeNode &node) const
+{
+    return lookUp([&](const ArticleIndex &index) { return index.indexOfEqual(node); });
+}
+
+TreeNodePtr Feed::childWithGuid(const QString &guid) const
+{
+    return lookUp([&](const ArticleIndex &index) { return index.indexOfGuid(guid); });
 }
 
 QString Feed::debugDescription() const

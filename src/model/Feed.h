@@ -2,6 +2,7 @@
 // children. Its unread count is a cache that is recomputed only when updateUnreadCount is called.
 #pragma once
 
+#include "model/ArticleIndex.h"
 #include "model/TreeNode.h"
 #include "platform/CalendarDate.h"
 
@@ -13,8 +14,19 @@
 class Feed : public TreeNode
 {
 public:
-    enum State { Idle = -1, Downloading = 1, Parsed = 0, Failed = -2 };
-    enum FeedType { UnknownType = -1, AtomType = 1, RSSType = 2 };
+    enum State
+    {
+        Idle = -1,
+        Downloading = 1,
+        Parsed = 0,
+        Failed = -2
+    };
+    enum FeedType
+    {
+        UnknownType = -1,
+        AtomType = 1,
+        RSSType = 2
+    };
 
     Feed();
 
@@ -70,6 +82,9 @@ public:
     void addChild(const TreeNodePtr &child) override;
     // The same rule for many articles at once, in time linear in the feed's size.
     void addChildren(const TreeNodeList &nodes);
+    // The first child equal to node (same identifier or guid), found without walking the list.
+    TreeNodePtr childEqualTo(const TreeNode &node) const;
+    TreeNodePtr childWithGuid(const QString &guid) const;
 
     QString debugDescription() const;
 
@@ -81,6 +96,8 @@ public:
 
 private:
     void loadIconFromIconFolder();
+    // Brings the index up to date with the children and answers under its lock.
+    template <typename Lookup> TreeNodePtr lookUp(Lookup lookup) const;
 
     QString m_title;
     QString m_description;
@@ -103,4 +120,6 @@ private:
     bool m_customIconAvailable = true;
     QImage m_favIcon;
     bool m_specialSelection = false;
+    mutable QMutex m_indexLock;
+    mutable ArticleIndex m_index;
 };

@@ -512,16 +512,12 @@ QList<std::shared_ptr<Enclosure>> FeedLibrary::enclosuresForFeed(const FeedPtr &
 
 bool FeedLibrary::feedContainsArticle(const FeedPtr &feed, const ArticlePtr &article) const
 {
-    return feed && feed->hasChild(article);
+    return feed && article && feed->childEqualTo(*article);
 }
 
 ArticlePtr FeedLibrary::articleWithGuid(const QString &guid, const FeedPtr &inFeed) const
 {
-    for (const ArticlePtr &article : articlesOf(inFeed ? inFeed->children() : TreeNodeList())) {
-        if (article->guid() == guid)
-            return article;
-    }
-    return {};
+    return inFeed ? std::dynamic_pointer_cast<Article>(inFeed->childWithGuid(guid)) : ArticlePtr();
 }
 
 TreeNodePtr FeedLibrary::itemWithUniqueID(const QString &uniqueID) const

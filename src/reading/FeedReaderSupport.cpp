@@ -1,0 +1,116 @@
+#include "reading/FeedReaderSupport.h"
+
+#include "fetch/ImagingService.h"
+#include "model/Article.h"
+#include "model/Feed.h"
+
+namespace {
+
+constexpr qsizetype summaryThreshold = 200;
+
+qsizetype skipWhiteSpace(const QString &text, qsizetype from)
+{
+    while (from < text.size() && text.at(from).isSpace())
+        ++from;
+    return from;
+}
+
+} // namespace
+
+QString FeedReaderSupport::textWithTagsAsSpaces(const QString &text)
+{
+    QString plain;
+    plain.reserve(text.size());
+    int depth = 0;
+    for (const QChar c : text) {
+        if (c == u'<') {
+            ++depth;
+        } else if (c == u'>') {
+            if (depth == 1) {
+                plain.append(u' ');
+                depth = 0;
+            } else {
+                --depth;
+            }
+        } else if (depth == 0) {
+            plain.append(c);
+        }
+    }
+    return plain;
+}
+
+QString FeedReaderSupport::summaryFromPlainText(const QString &plainText)
+{
+    if (plainText.size() < summaryThreshold)
+        return plainText;
+    const qsizetype stop = plainText.indexOf(u'.');
+    if (stop < 0)
+        return plainText.left(summaryThreshold) + QStringLiteral("...");
+    const qsizetype start = skipWhiteSpace(plainText, 0);
+    return plainText.mid(start, std::max<qsizetype>(stop - start, 0)) + QStringLiteral(".");
+}
+
+QUrl FeedReaderSupport::imageURLInSummary(const QString &fullSummary, const QUrl &feedLink)
+{
+    if (!fullSummary.contains(QStringLiteral("src=")))
+        return {};
+    const bool singleQuoted = fullSummary.contains(QStringLiteral("src='"));
+    const QString marker = singleQuoted ? QStringLiteral("src='") : QStringLiteral("src=\"");
+    const QChar closing = singleQuoted ? u'\'' : u'"';
+    const qsizetype found = fullSummary.indexOf(marker);
+    if (found < 0)
+        return {};
+    const qsizetype start = skipWhiteSpace(fullSummary, found + marker.size());
+    qsizetype end = fullSummary.indexOf(closing, start);
+    if (end < 0)
+        end = fullSummary.size();
+    QString candidate = fullSummary.mid(start, end - start);
+    const bool isPicture = candidate.contains(QStringLiteral(".jpg")) ||
+                           candidate.contains(QStringLiteral(".gif")) ||
+                           candidate.contains(QStringLiteral(".png"));
+    if (!isPicture)
+        return {};
+    if (!candidate.startsWith(QStringLiteral("http")))
+        candidate = QStringLiteral("%1://%2%3").arg(feedLink.scheme(), feedLink.host(), candidate);
+    const QUrl url(candidate, QUrl::StrictMode);
+    return url.isValid() ? url : QUrl();
+}
+
+void FeedReaderSupport::findImageURLInSummary(const QString &fullSummary, const ArticlePtr &article,
+                                              const QUrl &feedLink)
+{
+    const QUrl url = imageURLInSummary(fullSummary, feedLink);
+    if (url.isEmpty())
+        return;
+    article->setImageURL(url);
+    ImagingService::sharedImagingService().addToQueue(article);
+}
+
+void FeedReaderSupport::finishArticle(FeedLibrary &library, const FeedPtr &feed, const ArticlePtr &article,
+                                      ArticleList &newArticles)
+{
+    if (library.feedContainsArticle(feed, article)) {
+        if (const ArticlePtr known = library.articleWithGuid(article->guid(), feed))
+            known->setStillInFeed(true);
+        return;
+    }
+    library.saveSummary(article->fullSummary(), article);
+    findImageURLInSummary(article->fullSummary(), article, feed->link());
+    article->setFullSummary(QStringLiteral(""));
+    article->setStillInFeed(true);
+    newArticles.append(article);
+}
+
+void FeedReaderSupport::insertNewArticles(const FeedPtr &feed, const ArticleList &newArticles)
+{
+    if (!newArticles.isEmpty()) {
+        TreeNodeList children;
+        children.reserve(newArticles.size() + feed->childCount());
+        for (const ArticlePtr &article : newArticles)
+            children.append(article);
+        children.append(feed->children());
+        feed->setChildren(children);
+    }
+    if (feed->publicationDate().isNull())
+        feed->setPublicationDate(CalendarDate::now());
+}

@@ -19,23 +19,25 @@ qsizetype skipWhiteSpace(const QString &text, qsizetype from)
 
 QString FeedReaderSupport::textWithTagsAsSpaces(const QString &text)
 {
-    QString plain;
-    plain.reserve(text.size());
+    // Every character gives at most one, so the result is written in place and cut to length.
+    QString plain(text.size(), Qt::Uninitialized);
+    QChar *out = plain.data();
     int depth = 0;
     for (const QChar c : text) {
         if (c == u'<') {
             ++depth;
         } else if (c == u'>') {
             if (depth == 1) {
-                plain.append(u' ');
+                *out++ = u' ';
                 depth = 0;
             } else {
                 --depth;
             }
         } else if (depth == 0) {
-            plain.append(c);
+            *out++ = c;
         }
     }
+    plain.truncate(out - plain.constData());
     return plain;
 }
 

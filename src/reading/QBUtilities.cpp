@@ -4,6 +4,7 @@
 #include "platform/NaturalDateReader.h"
 
 #include <QDir>
+#include <QHash>
 #include <QLocale>
 #include <QStandardPaths>
 #include <QUuid>
@@ -72,11 +73,51 @@ qint64 leadingHexInteger(QStringView text)
     return value;
 }
 
-void replaceNamedEntity(const QString &input, QString &copy, const char *name, QChar character)
+// Every name of both tables with its character; no name is in both.
+const QHash<QString, QChar> &namedEntities()
 {
-    const QLatin1String entity(name);
-    if (input.contains(entity))
-        copy.replace(entity, QString(character));
+    static const QHash<QString, QChar> names = [] {
+        QHash<QString, QChar> table;
+        for (std::size_t i = 0; i < latin1Entities.size(); ++i)
+            table.insert(QLatin1String(latin1Entities[i]), QChar(char16_t(0x00A0 + i)));
+        for (const SpecialEntity &entity : specialEntities)
+            table.insert(QLatin1String(entity.name), QChar(entity.character));
+        return table;
+    }();
+    return names;
+}
+
+bool isEntityNameCharacter(QChar c)
+{
+    return c.unicode() < 128 && c.isLetterOrNumber();
+}
+
+// One pass instead of one search per table entry. A name begins with '&', ends with ';' and holds
+// neither, so no two occurrences overlap and no decoded character can complete a new one: replacing
+// them in table order and replacing them where they stand give the same text.
+QString decodeNamedEntities(const QString &text)
+{
+    QString decoded;
+    qsizetype copiedUpTo = 0;
+    for (qsizetype at = text.indexOf(QLatin1Char('&')); at >= 0;
+         at = text.indexOf(QLatin1Char('&'), at + 1)) {
+        qsizetype end = at + 1;
+        while (end < text.size() && isEntityNameCharacter(text[end]))
+            ++end;
+        if (end == text.size() || text[end] != QLatin1Char(';'))
+            continue;
+        const auto found = namedEntities().constFind(text.mid(at, end - at + 1));
+        if (found == namedEntities().constEnd())
+            continue;
+        decoded.append(QStringView(text).mid(copiedUpTo, at - copiedUpTo));
+        decoded.append(*found);
+        copiedUpTo = end + 1;
+        at = end;
+    }
+    if (copiedUpTo == 0)
+        return text;
+    decoded.append(QStringView(text).mid(copiedUpTo));
+    return decoded;
 }
 
 // Only references with at most two characters between "&#" and ";" are decoded; any other
@@ -160,11 +201,7 @@ QString QBUtilities::decodeCharacterEntitiesIn(const QString &text)
 {
     if (!text.contains(QLatin1Char('&')))
         return text;
-    QString copy = text;
-    for (std::size_t i = 0; i < latin1Entities.size(); ++i)
-        replaceNamedEntity(text, copy, latin1Entities[i], QChar(char16_t(0x00A0 + i)));
-    for (const SpecialEntity &entity : specialEntities)
-        replaceNamedEntity(text, copy, entity.name, QChar(entity.character));
+    QString copy = decodeNamedEntities(text);
     decodeShortNumericReferences(copy);
     return copy;
 }

@@ -79,6 +79,8 @@ TEST(EntityDecoding, NamedEntitiesOfBothTablesAreDecodedExactlyAsWritten)
               u"\u00C9\u00E9&EACUTE;&eacute");
     EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("&OElig;&Yuml;&circ;&rsquo;&hellip;&rsaquo;&euro;&lt;"),
               u"\u0152\u0178\u02C6\u2019\u2026\u203A\u20AC&lt;");
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("&&eacute;&eac&eacute;&foo;&eacute;&amp;eacute;"),
+              u"&\u00E9&eac\u00E9&foo;\u00E9&amp;eacute;");
 
     const QString plain = "no entities here; none at all";
     EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn(plain).constData(), plain.constData());

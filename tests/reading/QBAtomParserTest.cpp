@@ -1,0 +1,237 @@
+#include "reading/QBAtomParser.h"
+
+#include "fetch/ImagingService.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+class AtomReader : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        if (!library().root())
+            library().load();
+    }
+    static FeedLibrary &library() { return FeedLibrary::feedLibrary(); }
+
+    bool read(const FeedPtr &feed, const QByteArray &body, bool wrap = true)
+    {
+        QBAtomParser parser(wrap ? "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+                                   "<feed xmlns=\"http://www.w3.org/2005/Atom\">" +
+                                       body + "</feed>"
+                                 : body);
+        parser.setFeed(feed);
+        const bool parsed = parser.parse();
+        error = parser.parserError();
+        return parsed;
+    }
+
+    static ArticlePtr articleAt(const FeedPtr &feed, int index)
+    {
+        return std::dynamic_pointer_cast<Article>(feed->children().value(index));
+    }
+
+    static QDateTime utc(int month, int day, int hour, int minute)
+    {
+        return QDateTime(QDate(2006, month, day), QTime(hour, minute), Qt::UTC);
+    }
+
+    FeedPtr feed = std::make_shared<Feed>();
+    QString error;
+};
+} // namespace
+
+TEST_F(AtomReader, TheFirstLinkWithAnAddressWinsWhateverItsRel)
+{
+    ASSERT_TRUE(read(feed, "<link rel=\"self\" href=\"http://example.org/feed.atom\"/>"
+                           "<link rel=\"alternate\" href=\"http://example.org/\"/>"
+                           "<entry><id>a</id><link rel=\"enclosure\"/>"
+                           "<link rel=\"self\" href=\"http://example.org/a.atom\"/>"
+                           "<link rel=\"alternate\" href=\"http://example.org/a.html\"/></entry>"));
+    EXPECT_EQ(feed->link(), QUrl("http://example.org/feed.atom"));
+    EXPECT_EQ(articleAt(feed, 0)->link(), QUrl("http://example.org/a.atom"));
+
+    auto own = std::make_shared<Feed>();
+    own->setLink(QUrl("http://mine.example/"));
+    ASSERT_TRUE(read(own, "<link href=\"http://example.org/\"/>"));
+    EXPECT_EQ(own->link(), QUrl("http://mine.example/"));
+}
+
+TEST_F(AtomReader, ContentWinsOverSummaryInEitherOrderAndHtmlIsDecodedThenTagsBecomeSpaces)
+{
+    ASSERT_TRUE(read(feed,
+                     "<entry><id>a</id><summary>From summary</summary><content>From content</content></entry>"
+                     "<entry><id>b</id><content>From content</content><summary>From summary</summary></entry>"
+                     "<entry><id>c</id><summary>Only summary</summary></entry>"
+                     "<entry><id>d</id><content type=\"html\">&lt;p&gt;Caf&amp;eacute; &lt;b&gt;au&lt;/b&gt;"
+                     " lait&lt;/p&gt;</content></entry>"
+                     "<entry><id>e</id><content type=\"html\"><![CDATA[<i>Hi</i>]]></content></entry>"));
+    ASSERT_EQ(feed->childCount(), 5);
+    for (int index : {0, 1}) {
+        EXPECT_EQ(articleAt(feed, index)->summary(), "From content");
+        EXPECT_EQ(library().longSummaryForArticle(articleAt(feed, index)), "From content");
+        EXPECT_EQ(articleAt(feed, index)->fullSummary(), "") << "the full text lives in the database";
+    }
+    EXPECT_EQ(articleAt(feed, 2)->summary(), "Only summary");
+    EXPECT_EQ(articleAt(feed, 3)->summary(), " Café  au  lait ");
+    EXPECT_EQ(library().longSummaryForArticle(articleAt(feed, 3)), "<p>Café <b>au</b> lait</p>");
+    EXPECT_EQ(articleAt(feed, 4)->summary(), " Hi ");
+}
+
+TEST_F(AtomReader, XhtmlContentKeepsItsMarkupRewrittenInDocumentOrder)
+{
+    ASSERT_TRUE(read(feed,
+                     "<entry><id>x</id><content type=\"xhtml\">\n"
+                     "  <div xmlns=\"http://www.w3.org/1999/xhtml\">Fish <b id=\"b1\" class=\"big\">and</b>"
+                     " chips</div>\n</content></entry>"));
+    const ArticlePtr article = articleAt(feed, 0);
+    EXPECT_EQ(
+        library().longSummaryForArticle(article),
+        "<div xmlns=\"http://www.w3.org/1999/xhtml\">Fish <b id=\"b1\" class=\"big\">and</b> chips</div>");
+    EXPECT_EQ(article->summary(), " Fish  and  chips ");
+}
+
+TEST_F(AtomReader, AnEntryIsDatedByItsFirstDateAndOtherwiseByTheFeedsDateAtThatPoint)
+{
+    ASSERT_TRUE(read(feed,
+                     "<updated>2006-05-17T10:00:00Z</updated>"
+                     "<entry><id>a</id><updated>2006-05-18T14:32:10Z</updated>"
+                     "<published>2006-05-01T08:00:00Z</published></entry>"
+                     "<entry><id>b</id></entry>"
+                     "<entry><id>c</id><author><name>N</name><updated>2001-01-01T00:00:00Z</updated></author>"
+                     "<published>2006-05-19T07:15:00Z</published></entry>"
+                     "<modified>2006-05-20T09:00:00Z</modified>"));
+    EXPECT_EQ(articleAt(feed, 0)->legacyPublicationDate().moment(), utc(5, 18, 14, 32));
+    EXPECT_EQ(articleAt(feed, 1)->legacyPublicationDate().moment(), utc(5, 17, 10, 0));
+    EXPECT_EQ(articleAt(feed, 2)->legacyPublicationDate().moment(), utc(5, 19, 7, 15));
+    EXPECT_EQ(feed->publicationDate().moment(), utc(5, 20, 9, 0)) << "at feed level the last date wins";
+}
+
+TEST_F(AtomReader, KnownEntriesAreOnlyMarkedAndEntriesWithoutIdAreNewAtEveryReading)
+{
+    ASSERT_TRUE(read(
+        feed, "<entry><title>Anonymous</title></entry><entry><id>tag:k</id><title>Kept</title></entry>"));
+    EXPECT_EQ(feed->feedType(), Feed::AtomType);
+    EXPECT_FALSE(feed->publicationDate().isNull()) << "a feed without a date gets the time of reading";
+    ASSERT_EQ(feed->childCount(), 2);
+    const ArticlePtr first = articleAt(feed, 0);
+    const ArticlePtr known = articleAt(feed, 1);
+    EXPECT_EQ(first->title(), "Anonymous");
+    EXPECT_EQ(first->guid().size(), 36);
+    EXPECT_EQ(first->parent(), feed);
+    known->setStillInFeed(false);
+
+    ASSERT_TRUE(read(
+        feed, "<entry><title>Anonymous</title></entry><entry><id>tag:k</id><title>Changed</title></entry>"));
+    ASSERT_EQ(feed->childCount(), 3);
+    EXPECT_EQ(articleAt(feed, 0)->title(), "Anonymous");
+    EXPECT_NE(articleAt(feed, 0)->guid(), first->guid());
+    EXPECT_EQ(articleAt(feed, 1), first);
+    EXPECT_EQ(articleAt(feed, 2), known);
+    EXPECT_TRUE(known->stillInFeed());
+    EXPECT_EQ(known->title(), "Kept");
+}
+
+TEST_F(AtomReader, AFeedLevelIdBecomesTheFirstEntrysGuid)
+{
+    ASSERT_TRUE(
+        read(feed, "<id>urn:feed</id><entry><title>one</title></entry><entry><title>two</title></entry>"));
+    EXPECT_EQ(articleAt(feed, 0)->guid(), "urn:feed");
+    EXPECT_EQ(articleAt(feed, 1)->guid().size(), 36);
+}
+
+TEST_F(AtomReader, TheFeedTitleIsTakenOnlyWhenTheFeedHasNone)
+{
+    ASSERT_TRUE(read(
+        feed, "<title>Caf&amp;eacute; news</title><entry><id>1</id><title>A &amp;amp; B</title></entry>"));
+    EXPECT_EQ(feed->title(), "Café news");
+    EXPECT_EQ(articleAt(feed, 0)->title(), "A &amp; B") << "XML's own entities are decoded once only";
+
+    auto named = std::make_shared<Feed>();
+    named->setTitle("Mine");
+    ASSERT_TRUE(read(named, "<title>Theirs</title>"));
+    EXPECT_EQ(named->title(), "Mine");
+}
+
+TEST_F(AtomReader, AuthorsAndContributorsBecomePersonsAndAFeedAuthorGoesToTheFirstEntry)
+{
+    ASSERT_TRUE(read(feed,
+                     "<author><name>Owner</name></author>"
+                     "<entry><id>1</id><author><name>Jos&amp;eacute;</name><email>jose@example.org</email>"
+                     "<uri>http://example.org/jose</uri></author>"
+                     "<contributor><name>Kim</name><url>http://example.org/kim</url></contributor></entry>"
+                     "<entry><id>2</id><author><name>Lee</name></author></entry>"));
+    const auto authors = articleAt(feed, 0)->authors();
+    ASSERT_EQ(authors.size(), 3);
+    EXPECT_EQ(authors.at(0)->name(), "Owner");
+    EXPECT_EQ(authors.at(1)->name(), "José");
+    EXPECT_EQ(authors.at(1)->email(), "jose@example.org");
+    EXPECT_EQ(authors.at(1)->URI(), QUrl("http://example.org/jose"));
+    EXPECT_TRUE(authors.at(1)->title().isNull());
+    EXPECT_EQ(authors.at(2)->name(), "Kim");
+    EXPECT_EQ(authors.at(2)->URI(), QUrl("http://example.org/kim"));
+    ASSERT_EQ(articleAt(feed, 1)->authors().size(), 1);
+    EXPECT_EQ(articleAt(feed, 1)->authors().at(0)->name(), "Lee");
+}
+
+TEST_F(AtomReader, APictureInTheContentIsQueuedForAThumbnail)
+{
+    feed->setLink(QUrl("http://example.org/blog/"));
+    ASSERT_TRUE(
+        read(feed, "<entry><id>p</id><content type=\"html\">&lt;img src='/i/x.png'&gt;</content></entry>"));
+    const ArticlePtr article = articleAt(feed, 0);
+    EXPECT_EQ(article->imageURL(), QUrl("http://example.org/i/x.png"));
+    EXPECT_TRUE(ImagingService::sharedImagingService().queue().contains(article));
+    ImagingService::sharedImagingService().removeFromQueue(article);
+}
+
+TEST_F(AtomReader, TheDocumentsOwnEncodingDeclarationIsHonoured)
+{
+    ASSERT_TRUE(read(
+        feed, "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><feed><title>Caf\xe9</title></feed>", false));
+    EXPECT_EQ(feed->title(), "Café");
+}
+
+TEST_F(AtomReader, ADocumentThatIsNotWellFormedAddsNoArticlesButKeepsWhatWasReadBefore)
+{
+    EXPECT_FALSE(read(
+        feed, "<title>Before</title><entry><id>1</id></entry><entry><title>caf&eacute;</title></entry>"));
+    EXPECT_TRUE(error.contains("eacute")) << error.toStdString();
+    EXPECT_EQ(feed->childCount(), 0);
+    EXPECT_EQ(feed->title(), "Before");
+
+    auto unclosed = std::make_shared<Feed>();
+    EXPECT_FALSE(
+        read(unclosed, "<feed xmlns=\"http://www.w3.org/2005/Atom\"><entry><id>1</id></entry>", false));
+    EXPECT_FALSE(error.isEmpty());
+    EXPECT_EQ(unclosed->childCount(), 0);
+    EXPECT_TRUE(unclosed->publicationDate().isNull()) << "only a successful reading dates the feed";
+}
+
+TEST_F(AtomReader, PrefixedElementNamesAreNotRecognised)
+{
+    ASSERT_TRUE(read(feed,
+                     "<atom:feed xmlns:atom=\"http://www.w3.org/2005/Atom\"><atom:title>T</atom:title>"
+                     "<atom:entry><atom:id>1</atom:id></atom:entry></atom:feed>",
+                     false));
+    EXPECT_EQ(feed->childCount(), 0);
+    EXPECT_TRUE(feed->title().isEmpty());
+}
+
+TEST_F(AtomReader, DeclaredEntitiesAreNeverExpandedSoABillionLaughsIsRefused)
+{
+    QByteArray laughs = "<?xml version=\"1.0\"?>\n<!DOCTYPE feed [\n<!ENTITY lol0 \"lol\">\n";
+    for (int level = 1; level <= 9; ++level)
+        laughs += "<!ENTITY lol" + QByteArray::number(level) + " \"" +
+                  QByteArray("&lol" + QByteArray::number(level - 1) + ";").repeated(10) + "\">\n";
+    laughs += "]>\n<feed xmlns=\"http://www.w3.org/2005/Atom\"><entry><id>1</id></entry>";
+    EXPECT_FALSE(read(feed, laughs + "<entry><title>&lol9;</title></entry></feed>", false));
+    EXPECT_TRUE(error.contains("lol9")) << error.toStdString();
+    EXPECT_EQ(feed->childCount(), 0);
+    EXPECT_FALSE(read(feed, laughs + "<entry><link href=\"&lol9;\"/></entry></feed>", false));
+    EXPECT_EQ(feed->childCount(), 0);
+
+    ASSERT_TRUE(read(feed, laughs + "</feed>", false)) << "declaring is not refused, only referring";
+    EXPECT_EQ(feed->childCount(), 1);
+}

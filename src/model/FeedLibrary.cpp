@@ -8,6 +8,7 @@
 #include "platform/Log.h"
 #include "platform/NotificationCenter.h"
 #include "platform/Resources.h"
+#include "reading/OPMLImporter.h"
 #include "reading/QBUtilities.h"
 
 #include <QDateTime>
@@ -182,6 +183,11 @@ void FeedLibrary::load()
         fresh->setTitle(QStringLiteral("Feed Library"));
         fresh->setUniqueID(QStringLiteral("root"));
         setRoot(fresh);
+        // A new library starts with the shipped subscriptions, flattened into the root in list order.
+        const QString list = Resources::path(QStringLiteral("DefaultFeeds"), QStringLiteral("opml"));
+        const FeedList defaults = OPMLImporter::importFeedsFromPath(list).feeds();
+        for (int i = 0; i < defaults.size(); ++i)
+            add(defaults.at(i), fresh, i);
     }
     startThumbnailCleanup();
 }

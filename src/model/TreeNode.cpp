@@ -40,11 +40,12 @@ void TreeNode::setParent(const TreeNodePtr &parent)
     m_parent = parent;
 }
 
+// Appended in place under the lock: a reader holding an earlier copy keeps it unchanged, and a long
+// list no longer gets copied once for every child added to it.
 void TreeNode::addChild(const TreeNodePtr &child)
 {
-    TreeNodeList list = children();
-    list.append(child);
-    setChildren(list);
+    QMutexLocker locker(&m_lock);
+    m_children.append(child);
 }
 
 void TreeNode::addChild(const TreeNodePtr &child, int index)

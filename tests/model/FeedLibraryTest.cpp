@@ -54,6 +54,28 @@ ArticlePtr storeArticle(FeedLibrary &library, const FeedPtr &feed, const QString
     return article;
 }
 
+// For tests about what the user adds: the shipped subscriptions of a new library are taken away first.
+void loadWithoutDefaultFeeds(FeedLibrary &library)
+{
+    library.load();
+    library.root()->removeChildren();
+}
+
+QStringList titlesOf(const TreeNodeList &nodes)
+{
+    QStringList titles;
+    for (const TreeNodePtr &node : nodes) {
+        const auto feed = std::dynamic_pointer_cast<Feed>(node);
+        titles << (feed ? feed->title() : QStringLiteral("<not a feed>"));
+    }
+    return titles;
+}
+
+const QStringList defaultFeedTitles = {
+    "BBC News – Top Stories", "BBC News – World", "NPR News", "The Guardian – World news", "Al Jazeera",
+    "NASA News Releases", "Nature", "ScienceDaily", "New Scientist", "Ars Technica", "BBC News – Technology",
+    "The Verge", "Wired", "Hacker News"};
+
 QByteArray fileBytes(const QString &path)
 {
     QFile file(path);
@@ -98,12 +120,37 @@ TEST(FeedLibraryLoad, AFirstRunCreatesBothTablesAndSeedsTheClippingsWithWelcomeT
     EXPECT_FALSE(page.contains("$IMAGE_PATH", Qt::CaseInsensitive));
 }
 
+TEST(FeedLibraryLoad, AFirstRunSeedsTheRootWithTheDefaultFeedsFlatAndInListOrder)
+{
+    {
+        FeedLibrary library;
+        library.load();
+        const auto root = library.root();
+        EXPECT_EQ(titlesOf(root->children()), defaultFeedTitles) << "folders of the list are not kept";
+        for (const TreeNodePtr &child : root->children()) {
+            const auto feed = std::dynamic_pointer_cast<Feed>(child);
+            ASSERT_TRUE(feed);
+            EXPECT_EQ(feed->parent(), root);
+            EXPECT_EQ(feed->feed().scheme(), "https") << feed->title().toStdString();
+            EXPECT_FALSE(feed->link().isEmpty()) << feed->title().toStdString();
+            EXPECT_EQ(feed->childCount(), 0);
+        }
+        EXPECT_EQ(library.allFeeds().first()->feed(), QUrl("https://feeds.bbci.co.uk/news/rss.xml"));
+        library.root()->removeChild(library.root()->children().first());
+        library.save();
+    }
+    FeedLibrary library;
+    library.load();
+    EXPECT_EQ(titlesOf(library.root()->children()), defaultFeedTitles.mid(1))
+        << "a saved library is never seeded again";
+}
+
 TEST(FeedLibraryLoad, ALibrarySavedAndLoadedAgainKeepsItsTreeAndReattachesCountedArticles)
 {
     QString feedID;
     {
         FeedLibrary library;
-        library.load();
+        loadWithoutDefaultFeeds(library);
         auto folder = std::make_shared<Folder>();
         folder->setTitle("Tech");
         library.add(folder, nullptr, 0);
@@ -159,14 +206,14 @@ TEST(FeedLibraryLoad, ADatabaseWithoutALibraryFileIsNeitherRecreatedNorReseeded)
     library.load();
     EXPECT_EQ(storedRows("clippings").size(), 2);
     EXPECT_EQ(storedRows("articles").size(), 1) << "rows of feeds that no longer exist stay where they are";
-    EXPECT_EQ(library.root()->childCount(), 0);
+    EXPECT_EQ(titlesOf(library.root()->children()), defaultFeedTitles) << "the root is seeded afresh";
 }
 
 TEST(FeedLibraryLoad, ALibraryFileWithoutADatabaseLoadsItsFeedsWithNoArticles)
 {
     {
         FeedLibrary library;
-        library.load();
+        loadWithoutDefaultFeeds(library);
         auto feed = addFeed(library, "kept");
         storeArticle(library, feed, "a", "text");
         library.save();
@@ -185,7 +232,7 @@ TEST(FeedLibraryLoad, TwoRowsWithOneGuidLoadAsOneArticleTheLaterInTheEarliersPla
     QString laterID;
     {
         FeedLibrary library;
-        library.load();
+        loadWithoutDefaultFeeds(library);
         auto feed = addFeed(library, "dupes");
         auto first = storeArticle(library, feed, "same", "one");
         auto second = storeArticle(library, feed, "same", "two");
@@ -207,7 +254,7 @@ TEST(FeedLibraryLoad, AnUnreadableLibraryFileIsKeptAsideAndNeverOverwritten)
     LogCapture log;
     FeedLibrary library;
     library.load();
-    EXPECT_EQ(library.root()->childCount(), 0);
+    EXPECT_EQ(titlesOf(library.root()->children()), defaultFeedTitles) << "starting afresh is a first run";
     const QStringList kept = QDir(FeedLibrary::libraryPath()).entryList({"Feeds.library.unreadable-*"});
     ASSERT_EQ(kept.size(), 1);
     EXPECT_EQ(fileBytes(FeedLibrary::libraryPath() + "/" + kept.first()), damaged);
@@ -221,7 +268,7 @@ TEST(FeedLibraryLoad, ADatabaseFileThatIsNotSQLiteIsLeftAloneAndTheLibraryStillR
     writeFile(FeedLibrary::databasePath(), junk);
     {
         FeedLibrary library;
-        library.load();
+        loadWithoutDefaultFeeds(library);
         auto feed = addFeed(library, "survivor");
         storeArticle(library, feed, "a", "text");
         EXPECT_EQ(library.longSummaryForArticle(std::dynamic_pointer_cast<Article>(feed->children().first())), "");
@@ -239,7 +286,7 @@ TEST(FeedLibraryState, StatesWrittenPerArticleAndPerFeedSurviveARestart)
 {
     {
         FeedLibrary library;
-        library.load();
+        loadWithoutDefaultFeeds(library);
         auto first = addFeed(library, "first");
         auto second = addFeed(library, "second");
         auto a = storeArticle(library, first, "a", "");

@@ -1,0 +1,292 @@
+#include "reading/OPMLImporter.h"
+
+#include "LogCapture.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace {
+QString fixture(const QString &name)
+{
+    return QStringLiteral(QB_TEST_DATA "/opml/") + name;
+}
+
+std::shared_ptr<Folder> folderAt(const TreeNodePtr &node, int index)
+{
+    return std::dynamic_pointer_cast<Folder>(node->children().value(index));
+}
+
+std::shared_ptr<Feed> feedAt(const TreeNodePtr &node, int index)
+{
+    return std::dynamic_pointer_cast<Feed>(node->children().value(index));
+}
+
+QStringList titlesOf(const QList<std::shared_ptr<Feed>> &feeds)
+{
+    QStringList titles;
+    for (const auto &feed : feeds)
+        titles << feed->title();
+    return titles;
+}
+
+OPMLImporter importedText(const QString &text)
+{
+    OPMLImporter importer;
+    importer.parseOPML(text);
+    return importer;
+}
+} // namespace
+
+TEST(OPMLImporter, NestedFolderOutlinesBecomeNestedFoldersAndEndTagsClimbBackOut)
+{
+    const OPMLImporter importer = OPMLImporter::importFeedsFromPath(fixture("nested.opml"));
+    const auto top = importer.importedFeedsFolder();
+    EXPECT_EQ(top->title(), "Imported Feeds");
+    EXPECT_FALSE(top->parent());
+    EXPECT_EQ(importer.currentFolder(), top) << "every folder was closed again";
+    ASSERT_EQ(top->childCount(), 3);
+
+    const auto outer = folderAt(top, 0);
+    ASSERT_TRUE(outer);
+    EXPECT_EQ(outer->title(), "Outer");
+    EXPECT_EQ(outer->parent(), top);
+    const auto inner = folderAt(outer, 0);
+    ASSERT_TRUE(inner);
+    EXPECT_EQ(inner->title(), "Inner") << "the title wins over the text";
+    EXPECT_EQ(inner->parent(), outer);
+    const auto deep = feedAt(inner, 0);
+    ASSERT_TRUE(deep);
+    EXPECT_EQ(deep->parent(), inner);
+    EXPECT_EQ(feedAt(outer, 1)->title(), "Outer feed") << "a feed after the inner folder's end tag";
+    EXPECT_EQ(folderAt(top, 1)->title(), "Untitled folder");
+    EXPECT_EQ(folderAt(top, 1)->childCount(), 0);
+    EXPECT_EQ(feedAt(top, 2)->title(), "Top feed");
+
+    EXPECT_EQ(titlesOf(importer.feeds()), QStringList({"Deep feed", "Outer feed", "Top feed"}))
+        << "the flat list is in document order";
+}
+
+TEST(OPMLImporter, AnOutlineWithOnlyAHomePageTakesItAsItsAddress)
+{
+    const OPMLImporter importer = OPMLImporter::importFeedsFromPath(fixture("quirks.opml"));
+    ASSERT_FALSE(importer.feeds().isEmpty());
+    const auto feed = importer.feeds().first();
+    EXPECT_EQ(feed->title(), "Home page only");
+    EXPECT_EQ(feed->feed(), QUrl("http://pages.example/home")) << "looking for url finds the end of htmlUrl";
+    EXPECT_EQ(feed->link(), QUrl("http://pages.example/home"));
+}
+
+TEST(OPMLImporter, AFeedOutlineWithASeparateEndTagMakesNoFeedAndLeavesTheFolder)
+{
+    const OPMLImporter importer = OPMLImporter::importFeedsFromPath(fixture("quirks.opml"));
+    const auto top = importer.importedFeedsFolder();
+    EXPECT_FALSE(titlesOf(importer.feeds()).contains("Written open"));
+    const auto folder = folderAt(top, 0);
+    ASSERT_TRUE(folder);
+    EXPECT_EQ(folder->childCount(), 1) << "only the feed before the open outline";
+    EXPECT_EQ(feedAt(top, 1)->title(), "After the open one") << "its end tag closed the folder early";
+    EXPECT_EQ(feedAt(top, 1)->parent(), top);
+    EXPECT_EQ(importer.currentFolder(), top) << "the folder's own end tag cannot climb above the top";
+}
+
+TEST(OPMLImporter, AttributesAreDecodedAndDefaultedOutlineByOutline)
+{
+    const OPMLImporter importer = OPMLImporter::importFeedsFromPath(fixture("quirks.opml"));
+    ASSERT_EQ(titlesOf(importer.feeds()),
+              QStringList({"Home page only", "After the open one", "Café & Bar", "single quoted"}))
+        << "an outline with neither title, text nor address makes nothing at all";
+
+    const auto home = importer.feeds().at(0);
+    EXPECT_EQ(home->feedType(), Feed::AtomType) << "no type";
+    EXPECT_EQ(home->description(), "");
+    EXPECT_FALSE(home->description().isNull());
+    EXPECT_EQ(home->language(), "en-us");
+    EXPECT_TRUE(home->keywords().isEmpty());
+    EXPECT_EQ(importer.feeds().at(1)->feedType(), Feed::AtomType) << "\"rss\" is not \"RSS\"";
+
+    const auto cafe = importer.feeds().at(2);
+    EXPECT_EQ(cafe->feedType(), Feed::RSSType);
+    EXPECT_EQ(cafe->feed(), QUrl("http://cafe.example/feed?a=1&b=2"));
+    EXPECT_EQ(cafe->link(), QUrl("http://cafe.example")) << "without a home page, the feed's own host";
+    EXPECT_EQ(cafe->description(), "Beans & more");
+    EXPECT_EQ(cafe->language(), "fr");
+    EXPECT_EQ(cafe->keywords(), QStringList({"coffee", " tea", "", "cocoa"})) << "split, never trimmed";
+
+    const auto spaced = importer.feeds().at(3);
+    EXPECT_EQ(spaced->feed(), QUrl("http://spaced.example/feed")) << "the name, a space and '='";
+    EXPECT_EQ(spaced->link(), QUrl("http://spaced.example"));
+}
+
+TEST(OPMLImporter, EntitiesEscapedTwiceInTitlesStillBecomeTheirCharacters)
+{
+    const OPMLImporter importer = importedText(
+        "<outline title=\"Caf&amp;eacute; &amp;amp; Cr&#232;me &amp;#39;n&amp;apos; &amp;hellip;\" "
+        "xmlUrl=\"http://x.example/\"/> ");
+    ASSERT_EQ(importer.feeds().size(), 1);
+    EXPECT_EQ(importer.feeds().first()->title(), "Café & Crème 'n' …");
+
+    // A numeric reference to an ampersand turns into a named entity only on the last pass.
+    const QString layered = QStringLiteral("&amp;amp;#38;eacute;");
+    const OPMLImporter again = importedText(QStringLiteral("<outline title=\"%1\" description=\"%1\" "
+                                                           "keywords=\"%1\" xmlUrl=\"http://x.example/\"/> ")
+                                                .arg(layered));
+    ASSERT_EQ(again.feeds().size(), 1);
+    EXPECT_EQ(again.feeds().first()->title(), "é");
+    EXPECT_EQ(again.feeds().first()->description(), "é");
+    EXPECT_EQ(again.feeds().first()->keywords(), QStringList({"&eacute;"})) << "keywords get no extra pass";
+}
+
+TEST(OPMLImporter, UidsAreKeptSoThatImportingTwiceGivesTwinFeeds)
+{
+    const OPMLImporter first = OPMLImporter::importFeedsFromPath(fixture("nested.opml"));
+    const OPMLImporter second = OPMLImporter::importFeedsFromPath(fixture("nested.opml"));
+    ASSERT_EQ(first.feeds().size(), 3);
+    ASSERT_EQ(second.feeds().size(), 3);
+    const QStringList uids = {"DEEP-0001", "OUTER-0002", "TOP-0003"};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(first.feeds().at(i)->uniqueID(), uids.at(i));
+        EXPECT_EQ(second.feeds().at(i)->uniqueID(), uids.at(i));
+        EXPECT_NE(first.feeds().at(i), second.feeds().at(i)) << "two separate feeds";
+    }
+    EXPECT_EQ(first.feeds().at(2)->feedType(), Feed::RSSType);
+
+    const OPMLImporter withoutUids = OPMLImporter::importFeedsFromPath(fixture("quirks.opml"));
+    EXPECT_EQ(withoutUids.feeds().first()->uniqueID().size(), 36) << "a feed without uid gets its own";
+    EXPECT_NE(withoutUids.feeds().first()->uniqueID(), withoutUids.feeds().at(1)->uniqueID());
+}
+
+TEST(OPMLImporter, TheDeclaredEncodingIsHonouredAndLatin1IsAssumedWithoutOne)
+{
+    const OPMLImporter utf8 = OPMLImporter::importFeedsFromPath(fixture("declared-utf8.opml"));
+    ASSERT_EQ(utf8.feeds().size(), 1);
+    EXPECT_EQ(utf8.feeds().first()->title(), "Café – Nachrichten");
+
+    const OPMLImporter latin1 = OPMLImporter::importFeedsFromPath(fixture("undeclared-latin1.opml"));
+    ASSERT_EQ(latin1.feeds().size(), 1);
+    EXPECT_EQ(latin1.feeds().first()->title(), "Café");
+}
+
+TEST(OPMLImporter, AnUnusableDeclaredEncodingImportsNothingAndSaysSo)
+{
+    for (const char *name : {"unknown-encoding.opml", "invalid-utf8.opml"}) {
+        LogCapture log;
+        const OPMLImporter importer = OPMLImporter::importFeedsFromPath(fixture(name));
+        EXPECT_TRUE(importer.feeds().isEmpty()) << name;
+        EXPECT_EQ(importer.importedFeedsFolder()->childCount(), 0) << name;
+        EXPECT_EQ(log.lines(), QStringList({"-[OPMLImporter parseOPML] no XML to parse, aborting."})) << name;
+    }
+}
+
+TEST(OPMLImporter, AnUnreadableFileIsNamedInTheLogAndImportsNothing)
+{
+    QTemporaryDir scratch;
+    const QString missing = scratch.filePath("missing.opml");
+    for (const QString &path : {missing, scratch.path()}) {
+        LogCapture log;
+        const OPMLImporter importer = OPMLImporter::importFeedsFromPath(path);
+        EXPECT_TRUE(importer.feeds().isEmpty());
+        ASSERT_EQ(log.lines().size(), 2) << path.toStdString();
+        EXPECT_TRUE(
+            log.lines().at(0).startsWith("-[OPMLImporter importFeedsFromPath:] cannot read " + path + ": "))
+            << log.lines().at(0).toStdString();
+        EXPECT_EQ(log.lines().at(1), "-[OPMLImporter parseOPML] no XML to parse, aborting.");
+    }
+}
+
+TEST(OPMLImporter, AttributeValuesFollowTheLenientLookup)
+{
+    const QString outline =
+        QStringLiteral("outline TITLE=\"Loud\" htmlUrl=\"http://h/\" xmlUrl=\"http://x/\" a='b'");
+    EXPECT_EQ(OPMLImporter::tag(outline, "title", false), "Loud") << "names match in any case";
+    EXPECT_EQ(OPMLImporter::tag(outline, "url", false), "http://h/") << "the first name that ends in url";
+    EXPECT_TRUE(OPMLImporter::tag(outline, "missing", false).isNull());
+    EXPECT_TRUE(OPMLImporter::tag("outline text=plain", "text", false).isNull()) << "no quotes, no value";
+    EXPECT_TRUE(OPMLImporter::tag("outline text='single'", "text", false).isNull())
+        << "'=' with a single quote is neither pattern";
+    EXPECT_EQ(OPMLImporter::tag("outline text ='single'", "text", false), "single");
+    EXPECT_TRUE(OPMLImporter::tag("outline text =\"", "text", false).isNull()) << "a quote as last character";
+    EXPECT_EQ(OPMLImporter::tag("outline text=\"\"", "text", false), "");
+    EXPECT_FALSE(OPMLImporter::tag("outline text=\"\"", "text", false).isNull()) << "empty is still a value";
+    EXPECT_EQ(OPMLImporter::tag("outline text=\"&amp;amp;&amp;eacute;\"", "text", false), "&amp;&eacute;");
+    EXPECT_EQ(OPMLImporter::tag("outline text=\"&amp;amp;&amp;eacute;\"", "text", true), "&é");
+}
+
+TEST(OPMLImporter, TheScannerSkipsStrayBracketsJoinsCdataAndNeverReadsTheLastCharacter)
+{
+    OPMLImporter importer;
+    const QString text = QStringLiteral("a > b <one> x<![CDATA[in>side]]>after<two/>");
+    EXPECT_EQ(importer.identifyNextTagFromIndex(text), "<one>");
+    EXPECT_EQ(importer.identifyNextTagFromIndex(text), "<![CDATA[in>side after]]>");
+    EXPECT_EQ(importer.index(), text.indexOf("after"));
+    EXPECT_TRUE(importer.identifyNextTagFromIndex(text).isNull()) << "the final '>' is out of reach";
+
+    OPMLImporter unterminated;
+    const QString open = QStringLiteral("<![CDATA[never closed> ");
+    EXPECT_EQ(unterminated.identifyNextTagFromIndex(open), "<![CDATA[never closed>");
+    EXPECT_EQ(unterminated.index(), 0) << "the scan position stays, which ends a reading";
+
+    EXPECT_TRUE(OPMLImporter::isClosingTag("</outline>"));
+    EXPECT_TRUE(OPMLImporter::isSingleTag("<outline/>"));
+    EXPECT_FALSE(OPMLImporter::isSingleTag("<outline>"));
+}
+
+TEST(OPMLImporter, ReadingStopsWhereTheScannerStopsAndToleratesJunk)
+{
+    const OPMLImporter importer = importedText(
+        "<<outline text=\"a\" xmlUrl=\"http://a/\"/> & > <![CDATA[<outline xmlUrl=\"http://cdata/\"/>]]> "
+        "</outline></outline><outline text=\"b\" xmlUrl=\"http://b/\"/><outline xmlUrl=\"http://u/\"/>"
+        "<![CDATA[ x> <outline text=\"c\" xmlUrl=\"http://c/\"/> ");
+    EXPECT_EQ(titlesOf(importer.feeds()), QStringList({"b", "Untitled"}))
+        << "a doubled '<' hides its outline, a section's content is no markup, stray end tags do no harm, "
+           "and nothing after an unterminated section is read";
+
+    const OPMLImporter empty = importedText(QStringLiteral(""));
+    EXPECT_TRUE(empty.feeds().isEmpty());
+}
+
+TEST(OPMLImporter, AbsurdlyDeepFoldersAreCappedWithoutLosingTheirEndTags)
+{
+    QString text;
+    const int depth = 100000;
+    for (int i = 0; i < depth; ++i)
+        text += QStringLiteral("<outline text=\"f%1\">").arg(i);
+    text += QStringLiteral("<outline text=\"deepest\" xmlUrl=\"http://deep/\"/>");
+    for (int i = 0; i < depth; ++i)
+        text += QStringLiteral("</outline>");
+    text += QStringLiteral("<outline text=\"back on top\" xmlUrl=\"http://top/\"/> ");
+
+    const OPMLImporter importer = importedText(text);
+    ASSERT_EQ(importer.feeds().size(), 2);
+    EXPECT_EQ(importer.feeds().at(1)->parent(), importer.importedFeedsFolder());
+    int levels = 0;
+    for (TreeNodePtr node = importer.feeds().at(0)->parent(); node; node = node->parent())
+        ++levels;
+    EXPECT_GT(levels, 100) << "legitimately deep lists keep their folders";
+    EXPECT_LT(levels, depth);
+}
+
+TEST(OPMLImporter, WithoutACurrentFolderEverythingGoesIntoTheImportedFolder)
+{
+    OPMLImporter importer;
+    const auto top = importer.importedFeedsFolder();
+    importer.setCurrentFolder(nullptr);
+    importer.parserDidEndElement(QStringLiteral("outline text=\"loose\" xmlUrl=\"http://loose/\""), true);
+    ASSERT_EQ(top->childCount(), 1);
+    EXPECT_EQ(importer.feeds().first()->parent(), top);
+
+    importer.setCurrentFolder(nullptr);
+    importer.parserDidStartElement(QStringLiteral("outline title=\"Made\""));
+    ASSERT_EQ(top->childCount(), 2);
+    EXPECT_EQ(importer.currentFolder(), folderAt(top, 1));
+    EXPECT_EQ(importer.currentFolder()->parent(), top);
+
+    importer.setCurrentFolder(nullptr);
+    importer.parserDidEndElement(QStringLiteral("outline"), false);
+    EXPECT_EQ(importer.currentFolder(), top);
+    importer.parserDidStartElement(QStringLiteral("body text=\"not an outline\""));
+    importer.parserDidEndElement(QStringLiteral("body text=\"x\" xmlUrl=\"http://x/\""), true);
+    EXPECT_EQ(top->childCount(), 2) << "other names do nothing";
+    EXPECT_EQ(importer.currentFolder(), top);
+}

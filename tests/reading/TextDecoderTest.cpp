@@ -1,0 +1,93 @@
+#include "reading/TextDecoder.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+QString decoded(const QByteArray &bytes, const QString &name)
+{
+    const std::optional<QString> text = TextDecoder::decode(bytes, name);
+    return text.value_or(QStringLiteral("<nothing>"));
+}
+} // namespace
+
+TEST(TextDecoder, IsoLatin1GivesEveryByteItsOwnCodePoint)
+{
+    QByteArray bytes;
+    for (int b = 0; b < 256; ++b)
+        bytes.append(char(b));
+    const std::optional<QString> text = TextDecoder::decode(bytes, QStringLiteral("iso-8859-1"));
+    ASSERT_TRUE(text);
+    ASSERT_EQ(text->size(), 256);
+    for (int b = 0; b < 256; ++b)
+        EXPECT_EQ(text->at(b).unicode(), b) << "byte " << b;
+    EXPECT_EQ(decoded("caf\xe9", QStringLiteral("ISO-8859-1")), QStringLiteral("café"));
+}
+
+TEST(TextDecoder, NamesAreComparedWithoutRegardToCase)
+{
+    for (const char *name : {"utf-8", "UTF-8", "Utf-8", "windows-1252", "WINDOWS-1252", "latin1"})
+        EXPECT_TRUE(TextDecoder::decode("abc", QString::fromLatin1(name))) << name;
+}
+
+TEST(TextDecoder, ValidUtf8DecodesIncludingCharactersBeyondTheBasicPlaneAndKeepsAByteOrderMark)
+{
+    EXPECT_EQ(decoded("Caf\xc3\xa9 \xe2\x80\x93 \xf0\x9f\x98\x80", QStringLiteral("utf-8")),
+              QStringLiteral("Café – \U0001F600"));
+    EXPECT_EQ(decoded("\xef\xbb\xbf<a/>", QStringLiteral("utf-8")), QStringLiteral("\uFEFF<a/>"))
+        << "nothing is stripped from the text";
+    EXPECT_EQ(decoded(QByteArray("a\0b", 3), QStringLiteral("utf-8")), QStringView(u"a\0b", 3).toString())
+        << "a zero byte is a character like any other";
+}
+
+TEST(TextDecoder, InvalidOrCutOffUtf8GivesNoText)
+{
+    for (const QByteArray &bad :
+         {QByteArray("bad \xc3( byte"), QByteArray("cut off \xe2\x82"), QByteArray("overlong \xc0\xaf"),
+          QByteArray("surrogate \xed\xa0\x80"), QByteArray("latin-1 caf\xe9")})
+        EXPECT_FALSE(TextDecoder::decode(bad, QStringLiteral("utf-8"))) << bad.constData();
+}
+
+TEST(TextDecoder, Windows1252HasItsOwnPunctuationAndRefusesItsUnassignedBytes)
+{
+    EXPECT_EQ(decoded("\x80 \x93quoted\x94 \x85", QStringLiteral("windows-1252")),
+              QStringLiteral("€ \u201Cquoted\u201D \u2026"));
+    EXPECT_EQ(decoded("\x80", QStringLiteral("iso-8859-1")), QStringLiteral("\u0080")) << "unlike Latin-1";
+    EXPECT_FALSE(TextDecoder::decode("\x81", QStringLiteral("windows-1252")));
+}
+
+TEST(TextDecoder, Utf16ReadsEitherByteOrderFromItsMarkAndRefusesAnOddByte)
+{
+    EXPECT_EQ(decoded(QByteArray("\xff\xfeH\0i\0", 6), QStringLiteral("utf-16")), QStringLiteral("Hi"));
+    EXPECT_EQ(decoded(QByteArray("\xfe\xff\0H\0i", 6), QStringLiteral("UTF-16")), QStringLiteral("Hi"));
+    EXPECT_EQ(decoded(QByteArray("\x3d\xd8\x00\xde", 4), QStringLiteral("utf-16le")),
+              QStringLiteral("\U0001F600"));
+    EXPECT_FALSE(TextDecoder::decode(QByteArray("\xff\xfeH\0i", 5), QStringLiteral("utf-16")));
+    EXPECT_FALSE(TextDecoder::decode(QByteArray("\x00\xdc", 2), QStringLiteral("utf-16le")))
+        << "a lone low surrogate";
+}
+
+TEST(TextDecoder, UnknownAndUnsafeNamesGiveNoText)
+{
+    for (const char *name : {"x-no-such-charset", "", "utf-8//IGNORE", "utf-8//TRANSLIT", " utf-8", "utf 8"})
+        EXPECT_FALSE(TextDecoder::decode("plain", QString::fromLatin1(name))) << '"' << name << '"';
+}
+
+TEST(TextDecoder, NoBytesGiveAnEmptyTextNotNothing)
+{
+    const std::optional<QString> text = TextDecoder::decode(QByteArray(), QStringLiteral("utf-8"));
+    ASSERT_TRUE(text);
+    EXPECT_TRUE(text->isEmpty());
+}
+
+TEST(TextDecoder, SetsThatWriteSeveralCharactersPerByteAndStatefulSetsDecodeWhole)
+{
+    // Each such Tamil byte stands for four characters, so the text is four times as long as the input.
+    const QByteArray tamil(5000, '\x82');
+    const std::optional<QString> text = TextDecoder::decode(tamil, QStringLiteral("TSCII"));
+    ASSERT_TRUE(text);
+    EXPECT_EQ(text->size(), 20000);
+    EXPECT_EQ(text->right(4), QStringLiteral("\u0BB8\u0BCD\u0BB0\u0BC0"));
+
+    EXPECT_EQ(decoded("\x1b$B$3$s$K$A$O\x1b(B!", QStringLiteral("iso-2022-jp")),
+              QStringLiteral("こんにちは!"));
+}

@@ -15,6 +15,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QRegularExpression>
 #include <QSaveFile>
 #include <algorithm>
@@ -354,7 +355,15 @@ ArticleList FeedLibrary::articlesFromQuery(const QString &sql, const QVariantLis
     const auto results = m_database->executeQuery(sql, values);
     if (!results)
         return articles;
-    const auto lookup = [this](const QString &uniqueID) { return itemWithUniqueID(uniqueID); };
+    // A row names its feed by identifier; walking the whole tree for every row made searches quadratic.
+    QHash<QString, TreeNodePtr> feedsByID;
+    const auto lookup = [&](const QString &uniqueID) {
+        if (feedsByID.isEmpty()) {
+            for (const FeedPtr &feed : allFeeds())
+                feedsByID.insert(feed->uniqueID(), feed);
+        }
+        return feedsByID.value(uniqueID);
+    };
     QString sharedFormat;
     while (results->next()) {
         ArticleRowValues row = rowValues(*results);

@@ -121,8 +121,10 @@ struct QBAtomParser::SaxEvents
     }
 };
 
-QBAtomParser::QBAtomParser(const QByteArray &data)
-    : m_data(data), m_feedLibrary(FeedLibrary::feedLibrary()), m_feed(std::make_shared<Feed>()),
+QBAtomParser::QBAtomParser(const QByteArray &data) : QBAtomParser(data, FeedLibrary::feedLibrary()) {}
+
+QBAtomParser::QBAtomParser(const QByteArray &data, FeedLibrary &library)
+    : m_data(data), m_feedLibrary(library), m_feed(std::make_shared<Feed>()),
       m_currentArticle(std::make_shared<Article>())
 {
 }

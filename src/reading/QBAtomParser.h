@@ -17,7 +17,10 @@ class QBAtomParser
 public:
     using Attributes = QList<QPair<QString, QString>>;
 
+    // New articles are merged into the program's one library.
     explicit QBAtomParser(const QByteArray &data);
+    // The same, merging into the given library (a scratch one in tests and benchmarks).
+    QBAtomParser(const QByteArray &data, FeedLibrary &library);
     QBAtomParser(const QBAtomParser &) = delete;
     QBAtomParser &operator=(const QBAtomParser &) = delete;
 

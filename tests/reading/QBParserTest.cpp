@@ -1,0 +1,120 @@
+#include "reading/QBParser.h"
+
+#include "LogCapture.h"
+#include "model/Article.h"
+#include "model/Feed.h"
+
+#include <QDateTime>
+#include <gtest/gtest.h>
+
+namespace {
+
+class ParserFront : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        library.load();
+        feed = std::make_shared<Feed>();
+    }
+
+    void process(const QByteArray &bytes, const QString &storedEncoding)
+    {
+        QBParser front(library);
+        front.setFeed(feed);
+        front.setEncoding(storedEncoding);
+        front.processData(bytes);
+        format = front.syndicationFormat();
+    }
+
+    QString firstTitle() const
+    {
+        return feed->childCount() ? std::dynamic_pointer_cast<Article>(feed->children().first())->title() : QString();
+    }
+
+    FeedLibrary library;
+    FeedPtr feed;
+    int format = 0;
+};
+
+const QByteArray rssBody = "<rss version=\"2.0\"><channel><title>Caf\xc3\xa9</title>"
+                           "<item><title>Cr\xc3\xa8me</title><guid>g1</guid></item></channel></rss>\n";
+
+} // namespace
+
+TEST_F(ParserFront, BytesWithoutDeclarationOrStoredEncodingAreReadAsLatin1)
+{
+    process(rssBody, QString());
+    EXPECT_EQ(feed->encoding(), "iso-8859-1");
+    EXPECT_EQ(feed->title(), QString::fromLatin1("Caf\xc3\xa9"));
+    EXPECT_EQ(format, QBParser::RSSFormat);
+}
+
+TEST_F(ParserFront, ADeclaredEncodingReplacesTheStoredOneWhetherDoubleOrSingleQuoted)
+{
+    process("<?xml version=\"1.0\" encoding=\"UTF-8\"?>" + rssBody, QStringLiteral("iso-8859-1"));
+    EXPECT_EQ(feed->encoding(), "UTF-8");
+    EXPECT_EQ(firstTitle(), QString::fromUtf8("Cr\xc3\xa8me"));
+
+    feed = std::make_shared<Feed>();
+    process("<?xml version='1.0' encoding='utf-8'?>" + rssBody, QStringLiteral("iso-8859-1"));
+    EXPECT_EQ(feed->encoding(), "utf-8");
+    EXPECT_EQ(feed->title(), QString::fromUtf8("Caf\xc3\xa9"));
+}
+
+TEST_F(ParserFront, BytesInvalidInTheStoredEncodingFallBackToUtf8WithoutReadingTheDeclaration)
+{
+    process("<?xml version=\"1.0\" encoding=\"windows-1252\"?>" + rssBody, QStringLiteral("us-ascii"));
+    EXPECT_EQ(feed->encoding(), Feed().encoding());
+    EXPECT_EQ(firstTitle(), QString::fromUtf8("Cr\xc3\xa8me"));
+}
+
+TEST_F(ParserFront, AnUnknownDeclaredEncodingAddsNothingAndTheRSSReaderSaysSo)
+{
+    LogCapture log;
+    process("<?xml version=\"1.0\" encoding=\"x-no-such-set\"?>" + rssBody, QString());
+    EXPECT_EQ(feed->childCount(), 0);
+    EXPECT_TRUE(log.contains(QStringLiteral("-[QBLiberalRSSParser parse] no XML to parse, aborting.")));
+    EXPECT_FALSE(feed->publicationDate().isNull());
+}
+
+TEST_F(ParserFront, FormatDetectionLooksForTheAtomNamespacesAnywhereAndLetsAChannelWin)
+{
+    const QString padding(120, u' ');
+    EXPECT_EQ(QBParser::idenitfyFeedFormat(padding + "<feed xmlns=\"http://www.w3.org/2005/Atom\">"),
+              QBParser::AtomFormat);
+    EXPECT_EQ(QBParser::idenitfyFeedFormat("<feed xmlns=\"http://purl.org/atom/ns#\">"), QBParser::AtomFormat);
+    EXPECT_EQ(QBParser::idenitfyFeedFormat(
+                  "<rss xmlns:atom=\"http://www.w3.org/2005/Atom\"><channel><atom:link/></channel></rss>"),
+              QBParser::RSSFormat);
+    EXPECT_EQ(QBParser::idenitfyFeedFormat("<feed xmlns=\"http://www.w3.org/2005/atom\">"), QBParser::RSSFormat);
+    EXPECT_EQ(QBParser::idenitfyFeedFormat(QString()), QBParser::RSSFormat);
+}
+
+TEST_F(ParserFront, AnAtomDocumentReachesTheAtomReaderAndAnUndatedFeedIsDatedNow)
+{
+    const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-1);
+    process("<?xml version=\"1.0\" encoding=\"utf-8\"?><feed xmlns=\"http://www.w3.org/2005/Atom\">"
+            "<title>A</title><entry><id>e1</id><title>First</title></entry></feed>",
+            QString());
+    EXPECT_EQ(format, QBParser::AtomFormat);
+    EXPECT_EQ(feed->feedType(), Feed::AtomType);
+    EXPECT_EQ(firstTitle(), "First");
+    EXPECT_GE(feed->publicationDate().moment(), before);
+    EXPECT_EQ(feed->cachedUnreadCount(), 1);
+}
+
+TEST_F(ParserFront, NilBytesLeaveTheFeedUntouched)
+{
+    process(QByteArray(), QString());
+    EXPECT_TRUE(feed->publicationDate().isNull());
+    EXPECT_EQ(feed->encoding(), Feed().encoding());
+}
+
+TEST(ParserFrontAttributes, AQuotedValueIsFoundWhateverTheQuotesAndSpacing)
+{
+    EXPECT_EQ(QBParser::tag(QStringLiteral("?xml version=\"1.0\" ENCODING = 'koi8-r'"), QStringLiteral("encoding")),
+              "koi8-r");
+    EXPECT_EQ(QBParser::tag(QStringLiteral("?xml encoding=\"utf-8'"), QStringLiteral("encoding")), "utf-8");
+    EXPECT_EQ(QBParser::tag(QStringLiteral("?xml version=1.0"), QStringLiteral("encoding")), "");
+}

@@ -9,6 +9,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <cstdio>
+#include <malloc.h>
 
 namespace {
 constexpr int feedCount = 500;
@@ -17,7 +18,7 @@ constexpr int articlesPerFeed = 200;
 QString filler(int length, int seed)
 {
     static const QStringList words{"market", "climate", "council", "river", "launch", "report", "quietly",
-                                   "season", "engine", "harbour", "vote", "orbit", "budget", "festival"};
+                                   "season", "engine",  "harbour", "vote",  "orbit",  "budget", "festival"};
     QString text;
     for (int i = 0; text.size() < length; ++i)
         text += words.at((seed + i * 7) % words.size()) + QLatin1Char(' ');
@@ -78,9 +79,12 @@ void measureLoad()
     int articles = 0;
     for (const FeedPtr &feed : library.allFeeds())
         articles += feed->childCount();
-    std::printf("load: %d feeds, %d articles, %d unread in %lld ms\n", int(library.allFeeds().size()), articles,
-                library.totalUnreadArticleCount(), loadMs);
-    std::printf("memory: %.1f MB resident after load\n", residentKilobytes() / 1024.0);
+    std::printf("load: %d feeds, %d articles, %d unread in %lld ms\n", int(library.allFeeds().size()),
+                articles, library.totalUnreadArticleCount(), loadMs);
+    const struct mallinfo2 heap = mallinfo2();
+    std::printf("memory: %.1f MB resident after load, %.1f MB of it allocated, %.1f MB held free by malloc\n",
+                residentKilobytes() / 1024.0, (heap.uordblks + heap.hblkhd) / 1048576.0,
+                heap.fordblks / 1048576.0);
 
     timer.restart();
     library.performSearchWithString(QStringLiteral("harbour"));
@@ -92,6 +96,7 @@ void measureLoad()
 } // namespace
 
 // Loading runs in a fresh process so that its memory figure holds only what loading keeps.
+// "generate DIR" and "load DIR" do one half each, keeping the library in DIR for a profiler.
 // "plain" runs without the journalling and indexes the library adds to its database.
 int main(int argc, char **argv)
 {
@@ -100,6 +105,11 @@ int main(int argc, char **argv)
     const QStringList arguments = app.arguments();
     const bool plain = arguments.contains(QStringLiteral("plain"));
     FeedLibrary::setTunesDatabase(!plain);
+    if (arguments.value(1) == QLatin1String("generate")) {
+        qputenv("XDG_DATA_HOME", arguments.value(2).toUtf8());
+        generate(feedCount);
+        return 0;
+    }
     if (arguments.value(1) == QLatin1String("load")) {
         qputenv("XDG_DATA_HOME", arguments.value(2).toUtf8());
         measureLoad();
@@ -112,7 +122,8 @@ int main(int argc, char **argv)
     for (int run = 0; run < 3; ++run) {
         QProcess loader;
         loader.setProcessChannelMode(QProcess::ForwardedChannels);
-        loader.start(app.applicationFilePath(), {QStringLiteral("load"), scratch.path(), plain ? "plain" : "tuned"});
+        loader.start(app.applicationFilePath(),
+                     {QStringLiteral("load"), scratch.path(), plain ? "plain" : "tuned"});
         loader.waitForFinished(-1);
     }
     return 0;

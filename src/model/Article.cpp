@@ -27,6 +27,13 @@ void Article::setSource(const std::shared_ptr<Feed> &source)
     m_source = source;
 }
 
+void Article::setSummary(const QString &summary)
+{
+    m_summary = summary.toUtf8();
+    // The conversion reserves room for the longest possible encoding; most of it would stay unused.
+    m_summary.squeeze();
+}
+
 bool Article::isEqual(const TreeNode &other) const
 {
     if (this == &other)
@@ -46,7 +53,7 @@ void Article::encodeWithCoder(KeyedArchiver &coder) const
 {
     TreeNode::encodeWithCoder(coder);
     coder.encodeString(QStringLiteral("title"), m_title);
-    coder.encodeUrl(QStringLiteral("link"), m_link);
+    coder.encodeUrl(QStringLiteral("link"), link());
     coder.encodeString(QStringLiteral("guid"), m_guid);
     coder.encodeDateTime(QStringLiteral("newPublicationDate"), m_publicationDate);
     coder.encodeDateTime(QStringLiteral("newCreationDate"), m_creationDate);
@@ -56,7 +63,7 @@ void Article::encodeWithCoder(KeyedArchiver &coder) const
         coder.encodeCalendarDate(QStringLiteral("creationDate"), m_legacyCreationDate);
     if (!m_imageURL.isEmpty())
         coder.encodeUrl(QStringLiteral("imageURL"), m_imageURL);
-    coder.encodeString(QStringLiteral("summary"), m_summary);
+    coder.encodeString(QStringLiteral("summary"), summary());
     coder.encodeObjectList(QStringLiteral("authors"), {m_authors.cbegin(), m_authors.cend()});
     if (m_enclosure)
         coder.encodeObject(QStringLiteral("enclosure"), m_enclosure);
@@ -72,10 +79,10 @@ void Article::initWithCoder(KeyedUnarchiver &coder)
     if (coder.containsValue(QStringLiteral("tempSource")))
         m_tempSource = coder.decodeString(QStringLiteral("tempSource"));
     m_title = coder.decodeString(QStringLiteral("title"));
-    m_link = coder.decodeUrl(QStringLiteral("link"));
+    setLink(coder.decodeUrl(QStringLiteral("link")));
     m_guid = coder.decodeString(QStringLiteral("guid"));
     m_imageURL = coder.decodeUrl(QStringLiteral("imageURL"));
-    m_summary = coder.decodeString(QStringLiteral("summary"));
+    setSummary(coder.decodeString(QStringLiteral("summary")));
     m_catagories = coder.decodeStringList(QStringLiteral("catagories"));
     m_legacyPublicationDate = coder.decodeCalendarDate(QStringLiteral("publicationDate"));
     m_publicationDate = coder.decodeDateTime(QStringLiteral("newPublicationDate"));

@@ -16,7 +16,12 @@ class Feed;
 class Article : public TreeNode
 {
 public:
-    enum State { Read = 0, Unread = 1, New = 2 };
+    enum State
+    {
+        Read = 0,
+        Unread = 1,
+        New = 2
+    };
 
     Article();
 
@@ -24,16 +29,20 @@ public:
 
     QString title() const { return m_title; }
     void setTitle(const QString &title) { m_title = title; }
-    QUrl link() const { return m_link; }
-    void setLink(const QUrl &link) { m_link = link; }
+    // Held as text: a parsed address costs several allocations, and a library holds many thousands.
+    QUrl link() const { return m_link.isEmpty() ? QUrl() : QUrl(m_link); }
+    void setLink(const QUrl &link) { m_link = link.toString(); }
+    // The same address given as stored text, so that a link equal to the guid shares its storage.
+    void setLinkText(const QString &link) { m_link = link; }
     // Absent (a null string) answers the uniqueID; an empty guid is answered as it is.
     QString guid() const;
     void setGuid(const QString &guid) { m_guid = guid; }
     bool hasGuid() const { return !m_guid.isNull(); }
     QUrl imageURL() const { return m_imageURL; }
     void setImageURL(const QUrl &url) { m_imageURL = url; }
-    QString summary() const { return m_summary; }
-    void setSummary(const QString &summary) { m_summary = summary; }
+    // Held as UTF-8, which halves the largest text every loaded article keeps in memory.
+    QString summary() const { return QString::fromUtf8(m_summary); }
+    void setSummary(const QString &summary);
     QString fullSummary() const { return m_fullSummary; }
     void setFullSummary(const QString &text) { m_fullSummary = text; }
     QStringList catagories() const { return m_catagories; }
@@ -76,10 +85,10 @@ public:
 
 private:
     QString m_title;
-    QUrl m_link;
+    QString m_link;
     QString m_guid = QLatin1String("");
     QUrl m_imageURL;
-    QString m_summary = QLatin1String("");
+    QByteArray m_summary = QByteArray("");
     QString m_fullSummary;
     QStringList m_catagories;
     QList<std::shared_ptr<QBPerson>> m_authors;

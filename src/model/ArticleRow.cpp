@@ -6,11 +6,11 @@
 
 QStringList ArticleRow::columnNames()
 {
-    return {QStringLiteral("guid"),    QStringLiteral("imageURL"),    QStringLiteral("link"),
-            QStringLiteral("parent"),  QStringLiteral("pubDateFormat"), QStringLiteral("publicationDate"),
-            QStringLiteral("source"),  QStringLiteral("state"),       QStringLiteral("summary"),
-            QStringLiteral("fullSummary"), QStringLiteral("title"),   QStringLiteral("uniqueID"),
-            QStringLiteral("authors"), QStringLiteral("enclosure")};
+    return {QStringLiteral("guid"),        QStringLiteral("imageURL"),      QStringLiteral("link"),
+            QStringLiteral("parent"),      QStringLiteral("pubDateFormat"), QStringLiteral("publicationDate"),
+            QStringLiteral("source"),      QStringLiteral("state"),         QStringLiteral("summary"),
+            QStringLiteral("fullSummary"), QStringLiteral("title"),         QStringLiteral("uniqueID"),
+            QStringLiteral("authors"),     QStringLiteral("enclosure")};
 }
 
 namespace {
@@ -65,12 +65,14 @@ QList<std::shared_ptr<QBPerson>> ArticleRow::authorsFromText(const QString &text
     return people;
 }
 
-ArticlePtr ArticleRow::articleFromRow(const ArticleRowValues &row, const TreeNodePtr &parent, const Lookup &lookup)
+ArticlePtr ArticleRow::articleFromRow(const ArticleRowValues &row, const TreeNodePtr &parent,
+                                      const Lookup &lookup)
 {
     auto article = std::make_shared<Article>();
     article->setUniqueID(row.uniqueID.isNull() ? QBUtilities::generateUniqueID() : row.uniqueID);
     article->setTitle(row.title);
-    article->setLink(row.link.isEmpty() ? QUrl() : QUrl(row.link));
+    // Most feeds use the link as guid: one shared text serves both.
+    article->setLinkText(row.link == row.guid ? row.guid : row.link);
     if (row.imageURL.size() >= 2)
         article->setImageURL(QUrl(row.imageURL));
     article->setGuid(row.guid);

@@ -27,7 +27,11 @@ struct ArticleRowValues
 class ArticleRow
 {
 public:
-    enum Table { ArticlesTable, ClippingsTable };
+    enum Table
+    {
+        ArticlesTable,
+        ClippingsTable
+    };
 
     // The column names in the order of rowValues, as the insert statements list them.
     static QStringList columnNames();
@@ -40,7 +44,8 @@ public:
     // With a parent, the article takes it as parent and source (adding it to the parent's children is
     // the caller's, who may add a whole feed's rows at once); without one, the source is looked up by
     // the row's source column and the parent is left to the caller.
-    static ArticlePtr articleFromRow(const ArticleRowValues &row, const TreeNodePtr &parent, const Lookup &lookup);
+    static ArticlePtr articleFromRow(const ArticleRowValues &row, const TreeNodePtr &parent,
+                                     const Lookup &lookup);
 
     static QString authorsText(const Article &article);
     static QList<std::shared_ptr<QBPerson>> authorsFromText(const QString &text);

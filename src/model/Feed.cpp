@@ -64,6 +64,12 @@ TreeNodePtr Feed::childEqualTo(const TreeNode &node) const
     return lookUp([&](const ArticleIndex &index) { return index.indexOfEqual(node); });
 }
 
+void Feed::releaseArticleIndex()
+{
+    QMutexLocker locker(&m_indexLock);
+    m_index = ArticleIndex();
+}
+
 TreeNodePtr Feed::childWithGuid(const QString &guid) const
 {
     return lookUp([&](const ArticleIndex &index) { return index.indexOfGuid(guid); });

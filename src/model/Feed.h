@@ -85,6 +85,8 @@ public:
     // The first child equal to node (same identifier or guid), found without walking the list.
     TreeNodePtr childEqualTo(const TreeNode &node) const;
     TreeNodePtr childWithGuid(const QString &guid) const;
+    // Lets go of the lookup tables until the next lookup needs them, as after loading.
+    void releaseArticleIndex();
 
     QString debugDescription() const;
 

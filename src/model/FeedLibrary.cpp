@@ -110,7 +110,10 @@ ArticleList articlesOf(const TreeNodeList &nodes)
 }
 } // namespace
 
-FeedLibrary::FeedLibrary() : m_newsClippings(std::make_shared<VirtualFolder>(QStringLiteral("News Clippings"))) {}
+FeedLibrary::FeedLibrary()
+    : m_newsClippings(std::make_shared<VirtualFolder>(QStringLiteral("News Clippings")))
+{
+}
 
 FeedLibrary::~FeedLibrary()
 {
@@ -136,14 +139,14 @@ QString FeedLibrary::libraryPath()
 
 QString FeedLibrary::iconPath()
 {
-    return QStringLiteral("%1/%2/%3").arg(QBUtilities::applicationSupportPath(), QStringLiteral("QuillBay"),
-                                          QStringLiteral("Icons"));
+    return QStringLiteral("%1/%2/%3")
+        .arg(QBUtilities::applicationSupportPath(), QStringLiteral("QuillBay"), QStringLiteral("Icons"));
 }
 
 QString FeedLibrary::articleImagePath()
 {
-    return QStringLiteral("%1/%2/%3").arg(QBUtilities::applicationSupportPath(), QStringLiteral("QuillBay"),
-                                          QStringLiteral("Images"));
+    return QStringLiteral("%1/%2/%3")
+        .arg(QBUtilities::applicationSupportPath(), QStringLiteral("QuillBay"), QStringLiteral("Images"));
 }
 
 QString FeedLibrary::libraryFilePath()
@@ -208,9 +211,10 @@ void FeedLibrary::openDatabase()
     if (!existed) {
         createTablesAndSeedClippings();
     } else if (!m_database->executeQuery(QStringLiteral("SELECT count(*) FROM sqlite_master"))) {
-        Log::write(QStringLiteral("-[FeedLibrary load] %1 is not a database QuillBay can read; it is left as it "
-                                  "is and no article will be stored until it is moved away")
-                       .arg(databasePath()));
+        Log::write(
+            QStringLiteral("-[FeedLibrary load] %1 is not a database QuillBay can read; it is left as it "
+                           "is and no article will be stored until it is moved away")
+                .arg(databasePath()));
         return;
     }
     if (tunesDatabase)
@@ -233,9 +237,12 @@ void FeedLibrary::tuneDatabase()
             results->close();
         }
     }
-    m_database->executeUpdate(QStringLiteral("CREATE INDEX IF NOT EXISTS articlesByParent ON articles(parent)"));
-    m_database->executeUpdate(QStringLiteral("CREATE INDEX IF NOT EXISTS articlesByUniqueID ON articles(uniqueID)"));
-    m_database->executeUpdate(QStringLiteral("CREATE INDEX IF NOT EXISTS clippingsByUniqueID ON clippings(uniqueID)"));
+    m_database->executeUpdate(
+        QStringLiteral("CREATE INDEX IF NOT EXISTS articlesByParent ON articles(parent)"));
+    m_database->executeUpdate(
+        QStringLiteral("CREATE INDEX IF NOT EXISTS articlesByUniqueID ON articles(uniqueID)"));
+    m_database->executeUpdate(
+        QStringLiteral("CREATE INDEX IF NOT EXISTS clippingsByUniqueID ON clippings(uniqueID)"));
 }
 
 void FeedLibrary::createTablesAndSeedClippings()
@@ -250,7 +257,8 @@ FolderPtr FeedLibrary::readLibraryFile()
 {
     QFile file(libraryFilePath());
     if (!file.open(QIODevice::ReadOnly)) {
-        Log::write(QStringLiteral("-[FeedLibrary load] cannot read %1: %2").arg(file.fileName(), file.errorString()));
+        Log::write(QStringLiteral("-[FeedLibrary load] cannot read %1: %2")
+                       .arg(file.fileName(), file.errorString()));
         return {};
     }
     const auto root = as<Folder>(LibraryArchive::unarchiveRoot(file.readAll()));
@@ -263,19 +271,20 @@ FolderPtr FeedLibrary::readLibraryFile()
 // A library file that cannot be read may still be rescued by hand, so it is moved aside, never overwritten.
 void FeedLibrary::keepUnreadableLibraryFile() const
 {
-    const QString kept = QStringLiteral("%1.unreadable-%2")
-                             .arg(libraryFilePath(), QDateTime::currentDateTime().toString("yyyyMMdd-HHmmss"));
+    const QString kept =
+        QStringLiteral("%1.unreadable-%2")
+            .arg(libraryFilePath(), QDateTime::currentDateTime().toString("yyyyMMdd-HHmmss"));
     const bool moved = QFile::rename(libraryFilePath(), kept);
     Log::write(QStringLiteral("-[FeedLibrary load] %1 could not be read; %2 and starting afresh")
-                   .arg(libraryFilePath(), moved ? QStringLiteral("kept it as ") + kept
-                                                 : QStringLiteral("left it in place")));
+                   .arg(libraryFilePath(),
+                        moved ? QStringLiteral("kept it as ") + kept : QStringLiteral("left it in place")));
 }
 
 void FeedLibrary::attachStoredArticles(const FeedPtr &feed)
 {
     feed->setChildren({});
-    const ArticleList stored =
-        articlesFromQuery(QStringLiteral("SELECT * FROM articles where parent = ?"), {feed->uniqueID()}, feed);
+    const ArticleList stored = articlesFromQuery(QStringLiteral("SELECT * FROM articles where parent = ?"),
+                                                 {feed->uniqueID()}, feed);
     feed->addChildren({stored.cbegin(), stored.cend()});
     // Newest first, as the readers insert them while the program runs; undated articles go last.
     TreeNodeList children = feed->children();
@@ -287,6 +296,7 @@ void FeedLibrary::attachStoredArticles(const FeedPtr &feed)
         return !first.isNull() && first.moment() > second.moment();
     });
     feed->setChildren(children);
+    feed->releaseArticleIndex();
     feed->updateUnreadCount();
 }
 
@@ -294,7 +304,8 @@ VirtualFolderPtr FeedLibrary::loadNewsClippings()
 {
     if (!m_database)
         load();
-    for (const ArticlePtr &article : articlesFromQuery(QStringLiteral("SELECT * FROM clippings"), {}, nullptr)) {
+    for (const ArticlePtr &article :
+         articlesFromQuery(QStringLiteral("SELECT * FROM clippings"), {}, nullptr)) {
         m_newsClippings->addChild(article);
         article->setParent(m_newsClippings);
     }
@@ -329,8 +340,8 @@ ArticlePtr FeedLibrary::newsClippingsArticle() const
                        QStringLiteral("SideBarArticleSummary"), QStringLiteral("newsclippings"));
 }
 
-ArticlePtr FeedLibrary::seedArticle(const QString &uniqueID, const QString &titleKey, const QString &summaryKey,
-                                    const QString &page) const
+ArticlePtr FeedLibrary::seedArticle(const QString &uniqueID, const QString &titleKey,
+                                    const QString &summaryKey, const QString &page) const
 {
     auto article = std::make_shared<Article>();
     article->setTitle(LocalizedStrings::text(titleKey));
@@ -347,7 +358,8 @@ ArticlePtr FeedLibrary::seedArticle(const QString &uniqueID, const QString &titl
 
 // ---- reading rows
 
-ArticleList FeedLibrary::articlesFromQuery(const QString &sql, const QVariantList &values, const TreeNodePtr &parent)
+ArticleList FeedLibrary::articlesFromQuery(const QString &sql, const QVariantList &values,
+                                           const TreeNodePtr &parent)
 {
     ArticleList articles;
     if (!m_database)
@@ -365,6 +377,7 @@ ArticleList FeedLibrary::articlesFromQuery(const QString &sql, const QVariantLis
         return feedsByID.value(uniqueID);
     };
     QString sharedFormat;
+    QHash<QString, QList<std::shared_ptr<QBPerson>>> authorsByText;
     while (results->next()) {
         ArticleRowValues row = rowValues(*results);
         // Nearly every row repeats one date format; sharing its text saves a string per article.
@@ -372,9 +385,30 @@ ArticleList FeedLibrary::articlesFromQuery(const QString &sql, const QVariantLis
             row.pubDateFormat = sharedFormat;
         else
             sharedFormat = row.pubDateFormat;
-        articles.append(ArticleRow::articleFromRow(row, parent, lookup));
+        articles.append(articleSharingAuthors(row, parent, lookup, authorsByText));
     }
     return articles;
+}
+
+// A feed's articles mostly name the same few people: each distinct text is read once and its
+// persons are shared by every article that names them, which saves memory and time on load.
+ArticlePtr FeedLibrary::articleSharingAuthors(ArticleRowValues &row, const TreeNodePtr &parent,
+                                              const ArticleRow::Lookup &lookup,
+                                              QHash<QString, QList<std::shared_ptr<QBPerson>>> &authorsByText)
+{
+    constexpr qsizetype remembered = 1024;
+    const QString text = row.authors;
+    const auto known = text.isNull() ? authorsByText.cend() : authorsByText.constFind(text);
+    if (known == authorsByText.cend()) {
+        const ArticlePtr article = ArticleRow::articleFromRow(row, parent, lookup);
+        if (!text.isNull() && authorsByText.size() < remembered)
+            authorsByText.insert(text, article->authors());
+        return article;
+    }
+    row.authors = QString();
+    const ArticlePtr article = ArticleRow::articleFromRow(row, parent, lookup);
+    article->setAuthors(*known);
+    return article;
 }
 
 ArticleRowValues FeedLibrary::rowValues(FMResultSet &results)
@@ -463,7 +497,8 @@ ArticleList FeedLibrary::articlesMatchingDate(const CalendarDate &date) const
     ArticleList matching;
     for (const ArticlePtr &article : allArticles()) {
         const CalendarDate published = article->legacyPublicationDate();
-        if (!published.isNull() && published.year() == date.year() && published.dayOfYear() == date.dayOfYear())
+        if (!published.isNull() && published.year() == date.year() &&
+            published.dayOfYear() == date.dayOfYear())
             matching.append(article);
     }
     return matching;
@@ -698,14 +733,16 @@ void FeedLibrary::applyArticleState(int state, const FeedPtr &toFeed, bool prese
             article->setState(state);
     }
     if (!preservingReadState)
-        runInTransaction(QStringLiteral("UPDATE articles SET state=? WHERE parent=?"), {state, toFeed->uniqueID()});
+        runInTransaction(QStringLiteral("UPDATE articles SET state=? WHERE parent=?"),
+                         {state, toFeed->uniqueID()});
 }
 
 // ---- clippings
 
 void FeedLibrary::addArticle(const ArticlePtr &article, const VirtualFolderPtr &)
 {
-    const QString text = article->fullSummary().isEmpty() ? longSummaryForArticle(article) : article->fullSummary();
+    const QString text =
+        article->fullSummary().isEmpty() ? longSummaryForArticle(article) : article->fullSummary();
     runInTransaction(QStringLiteral("insert into clippings") + insertColumns,
                      ArticleRow::rowValues(*article, ArticleRow::ClippingsTable, text));
 }
@@ -779,7 +816,8 @@ void FeedLibrary::deleteHistoryFor(const TreeNodePtr &item, const TreeNodePtr &)
         runInTransaction(QStringLiteral("DELETE FROM articles WHERE uniqueID = ?"), {article->uniqueID()});
         const auto source = article->source();
         if (source)
-            QFile::remove(QStringLiteral("%1/%2/%3.jpg").arg(articleImagePath(), source->uniqueID(), article->uniqueID()));
+            QFile::remove(QStringLiteral("%1/%2/%3.jpg")
+                              .arg(articleImagePath(), source->uniqueID(), article->uniqueID()));
     } else if (const auto feed = as<Feed>(item)) {
         removeFeedHistory(feed);
     } else if (isKind(item, TreeNode::FolderKind)) {
@@ -823,17 +861,18 @@ void FeedLibrary::removeOrphanedThumbnailImages(std::chrono::milliseconds delay)
     const FeedList feeds = allFeeds();
     const QString taskName = LocalizedStrings::text(QStringLiteral("CleanLibraryImagesTask"));
     auto progress = [&](int done) {
-        NotificationCenter::defaultCenter().post(QStringLiteral("ActiveTaskNotification"),
-                                                 QVariant::fromValue(static_cast<void *>(this)),
-                                                 {{QStringLiteral("ActiveTaskMaxValueKey"), double(feeds.size())},
-                                                  {QStringLiteral("ActiveTaskValueKey"), done},
-                                                  {QStringLiteral("ActiveTaskNameKey"), taskName}});
+        NotificationCenter::defaultCenter().post(
+            QStringLiteral("ActiveTaskNotification"), QVariant::fromValue(static_cast<void *>(this)),
+            {{QStringLiteral("ActiveTaskMaxValueKey"), double(feeds.size())},
+             {QStringLiteral("ActiveTaskValueKey"), done},
+             {QStringLiteral("ActiveTaskNameKey"), taskName}});
     };
     progress(0);
 
     QList<QFileInfoList> files;
     for (const FeedPtr &feed : feeds)
-        files.append(QDir(QStringLiteral("%1/%2").arg(articleImagePath(), feed->uniqueID())).entryInfoList(QDir::Files));
+        files.append(QDir(QStringLiteral("%1/%2").arg(articleImagePath(), feed->uniqueID()))
+                         .entryInfoList(QDir::Files));
     QSet<QString> identifiers;
     if (const FolderPtr top = root())
         collectIdentifiers(top, identifiers);

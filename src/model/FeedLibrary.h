@@ -3,10 +3,12 @@
 #pragma once
 
 #include "model/Article.h"
+#include "model/ArticleRow.h"
 #include "model/Feed.h"
 #include "model/Folder.h"
 #include "model/VirtualFolder.h"
 
+#include <QHash>
 #include <QMutex>
 #include <QString>
 #include <atomic>
@@ -18,7 +20,6 @@
 
 class FMDatabase;
 class FMResultSet;
-struct ArticleRowValues;
 
 using FeedPtr = std::shared_ptr<Feed>;
 using FolderPtr = std::shared_ptr<Folder>;
@@ -129,6 +130,9 @@ private:
                            const QString &page) const;
     ArticleList articlesFromQuery(const QString &sql, const QVariantList &values, const TreeNodePtr &parent);
     static ArticleRowValues rowValues(FMResultSet &results);
+    static ArticlePtr articleSharingAuthors(ArticleRowValues &row, const TreeNodePtr &parent,
+                                            const ArticleRow::Lookup &lookup,
+                                            QHash<QString, QList<std::shared_ptr<QBPerson>>> &authorsByText);
     void runInTransaction(const QString &sql, const QVariantList &values);
     void removeFeedHistory(const FeedPtr &feed);
     void startThumbnailCleanup();

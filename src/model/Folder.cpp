@@ -25,14 +25,16 @@ int Folder::unreadCount() const
 bool Folder::hasNewArticles() const
 {
     const TreeNodeList list = children();
-    return std::any_of(list.cbegin(), list.cend(),
-                       [](const TreeNodePtr &child) { return countsTowardsFolder(child) && child->hasNewArticles(); });
+    return std::any_of(list.cbegin(), list.cend(), [](const TreeNodePtr &child) {
+        return countsTowardsFolder(child) && child->hasNewArticles();
+    });
 }
 
 QString Folder::description() const
 {
     Log::write(m_title);
-    QString text = QStringLiteral("Folder \"%1\"(%2) has %3 children {\n").arg(m_title, uniqueID()).arg(childCount());
+    QString text =
+        QStringLiteral("Folder \"%1\"(%2) has %3 children {\n").arg(m_title, uniqueID()).arg(childCount());
     for (const TreeNodePtr &child : children()) {
         const auto feed = std::dynamic_pointer_cast<Feed>(child);
         text += QLatin1Char('\t') + (feed ? feed->debugDescription() : child->description());

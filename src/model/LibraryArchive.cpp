@@ -41,7 +41,8 @@ TreeNodePtr LibraryArchive::unarchiveRoot(const QByteArray &data)
         return {};
     auto root = std::dynamic_pointer_cast<TreeNode>(object);
     if (!root)
-        Log::write(QStringLiteral("-[LibraryArchive unarchiveRoot:] the archive's root is a %1, not a tree node")
-                       .arg(object->archiveClassName()));
+        Log::write(
+            QStringLiteral("-[LibraryArchive unarchiveRoot:] the archive's root is a %1, not a tree node")
+                .arg(object->archiveClassName()));
     return root;
 }

@@ -1,5 +1,6 @@
 // A node of the library tree: an identity, an ordered list of owned children and a non-owning parent link.
-// Worker threads walk the tree, so uniqueID and children are only ever read and replaced whole, under the lock.
+// Worker threads walk the tree, so uniqueID and children are only ever read and replaced whole, under the
+// lock.
 #pragma once
 
 #include "platform/Archivable.h"
@@ -18,7 +19,14 @@ using TreeNodeList = QList<TreeNodePtr>;
 class TreeNode : public Archivable, public std::enable_shared_from_this<TreeNode>
 {
 public:
-    enum Kind { BaseKind = -1, VirtualFolderKind = 0, FolderKind = 1, FeedKind = 2, ArticleKind = 3 };
+    enum Kind
+    {
+        BaseKind = -1,
+        VirtualFolderKind = 0,
+        FolderKind = 1,
+        FeedKind = 2,
+        ArticleKind = 3
+    };
 
     TreeNode();
     ~TreeNode() override = default;

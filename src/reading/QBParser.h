@@ -10,7 +10,11 @@
 class QBParser
 {
 public:
-    enum SyndicationFormat { RSSFormat = 1, AtomFormat = 4 };
+    enum SyndicationFormat
+    {
+        RSSFormat = 1,
+        AtomFormat = 4
+    };
 
     // New articles are merged into the program's one library.
     QBParser();

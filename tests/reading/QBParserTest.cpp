@@ -29,7 +29,8 @@ protected:
 
     QString firstTitle() const
     {
-        return feed->childCount() ? std::dynamic_pointer_cast<Article>(feed->children().first())->title() : QString();
+        return feed->childCount() ? std::dynamic_pointer_cast<Article>(feed->children().first())->title()
+                                  : QString();
     }
 
     FeedLibrary library;
@@ -83,11 +84,13 @@ TEST_F(ParserFront, FormatDetectionLooksForTheAtomNamespacesAnywhereAndLetsAChan
     const QString padding(120, u' ');
     EXPECT_EQ(QBParser::idenitfyFeedFormat(padding + "<feed xmlns=\"http://www.w3.org/2005/Atom\">"),
               QBParser::AtomFormat);
-    EXPECT_EQ(QBParser::idenitfyFeedFormat("<feed xmlns=\"http://purl.org/atom/ns#\">"), QBParser::AtomFormat);
+    EXPECT_EQ(QBParser::idenitfyFeedFormat("<feed xmlns=\"http://purl.org/atom/ns#\">"),
+              QBParser::AtomFormat);
     EXPECT_EQ(QBParser::idenitfyFeedFormat(
                   "<rss xmlns:atom=\"http://www.w3.org/2005/Atom\"><channel><atom:link/></channel></rss>"),
               QBParser::RSSFormat);
-    EXPECT_EQ(QBParser::idenitfyFeedFormat("<feed xmlns=\"http://www.w3.org/2005/atom\">"), QBParser::RSSFormat);
+    EXPECT_EQ(QBParser::idenitfyFeedFormat("<feed xmlns=\"http://www.w3.org/2005/atom\">"),
+              QBParser::RSSFormat);
     EXPECT_EQ(QBParser::idenitfyFeedFormat(QString()), QBParser::RSSFormat);
 }
 
@@ -113,8 +116,9 @@ TEST_F(ParserFront, NilBytesLeaveTheFeedUntouched)
 
 TEST(ParserFrontAttributes, AQuotedValueIsFoundWhateverTheQuotesAndSpacing)
 {
-    EXPECT_EQ(QBParser::tag(QStringLiteral("?xml version=\"1.0\" ENCODING = 'koi8-r'"), QStringLiteral("encoding")),
-              "koi8-r");
+    EXPECT_EQ(
+        QBParser::tag(QStringLiteral("?xml version=\"1.0\" ENCODING = 'koi8-r'"), QStringLiteral("encoding")),
+        "koi8-r");
     EXPECT_EQ(QBParser::tag(QStringLiteral("?xml encoding=\"utf-8'"), QStringLiteral("encoding")), "utf-8");
     EXPECT_EQ(QBParser::tag(QStringLiteral("?xml version=1.0"), QStringLiteral("encoding")), "");
 }

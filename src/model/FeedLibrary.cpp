@@ -32,6 +32,9 @@ const QString tableColumns = QStringLiteral(
 
 std::atomic<bool> tunesDatabase = true;
 
+QMutex chosenLibraryPathLock;
+QString chosenLibraryPath;
+
 template <typename T> std::shared_ptr<T> as(const TreeNodePtr &node)
 {
     return std::dynamic_pointer_cast<T>(node);
@@ -134,19 +137,28 @@ FeedLibrary &FeedLibrary::feedLibrary()
 
 QString FeedLibrary::libraryPath()
 {
+    {
+        QMutexLocker locker(&chosenLibraryPathLock);
+        if (!chosenLibraryPath.isEmpty())
+            return chosenLibraryPath;
+    }
     return QStringLiteral("%1/%2").arg(QBUtilities::applicationSupportPath(), QStringLiteral("QuillBay"));
+}
+
+void FeedLibrary::setLibraryPath(const QString &path)
+{
+    QMutexLocker locker(&chosenLibraryPathLock);
+    chosenLibraryPath = path;
 }
 
 QString FeedLibrary::iconPath()
 {
-    return QStringLiteral("%1/%2/%3")
-        .arg(QBUtilities::applicationSupportPath(), QStringLiteral("QuillBay"), QStringLiteral("Icons"));
+    return QStringLiteral("%1/%2").arg(libraryPath(), QStringLiteral("Icons"));
 }
 
 QString FeedLibrary::articleImagePath()
 {
-    return QStringLiteral("%1/%2/%3")
-        .arg(QBUtilities::applicationSupportPath(), QStringLiteral("QuillBay"), QStringLiteral("Images"));
+    return QStringLiteral("%1/%2").arg(libraryPath(), QStringLiteral("Images"));
 }
 
 QString FeedLibrary::libraryFilePath()

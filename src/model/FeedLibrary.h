@@ -42,6 +42,9 @@ public:
     static QString articleImagePath(); // article thumbnails, one sub-folder per feed
     static QString libraryFilePath();  // the archived tree
     static QString databasePath();     // the article database
+    // Tools may keep a library in a folder of their own; empty means the per-user one again.
+    // Set it before the library is loaded: every path above follows it.
+    static void setLibraryPath(const QString &path);
 
     // On by default: write-ahead journalling and indexes on the look-up columns. They change no
     // answer of any statement, only its speed; off is for measuring what they buy.

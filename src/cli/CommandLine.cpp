@@ -1,31 +1,154 @@
 #include "cli/CommandLine.h"
 
-#include <QCoreApplication>
-#include <QTextStream>
+#include "cli/Console.h"
+#include "cli/ExitStatus.h"
+#include "cli/ImportCommand.h"
+#include "cli/ListCommand.h"
+#include "cli/ParseCommand.h"
+#include "cli/SearchCommand.h"
+#include "model/FeedLibrary.h"
 
-CommandLine::CommandLine(const QStringList &arguments) : m_arguments(arguments) {}
+#include <QCoreApplication>
+#include <QFileInfo>
+
+namespace {
+const QString libraryOption = QStringLiteral("--library");
+const QString encodingOption = QStringLiteral("--encoding");
+} // namespace
+
+CommandLine::CommandLine(const QStringList &arguments) : m_arguments(arguments.mid(1)) {}
 
 int CommandLine::run()
 {
-    const QString command = m_arguments.value(1);
-    if (command == QLatin1String("--version")) {
-        QTextStream(stdout) << "quillbay-cli " << QCoreApplication::applicationVersion() << "\n";
-        return 0;
-    }
-    if (command.isEmpty() || command == QLatin1String("--help") || command == QLatin1String("-h"))
+    readArguments();
+    if (m_helpWanted)
         return printHelp();
-    QTextStream(stderr) << "quillbay-cli: unknown command '" << command << "' (try --help)\n";
-    return 2;
+    if (m_versionWanted)
+        return printVersion();
+    if (!m_problem.isEmpty())
+        return usageError(m_problem);
+    if (m_command.isEmpty())
+        return usageError(QStringLiteral("no command given"));
+    if (m_library)
+        FeedLibrary::setLibraryPath(QFileInfo(*m_library).absoluteFilePath());
+    return runCommand();
 }
 
-int CommandLine::printHelp() const
+// Options may stand anywhere; "--" ends them, so that a file whose name begins with a dash can be named.
+void CommandLine::readArguments()
 {
-    QTextStream(stdout) << "Usage: quillbay-cli COMMAND [ARGUMENTS]\n"
-                           "\n"
-                           "The headless side of QuillBay, the RSS and Atom news reader.\n"
-                           "\n"
-                           "Commands:\n"
-                           "  --help       show this text\n"
-                           "  --version    show the program's version\n";
-    return 0;
+    bool optionsEnded = false;
+    for (qsizetype at = 0; at < m_arguments.size(); ++at) {
+        const QString &argument = m_arguments.at(at);
+        const bool isOption = !optionsEnded && argument.startsWith(u'-') && argument != QLatin1String("-");
+        if (!isOption) {
+            if (m_command.isNull())
+                m_command = argument;
+            else
+                m_operands.append(argument);
+        } else if (argument == QLatin1String("--")) {
+            optionsEnded = true;
+        } else if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
+            m_helpWanted = true;
+        } else if (argument == QLatin1String("--version")) {
+            m_versionWanted = true;
+        } else if (!takeOptionValue(argument, libraryOption, at, m_library) &&
+                   !takeOptionValue(argument, encodingOption, at, m_encoding) && m_problem.isEmpty()) {
+            m_problem = QStringLiteral("unknown option '%1'").arg(argument);
+        }
+    }
+}
+
+// Reads "--option VALUE" or "--option=VALUE"; false when the argument is not that option.
+bool CommandLine::takeOptionValue(const QString &argument, const QString &option, qsizetype &at,
+                                  std::optional<QString> &value)
+{
+    if (argument.startsWith(option + u'=')) {
+        value = argument.sliced(option.size() + 1);
+    } else if (argument == option) {
+        if (at + 1 < m_arguments.size()) {
+            value = m_arguments.at(++at);
+        } else if (m_problem.isEmpty()) {
+            m_problem = QStringLiteral("%1 needs a value").arg(option);
+        }
+    } else {
+        return false;
+    }
+    if (value && value->isEmpty() && m_problem.isEmpty())
+        m_problem = QStringLiteral("%1 needs a value").arg(option);
+    return true;
+}
+
+int CommandLine::runCommand() const
+{
+    if (m_encoding && m_command != QLatin1String("parse"))
+        return usageError(QStringLiteral("--encoding applies to parse only"));
+    if (m_command == QLatin1String("parse")) {
+        if (m_operands.size() != 1)
+            return usageError(QStringLiteral("parse takes one FILE"));
+        return ParseCommand(m_operands.first(), m_encoding).run();
+    }
+    if (m_command == QLatin1String("import")) {
+        if (m_operands.size() != 1)
+            return usageError(QStringLiteral("import takes one FILE.opml"));
+        return ImportCommand(m_operands.first()).run();
+    }
+    if (m_command == QLatin1String("list")) {
+        if (!m_operands.isEmpty())
+            return usageError(QStringLiteral("list takes no arguments"));
+        return ListCommand().run();
+    }
+    if (m_command == QLatin1String("search")) {
+        if (m_operands.isEmpty())
+            return usageError(QStringLiteral("search needs a TEXT"));
+        return SearchCommand(m_operands.join(u' ')).run();
+    }
+    return usageError(QStringLiteral("unknown command '%1'").arg(m_command));
+}
+
+int CommandLine::usageError(const QString &problem) const
+{
+    Console::complain(problem + QStringLiteral(" (try --help)"));
+    return ExitUsage;
+}
+
+int CommandLine::printVersion()
+{
+    Console::print(QStringLiteral("quillbay-cli %1\n").arg(QCoreApplication::applicationVersion()));
+    return ExitSuccess;
+}
+
+int CommandLine::printHelp()
+{
+    Console::print(
+        QStringLiteral("Usage: quillbay-cli [--library DIR] COMMAND [ARGUMENTS]\n"
+                       "\n"
+                       "The headless side of QuillBay, the RSS and Atom news reader. Commands work on the\n"
+                       "desktop program's library unless --library names another one.\n"
+                       "\n"
+                       "Commands:\n"
+                       "  parse FILE [--encoding NAME]\n"
+                       "                  read one RSS or Atom document into a scratch feed, as a refresh\n"
+                       "                  would, and print the feed and its articles as JSON; no library\n"
+                       "                  is read or written and nothing is fetched\n"
+                       "  import FILE.opml\n"
+                       "                  add every subscription of an OPML file to the library, keeping\n"
+                       "                  the file's folders, and save the library\n"
+                       "  list            print the library's folders and feeds as an indented tree: each\n"
+                       "                  feed's title, address and unread count\n"
+                       "  search TEXT     print the stored articles whose title or text contains TEXT,\n"
+                       "                  one per line: feed title, article title and link, tab-separated\n"
+                       "\n"
+                       "Options:\n"
+                       "  --library DIR   use the library in DIR, the folder that holds Feeds.library and\n"
+                       "                  Articles.db; a folder without one gets a new library, as on the\n"
+                       "                  desktop program's first start\n"
+                       "  --encoding NAME (parse) decode the document as character set NAME, for example\n"
+                       "                  utf-8, unless it declares another; without it ISO-8859-1\n"
+                       "  --help          show this text\n"
+                       "  --version       show the program's version\n"
+                       "\n"
+                       "Log lines go to standard error. Exit status: 0 on success, 1 when a file or the\n"
+                       "library cannot be read, 2 when the arguments are wrong.\n"));
+    return ExitSuccess;
 }

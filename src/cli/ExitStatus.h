@@ -1,0 +1,9 @@
+// The exit statuses of quillbay-cli. Scripts test them, so a value never changes its meaning.
+#pragma once
+
+enum ExitStatus : int
+{
+    ExitSuccess = 0,
+    ExitUnreadable = 1, // a file or the library could not be read
+    ExitUsage = 2       // the arguments make no command
+};

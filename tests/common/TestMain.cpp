@@ -1,8 +1,24 @@
 // Every test program starts here: the per-user folders point into a scratch folder so that no
 // test reads or writes the real library or settings, and a GUI application exists for images.
+#include <QDir>
 #include <QGuiApplication>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+
+namespace {
+
+// Each test starts with no library on disk, whether the tests run one per process or all in one.
+class FreshDataFolder : public ::testing::EmptyTestEventListener
+{
+public:
+    explicit FreshDataFolder(const QString &path) : m_path(path) {}
+    void OnTestStart(const ::testing::TestInfo &) override { QDir(m_path).removeRecursively(); }
+
+private:
+    QString m_path;
+};
+
+} // namespace
 
 int main(int argc, char **argv)
 {
@@ -15,5 +31,6 @@ int main(int argc, char **argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
+    ::testing::UnitTest::GetInstance()->listeners().Append(new FreshDataFolder(scratch.path() + "/data"));
     return RUN_ALL_TESTS();
 }

@@ -1,0 +1,3 @@
+#include "fetch/DownloadItem.h"
+
+DownloadItem::DownloadItem() : m_title(QStringLiteral("Untitled download")) {}

@@ -1,0 +1,146 @@
+// Fetches one URL per object, into memory (a page) or into a file in a folder, on the calling thread's event
+// loop through libcurl. It never blocks that thread, never sends the credentials it holds, and never calls
+// its completion from inside a transfer callback: the completion runs on a later pass of the event loop.
+#pragma once
+
+#include <QByteArray>
+#include <QFile>
+#include <QMap>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QTimer>
+#include <QUrl>
+#include <QVariant>
+#include <QVariantMap>
+#include <curl/curl.h>
+#include <functional>
+
+// Keys of the context dictionary a file transfer carries as its contextInfo.
+inline const QString DownloadTypeKey = QStringLiteral("DownloadTypeKey");
+inline const QString DownloadFeedKey = QStringLiteral("DownloadFeedKey");
+inline const QString IconTypeKey = QStringLiteral("IconTypeKey");
+inline const QString DownloadEnclosureKey = QStringLiteral("DownloadEnclosureKey");
+inline const QString DownloadPathKey = QStringLiteral("DownloadPathKey");
+
+class Downloader : public QObject
+{
+    Q_OBJECT
+public:
+    enum DownloadState
+    {
+        DownloadStateDone = 0,
+        DownloadStateAuthFailed = 1,
+        DownloadStateNotModified = 2,
+        DownloadStateActive = 3
+    };
+    enum DownloadType
+    {
+        DownloadTypeEnclosure = 1,
+        DownloadTypeIcon = 2,
+        DownloadTypeFeedSource = 4
+    };
+
+    // The delegate's completion: called once with this Downloader, on a later pass of the event loop, and
+    // never after cancel(). The delegate keeps the Downloader alive until then.
+    using Completion = std::function<void(Downloader *)>;
+    // Queues a further icon candidate (URL, destination folder, context dictionary); the feed updater
+    // installs its requestDownload here. Without one, a failed icon candidate ends the chain.
+    using IconRequester = std::function<void(const QUrl &, const QString &, const QVariantMap &)>;
+
+    Downloader();
+    ~Downloader() override;
+
+    // A page transfer into receivedData. False when no transfer could be started; then no completion comes.
+    bool beginDownloadFromURL(const QUrl &url, const QString &username, const QString &password,
+                              QObject *delegate, const QVariant &contextInfo, Completion didEndSelector);
+    // A file transfer saved into the destination folder under fileName.
+    bool beginDownloadFromURL(const QUrl &url, const QString &destination, const QString &username,
+                              const QString &password, QObject *delegate, const QVariant &contextInfo,
+                              Completion didEndSelector);
+    // Drops the transfer: no further event, notification or completion follows.
+    void cancel();
+
+    int state() const { return m_state; }
+    void setState(int state) { m_state = state; }
+    QByteArray receivedData() const { return m_receivedData; }
+    // The character set the response declared, else "ISO-8859-1".
+    QString encoding() const { return m_encoding; }
+    void setEncoding(const QString &encoding) { m_encoding = encoding; }
+    // A FeedPtr for feed pages, a context dictionary (QVariantMap) for file transfers.
+    QVariant contextInfo() const { return m_contextInfo; }
+    void setContextInfo(const QVariant &contextInfo) { m_contextInfo = contextInfo; }
+    QString destination() const { return m_destination; }
+    void setDestination(const QString &destination) { m_destination = destination; }
+    QString fileName() const { return m_fileName; }
+    void setFileName(const QString &fileName) { m_fileName = fileName; }
+    double bytes() const { return m_bytes; }
+    QMap<QString, QString> responseHeaders() const { return m_responseHeaders; }
+    void setResponseHeaders(const QMap<QString, QString> &headers) { m_responseHeaders = headers; }
+    QMap<QString, QString> httpHeaders() const { return m_httpHeaders; }
+    void setHttpHeaders(const QMap<QString, QString> &headers) { m_httpHeaders = headers; }
+    QString username() const { return m_username; }
+    void setUsername(const QString &username) { m_username = username; }
+    QString password() const { return m_password; }
+    void setPassword(const QString &password) { m_password = password; }
+    QObject *delegate() const { return m_delegate; }
+    void setDelegate(QObject *delegate) { m_delegate = delegate; }
+
+    // How long a transfer may go without any progress before it fails; 30 seconds unless changed.
+    int timeoutInterval() const { return m_timeoutInterval; }
+    void setTimeoutInterval(int milliseconds) { m_timeoutInterval = milliseconds; }
+    static void setDefaultTimeoutInterval(int milliseconds);
+
+    static void setIconRequester(IconRequester requester);
+
+private:
+    bool start(const QUrl &url, QObject *delegate, const QVariant &contextInfo, Completion didEndSelector);
+    curl_slist *requestHeaders() const;
+    static size_t headerCallback(char *data, size_t size, size_t count, void *self);
+    static size_t writeCallback(char *data, size_t size, size_t count, void *self);
+    bool takeHeaderLine(const QByteArray &line);
+    bool endOfHeaders();
+    bool pageResponse();
+    bool fileResponse();
+    bool receive(const char *data, size_t length);
+    QString pendingHeader(const QString &name) const;
+    QString suggestedFileName() const;
+    void finished(CURLcode result);
+    void pageFinished(bool succeeded);
+    void fileFinished(bool succeeded);
+    void fallBackToNextIcon() const;
+    void informDelegate();
+    void stopTransfer();
+    int downloadType() const;
+
+    CURL *m_urlConnection = nullptr;
+    CURL *m_urlDownload = nullptr;
+    QByteArray m_receivedData;
+    QMap<QString, QString> m_httpHeaders;
+    QMap<QString, QString> m_responseHeaders;
+    QString m_username;
+    QString m_password;
+    QString m_destination;
+    QString m_fileName;
+    QString m_encoding;
+    QPointer<QObject> m_delegate;
+    Completion m_didEndSelector;
+    int m_state = DownloadStateDone;
+    QVariant m_contextInfo;
+    double m_bytes = 0;
+
+    QUrl m_url;
+    curl_slist *m_requestHeaderList = nullptr;
+    QFile m_file;
+    QTimer m_stallTimer;
+    int m_timeoutInterval;
+    int m_pendingStatus = 0;
+    QMap<QString, QString> m_pendingHeaders;
+    bool m_toFile = false;
+    bool m_hadDelegate = false;
+    bool m_notModified = false;
+    bool m_inCallback = false;
+    bool m_cancelled = false;
+    QString m_failureReason;
+    char m_errorText[CURL_ERROR_SIZE] = {};
+};

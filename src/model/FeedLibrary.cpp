@@ -2,6 +2,7 @@
 
 #include "db/FMDatabase.h"
 #include "db/FMResultSet.h"
+#include "fetch/FeedUpdater.h"
 #include "model/ArticleRow.h"
 #include "model/LibraryArchive.h"
 #include "platform/LocalizedStrings.h"
@@ -789,13 +790,28 @@ void FeedLibrary::performSearchWithString(const QString &text)
 
 // ---- tree changes
 
+namespace {
+// The updater's due check must not walk the tree while it changes; a tool without an updater has
+// nothing to pause.
+void pauseScheduledUpdates(bool pause)
+{
+    if (FeedUpdater *updater = FeedUpdater::existingSharedFeedUpdater())
+        updater->setPauseScheduledUpdates(pause);
+}
+} // namespace
+
 void FeedLibrary::add(const TreeNodePtr &item, const TreeNodePtr &into, int atIndex)
 {
-    if (!item) {
+    pauseScheduledUpdates(true);
+    if (!item)
         Log::write(QStringLiteral("- [QBFeedLibrary add:into:atIndex:] called with nil item to add."));
-        return;
-    }
-    const TreeNodePtr parent = into ? into : TreeNodePtr(root());
+    else
+        insert(item, into ? into : TreeNodePtr(root()), atIndex);
+    pauseScheduledUpdates(false);
+}
+
+void FeedLibrary::insert(const TreeNodePtr &item, const TreeNodePtr &parent, int atIndex)
+{
     if (parent->hasChild(item)) {
         parent->removeChild(item);
         parent->addChild(item, atIndex);
@@ -811,9 +827,11 @@ void FeedLibrary::add(const TreeNodePtr &item, const TreeNodePtr &into, int atIn
 
 void FeedLibrary::remove(const TreeNodePtr &item, const TreeNodePtr &from)
 {
+    pauseScheduledUpdates(true);
     if (from)
         from->removeChild(item);
     m_libraryDirty = true;
+    pauseScheduledUpdates(false);
 }
 
 void FeedLibrary::removeFeedHistory(const FeedPtr &feed)

@@ -66,6 +66,7 @@ public:
     TreeNodeList selectedItems() const { return m_selectedItems; }
     void setSelectedItems(const TreeNodeList &items) { m_selectedItems = items; }
     bool libraryDirty() const { return m_libraryDirty; }
+    void setLibraryDirty(bool dirty) { m_libraryDirty = dirty; }
 
     // Lists and lookups.
     FeedList allFeeds() const;
@@ -136,6 +137,7 @@ private:
     static ArticlePtr articleSharingAuthors(ArticleRowValues &row, const TreeNodePtr &parent,
                                             const ArticleRow::Lookup &lookup,
                                             QHash<QString, QList<std::shared_ptr<QBPerson>>> &authorsByText);
+    void insert(const TreeNodePtr &item, const TreeNodePtr &parent, int atIndex);
     void runInTransaction(const QString &sql, const QVariantList &values);
     void removeFeedHistory(const FeedPtr &feed);
     void startThumbnailCleanup();

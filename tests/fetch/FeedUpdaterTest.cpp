@@ -1,0 +1,308 @@
+#include "UpdaterFixture.h"
+#include "fetch/DownloadItem.h"
+#include "fetch/Downloader.h"
+#include "fetch/QBDockBadge.h"
+#include "model/Enclosure.h"
+
+#include <QPainter>
+
+namespace {
+
+ArticlePtr addArticle(const FeedPtr &feed, const QString &guid, int daysAfterFirstOfMarch, bool stillInFeed)
+{
+    auto article = std::make_shared<Article>();
+    article->setGuid(guid);
+    article->setTitle(guid);
+    article->setStillInFeed(stillInFeed);
+    if (daysAfterFirstOfMarch >= 0)
+        article->setLegacyPublicationDate(CalendarDate(
+            QDateTime(QDate(2026, 3, 1).addDays(daysAfterFirstOfMarch), QTime(12, 0), Qt::UTC), 3600));
+    article->setParent(feed);
+    feed->addChild(article);
+    return article;
+}
+
+QStringList childGuids(const FeedPtr &feed)
+{
+    QStringList guids;
+    for (const TreeNodePtr &node : feed->children())
+        guids << std::dynamic_pointer_cast<Article>(node)->guid();
+    return guids;
+}
+
+std::unique_ptr<Downloader> finishedDownload(const QVariant &context, int state)
+{
+    auto downloader = std::make_unique<Downloader>();
+    downloader->setContextInfo(context);
+    downloader->setState(state);
+    return downloader;
+}
+
+} // namespace
+
+TEST_F(UpdaterTest, TheCheckQueuesFeedsWhoseIntervalHasPassedAndASettingChangeCountsAtTheNextCheck)
+{
+    const FeedPtr never = addFeed(QStringLiteral("never downloaded"));
+    const FeedPtr recent = addFeed(QStringLiteral("ten minutes ago, global interval"));
+    recent->setLastDownloaded(CalendarDate(QDateTime::currentDateTimeUtc().addSecs(-600), 0));
+    const FeedPtr ownInterval = addFeed(QStringLiteral("ten minutes ago, own interval of five"));
+    ownInterval->setLastDownloaded(CalendarDate(QDateTime::currentDateTimeUtc().addSecs(-600), 0));
+    ownInterval->setUpdateInterval(5);
+    ownInterval->setState(Feed::Failed);
+    const FeedPtr unset = addFeed(QStringLiteral("no date at all"));
+    unset->setLastDownloaded(CalendarDate());
+
+    updater.checkForDueFeeds();
+    QStringList titles;
+    for (const auto &item : updater.queuedDownloads())
+        titles << item->title();
+    EXPECT_EQ(titles, QStringList({never->title(), ownInterval->title()}));
+    EXPECT_EQ(updater.totalDownloads(), 2);
+    EXPECT_EQ(ownInterval->state(), Feed::Idle);
+    EXPECT_LT(std::llabs(never->lastDownloaded().moment().secsTo(QDateTime::currentDateTimeUtc())), 5);
+    EXPECT_EQ(updater.queuedDownloads().first()->downloadURL(), never->feed());
+    EXPECT_EQ(updater.queuedDownloads().first()->representedObject().value<FeedPtr>(), never);
+
+    updater.checkForDueFeeds();
+    EXPECT_EQ(updater.queuedDownloads().size(), 2);
+
+    defaults.setInteger(QStringLiteral("generalRefreshInterval"), 5);
+    updater.checkForDueFeeds();
+    ASSERT_EQ(updater.queuedDownloads().size(), 3);
+    EXPECT_EQ(updater.queuedDownloads().last()->title(), recent->title());
+    EXPECT_TRUE(unset->lastDownloaded().isNull());
+}
+
+TEST_F(UpdaterTest, APausedCheckQueuesNothingAndTheLibraryResumesItAfterChangingTheTree)
+{
+    addFeed(QStringLiteral("due"));
+    updater.setPauseScheduledUpdates(true);
+    updater.checkForDueFeeds();
+    EXPECT_TRUE(updater.queuedDownloads().isEmpty());
+
+    FeedUpdater &shared = FeedUpdater::sharedFeedUpdater();
+    EXPECT_EQ(FeedUpdater::existingSharedFeedUpdater(), &shared);
+    auto folder = std::make_shared<Folder>();
+    auto feed = std::make_shared<Feed>();
+    shared.setPauseScheduledUpdates(true);
+    FeedLibrary::feedLibrary().add(feed, folder, 0);
+    EXPECT_FALSE(shared.pauseScheduledUpdates());
+    shared.setPauseScheduledUpdates(true);
+    FeedLibrary::feedLibrary().remove(feed, folder);
+    EXPECT_FALSE(shared.pauseScheduledUpdates());
+    EXPECT_EQ(folder->childCount(), 0);
+}
+
+TEST_F(UpdaterTest, TheProcessorStartsOneDownloadPerRunWhileFewerThanTheLimitRun)
+{
+    defaults.setInteger(QStringLiteral("downloadConcurrent"), 2);
+    const FeedPtr first = addFeed(QStringLiteral("first"));
+    addFeed(QStringLiteral("second"));
+    addFeed(QStringLiteral("third"));
+    // The same feed asked for twice is queued twice.
+    updater.requestFeedDownload(first);
+    updater.checkForDueFeeds();
+    ASSERT_EQ(updater.queuedDownloads().size(), 4);
+    EXPECT_EQ(updater.queuedDownloads().first()->title(), "first");
+    EXPECT_EQ(updater.queuedDownloads().at(1)->title(), "first");
+    NotificationLog log;
+
+    updater.processQueuedDownloads();
+    EXPECT_EQ(updater.downloadsInProgress(), 1);
+    EXPECT_EQ(updater.queuedDownloads().size(), 3);
+    EXPECT_EQ(first->state(), Feed::Downloading);
+    ASSERT_EQ(log.names(), QStringList({"FeedDownloadBeginingNotification", "ActiveTaskNotification"}));
+    EXPECT_EQ(log.notes.first().object.value<FeedPtr>(), first);
+    const QVariantMap progress = log.notes.last().userInfo;
+    EXPECT_EQ(progress.value("ActiveTaskMaxValueKey").toDouble(), 4.0);
+    EXPECT_EQ(progress.value("ActiveTaskValueKey").toDouble(), 0.0);
+    EXPECT_EQ(progress.value("ActiveTaskNameKey").toString(), "Updating feeds");
+
+    updater.processQueuedDownloads();
+    updater.processQueuedDownloads();
+    EXPECT_EQ(updater.downloadsInProgress(), 2);
+    EXPECT_EQ(updater.queuedDownloads().size(), 2);
+
+    const auto failed = finishedDownload(QVariant::fromValue(first), Downloader::DownloadStateActive);
+    updater.downloadComplete(failed.get());
+    updater.processQueuedDownloads();
+    EXPECT_EQ(updater.downloadsInProgress(), 2);
+    EXPECT_EQ(updater.queuedDownloads().size(), 1);
+}
+
+TEST_F(UpdaterTest, FailedFeedDownloadsMarkTheFeedFailedAndKeepTheBatchRunningUntilASuccess)
+{
+    const FeedPtr feed = addFeed(QStringLiteral("failing"));
+    addArticle(feed, QStringLiteral("kept-new"), 1, false);
+    updater.requestFeedDownload(feed);
+    updater.requestFeedDownload(feed);
+    updater.requestFeedDownload(feed);
+    for (int run = 0; run < 3; ++run)
+        updater.processQueuedDownloads();
+    NotificationLog log;
+
+    for (int state : {Downloader::DownloadStateNotModified, Downloader::DownloadStateAuthFailed}) {
+        const auto failed = finishedDownload(QVariant::fromValue(feed), state);
+        updater.downloadComplete(failed.get());
+        EXPECT_EQ(feed->state(), Feed::Failed);
+    }
+    EXPECT_EQ(log.names(), QStringList({"feedDownloaded", "feedDownloaded"}));
+    EXPECT_EQ(updater.completedDownloads(), 2);
+    EXPECT_EQ(updater.totalDownloads(), 3);
+    EXPECT_EQ(std::dynamic_pointer_cast<Article>(feed->children().first())->state(), Article::New);
+
+    // A successful file transfer ends the batch once nothing is queued or running.
+    const auto icon = finishedDownload(QVariantMap{{DownloadTypeKey, Downloader::DownloadTypeIcon}},
+                                       Downloader::DownloadStateDone);
+    updater.downloadComplete(icon.get());
+    EXPECT_EQ(updater.completedDownloads(), 0);
+    EXPECT_EQ(updater.totalDownloads(), 0);
+    ASSERT_EQ(log.names().last(), "ActiveTaskNotification");
+    EXPECT_EQ(log.notes.last().userInfo.value("ActiveTaskNameKey").toString(), "Downloads completed");
+    EXPECT_EQ(log.notes.last().userInfo.value("ActiveTaskValueKey").toDouble(), 100.0);
+    EXPECT_TRUE(alert.events.isEmpty());
+    EXPECT_TRUE(notifier.delivered.isEmpty());
+}
+
+TEST_F(UpdaterTest, AFinishedEnclosurePlaysItsSoundAndNotifiesWhileOtherFilesStayQuiet)
+{
+    auto enclosure = std::make_shared<Enclosure>();
+    enclosure->setTitle(QStringLiteral("Episode 12"));
+    const auto done = finishedDownload(QVariantMap{{DownloadTypeKey, Downloader::DownloadTypeEnclosure},
+                                                   {DownloadEnclosureKey, QVariant::fromValue(enclosure)}},
+                                       Downloader::DownloadStateDone);
+    updater.downloadComplete(done.get());
+    EXPECT_EQ(alert.events, QStringList({"sound Download Completed"}));
+    EXPECT_EQ(notifier.delivered, QStringList({"Download complete / Episode 12"}));
+
+    alert.events.clear();
+    defaults.setBoolean(QStringLiteral("downloadPlaySound"), false);
+    const auto source = finishedDownload(QVariantMap{{DownloadTypeKey, Downloader::DownloadTypeFeedSource}},
+                                         Downloader::DownloadStateDone);
+    updater.downloadComplete(source.get());
+    updater.downloadComplete(done.get());
+    EXPECT_TRUE(alert.events.isEmpty());
+    EXPECT_EQ(notifier.delivered.size(), 2);
+}
+
+TEST_F(UpdaterTest, ExpiryRemovesOnlyDatedArticlesOlderThanTheRetentionThatLeftTheFeed)
+{
+    const FeedPtr feed = addFeed(QStringLiteral("expiring"));
+    addArticle(feed, QStringLiteral("newest"), 20, true);
+    addArticle(feed, QStringLiteral("eight-days-older"), 12, false);
+    addArticle(feed, QStringLiteral("exactly-seven-days-older"), 13, false);
+    addArticle(feed, QStringLiteral("six-days-older"), 14, false);
+    addArticle(feed, QStringLiteral("old-but-still-in-feed"), 1, true);
+    addArticle(feed, QStringLiteral("undated"), -1, false);
+    library.setLibraryDirty(false);
+
+    updater.expireOldArticlesForFeed(feed);
+    EXPECT_EQ(childGuids(feed),
+              QStringList({"newest", "six-days-older", "old-but-still-in-feed", "undated"}));
+    EXPECT_TRUE(library.libraryDirty());
+
+    feed->setRetentionPeriod(30);
+    addArticle(feed, QStringLiteral("twenty-days-older"), 0, false);
+    updater.expireOldArticlesForFeed(feed);
+    EXPECT_EQ(feed->childCount(), 5);
+}
+
+TEST_F(UpdaterTest, ExpiryDeletesTheStoredHistoryOfExpiredArticles)
+{
+    const FeedPtr feed = addFeed(QStringLiteral("history"));
+    addArticle(feed, QStringLiteral("history-newest"), 20, true);
+    const ArticlePtr old = addArticle(feed, QStringLiteral("history-old"), 1, false);
+    library.saveSummary(QStringLiteral("stored text"), old);
+    ASSERT_EQ(library.longSummaryForArticle(old), "stored text");
+
+    updater.expireOldArticlesForFeed(feed);
+    EXPECT_EQ(library.longSummaryForArticle(old), "");
+    EXPECT_EQ(feed->childCount(), 1);
+}
+
+TEST_F(UpdaterTest, WhenEveryArticleWouldExpireTheListStaysButTheirHistoryGoes)
+{
+    const FeedPtr feed = addFeed(QStringLiteral("all old"));
+    const ArticlePtr only = addArticle(feed, QStringLiteral("all-old-only"), 1, false);
+    feed->setRetentionPeriod(0);
+    library.saveSummary(QStringLiteral("text"), only);
+    updater.expireOldArticlesForFeed(feed);
+    EXPECT_EQ(feed->childCount(), 1);
+    EXPECT_EQ(library.longSummaryForArticle(only), "");
+}
+
+TEST_F(UpdaterTest, IconRequestsQueueTheFirstCandidateIntoTheIconFolder)
+{
+    const FeedPtr feed = addFeed(QStringLiteral("with icon"));
+    feed->setLink(QUrl(QStringLiteral("https://www.example.org/news/index.html")));
+    updater.downloadIconForFeed(feed);
+    updater.downloadIconFromURL(QUrl(), feed);
+    updater.downloadIconFromURL(QUrl(QStringLiteral("http://cdn.example.org/i/logo.png")), feed);
+
+    const auto queue = updater.queuedDownloads();
+    ASSERT_EQ(queue.size(), 2);
+    EXPECT_EQ(updater.totalDownloads(), 2);
+    EXPECT_EQ(queue.first()->downloadURL().toString(),
+              "http://www.example.org/apple-touch-icon-precomposed.png");
+    EXPECT_EQ(queue.first()->title(), "apple-touch-icon-precomposed.png");
+    EXPECT_EQ(queue.first()->destination(), FeedLibrary::iconPath());
+    const QVariantMap context = queue.first()->representedObject().toMap();
+    EXPECT_EQ(context.value(DownloadTypeKey).toInt(), 2);
+    EXPECT_EQ(context.value(IconTypeKey).toInt(), 1);
+    EXPECT_EQ(context.value(DownloadFeedKey).value<FeedPtr>(), feed);
+    EXPECT_EQ(queue.last()->title(), "logo.png");
+}
+
+TEST(DockBadge, CountsAreWrittenSmallerAsTheyGrowAndFourDigitsReadLots)
+{
+    EXPECT_EQ(QBDockBadge::layoutForCount(1).fontSize, 64);
+    EXPECT_EQ(QBDockBadge::layoutForCount(9).rect, QRectF(0, 29, 128, 70));
+    EXPECT_EQ(QBDockBadge::layoutForCount(10).fontSize, 50);
+    EXPECT_EQ(QBDockBadge::layoutForCount(99).rect, QRectF(0, 25, 128, 64));
+    EXPECT_EQ(QBDockBadge::layoutForCount(100).fontSize, 45);
+    EXPECT_EQ(QBDockBadge::layoutForCount(999).text, "999");
+    EXPECT_EQ(QBDockBadge::layoutForCount(999).fontSize, 45);
+    EXPECT_EQ(QBDockBadge::layoutForCount(1000).text, "Lots");
+    EXPECT_EQ(QBDockBadge::layoutForCount(1000).fontSize, 40);
+    EXPECT_EQ(QBDockBadge::layoutForCount(1000).rect, QRectF(0, 15, 128, 64));
+}
+
+TEST(DockBadge, TheCountIsDrawnInBlackInsideItsRectangleCountedFromTheBottom)
+{
+    QImage dock(128, 128, QImage::Format_ARGB32_Premultiplied);
+    dock.fill(Qt::white);
+    const QImage badge = QBDockBadge::image(dock, 50);
+    ASSERT_EQ(badge.size(), dock.size());
+    // From the bottom: 25 to 89 points up, that is rows 39 to 103 from the top.
+    int darkInside = 0;
+    int darkOutside = 0;
+    for (int y = 0; y < 128; ++y)
+        for (int x = 0; x < 128; ++x)
+            if (qGray(badge.pixel(x, y)) < 100)
+                ++(y >= 39 && y < 103 ? darkInside : darkOutside);
+    EXPECT_GT(darkInside, 50);
+    EXPECT_EQ(darkOutside, 0);
+    EXPECT_EQ(badge.pixel(0, 0), qRgb(255, 255, 255));
+}
+
+TEST_F(UpdaterTest, TheDockIconShowsTheUnreadCountResetsAtZeroAndIsLeftAloneWhenSwitchedOff)
+{
+    const FeedPtr feed = addFeed(QStringLiteral("unread"));
+    updater.updateDockIcon();
+    EXPECT_EQ(tile.resets, 1);
+    EXPECT_TRUE(tile.icons.isEmpty());
+
+    addArticle(feed, QStringLiteral("badge-a"), 1, true);
+    feed->updateUnreadCount();
+    updater.updateDockIcon();
+    ASSERT_EQ(tile.icons.size(), 1);
+    EXPECT_NE(tile.icons.first(), tile.dockImage());
+
+    defaults.setBoolean(QStringLiteral("displayUnreadInDockIcon"), false);
+    updater.updateDockIcon();
+    feed->setChildren({});
+    feed->updateUnreadCount();
+    updater.updateDockIcon();
+    EXPECT_EQ(tile.icons.size(), 1);
+    EXPECT_EQ(tile.resets, 1);
+}

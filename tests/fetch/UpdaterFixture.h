@@ -1,0 +1,114 @@
+// A feed updater over a scratch library and settings, with desktop services that record what they
+// were asked, and a recorder of the notifications it posts.
+#pragma once
+
+#include "fetch/FeedUpdater.h"
+#include "model/Article.h"
+#include "model/SettingsTable.h"
+#include "platform/Defaults.h"
+#include "platform/NotificationCenter.h"
+#include "platform/QBDockTile.h"
+#include "platform/QBUserAlert.h"
+#include "platform/QBUserNotifier.h"
+
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+#include <memory>
+
+class RecordingAlert : public QBUserAlert
+{
+public:
+    bool playSound(const QString &name) override
+    {
+        events << "sound " + name;
+        return knownSounds.contains(name);
+    }
+    void beep() override { events << QStringLiteral("beep"); }
+    void requestAttention() override { events << QStringLiteral("attention"); }
+
+    QStringList knownSounds;
+    QStringList events;
+};
+
+class RecordingNotifier : public QBUserNotifier
+{
+public:
+    void deliver(const QString &title, const QString &text) override { delivered << title + " / " + text; }
+    QStringList delivered;
+};
+
+class RecordingDockTile : public QBDockTile
+{
+public:
+    QImage dockImage() const override
+    {
+        QImage image(128, 128, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::white);
+        return image;
+    }
+    void setIcon(const QImage &image) override { icons << image; }
+    void resetIcon() override { ++resets; }
+
+    QList<QImage> icons;
+    int resets = 0;
+};
+
+class NotificationLog
+{
+public:
+    NotificationLog()
+    {
+        m_token = NotificationCenter::defaultCenter().addObserver({}, [this](const Notification &note) {
+            if (note.name.startsWith(QStringLiteral("Feed")) ||
+                note.name.startsWith(QStringLiteral("feed")) ||
+                note.name == QStringLiteral("ActiveTaskNotification"))
+                notes << note;
+        });
+    }
+    ~NotificationLog() { NotificationCenter::defaultCenter().removeObserver(m_token); }
+
+    QStringList names() const
+    {
+        QStringList list;
+        for (const Notification &note : notes)
+            list << note.name;
+        return list;
+    }
+
+    QList<Notification> notes;
+
+private:
+    int m_token;
+};
+
+class UpdaterTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        SettingsTable::registerWith(defaults);
+        library.load();
+        library.root()->setChildren({});
+        updater.setUserAlert(&alert);
+        updater.setUserNotifier(&notifier);
+        updater.setDockTile(&tile);
+    }
+
+    FeedPtr addFeed(const QString &title, const QUrl &url = QUrl(QStringLiteral("http://127.0.0.1:9/feed")))
+    {
+        auto feed = std::make_shared<Feed>();
+        feed->setTitle(title);
+        feed->setFeed(url);
+        feed->setParent(library.root());
+        library.root()->addChild(feed);
+        return feed;
+    }
+
+    QTemporaryDir scratch;
+    Defaults defaults{scratch.filePath(QStringLiteral("settings.ini"))};
+    FeedLibrary library;
+    FeedUpdater updater{library, defaults};
+    RecordingAlert alert;
+    RecordingNotifier notifier;
+    RecordingDockTile tile;
+};

@@ -5,6 +5,7 @@
 #include "cli/ImportCommand.h"
 #include "cli/ListCommand.h"
 #include "cli/ParseCommand.h"
+#include "cli/RefreshCommand.h"
 #include "cli/SearchCommand.h"
 #include "model/FeedLibrary.h"
 
@@ -14,6 +15,7 @@
 namespace {
 const QString libraryOption = QStringLiteral("--library");
 const QString encodingOption = QStringLiteral("--encoding");
+const QString concurrentOption = QStringLiteral("--concurrent");
 } // namespace
 
 CommandLine::CommandLine(const QStringList &arguments) : m_arguments(arguments.mid(1)) {}
@@ -53,7 +55,8 @@ void CommandLine::readArguments()
         } else if (argument == QLatin1String("--version")) {
             m_versionWanted = true;
         } else if (!takeOptionValue(argument, libraryOption, at, m_library) &&
-                   !takeOptionValue(argument, encodingOption, at, m_encoding) && m_problem.isEmpty()) {
+                   !takeOptionValue(argument, encodingOption, at, m_encoding) &&
+                   !takeOptionValue(argument, concurrentOption, at, m_concurrent) && m_problem.isEmpty()) {
             m_problem = QStringLiteral("unknown option '%1'").arg(argument);
         }
     }
@@ -83,6 +86,10 @@ int CommandLine::runCommand() const
 {
     if (m_encoding && m_command != QLatin1String("parse"))
         return usageError(QStringLiteral("--encoding applies to parse only"));
+    if (m_concurrent && m_command != QLatin1String("refresh"))
+        return usageError(QStringLiteral("--concurrent applies to refresh only"));
+    if (m_command == QLatin1String("refresh"))
+        return runRefresh();
     if (m_command == QLatin1String("parse")) {
         if (m_operands.size() != 1)
             return usageError(QStringLiteral("parse takes one FILE"));
@@ -104,6 +111,19 @@ int CommandLine::runCommand() const
         return SearchCommand(m_operands.join(u' ')).run();
     }
     return usageError(QStringLiteral("unknown command '%1'").arg(m_command));
+}
+
+int CommandLine::runRefresh() const
+{
+    if (!m_operands.isEmpty())
+        return usageError(QStringLiteral("refresh takes no arguments"));
+    if (!m_concurrent)
+        return RefreshCommand(std::nullopt).run();
+    bool isNumber = false;
+    const int concurrent = m_concurrent->toInt(&isNumber);
+    if (!isNumber || concurrent < 1)
+        return usageError(QStringLiteral("--concurrent needs a whole number of 1 or more"));
+    return RefreshCommand(concurrent).run();
 }
 
 int CommandLine::usageError(const QString &problem) const
@@ -136,6 +156,9 @@ int CommandLine::printHelp()
                        "                  the file's folders, and save the library\n"
                        "  list            print the library's folders and feeds as an indented tree: each\n"
                        "                  feed's title, address and unread count\n"
+                       "  refresh         fetch every feed of the library once, at most --concurrent at a\n"
+                       "                  time, printing a line per finished feed on a terminal (title, new\n"
+                       "                  articles or failure), then a summary, and save the library\n"
                        "  search TEXT     print the stored articles whose title or text contains TEXT,\n"
                        "                  one per line: feed title, article title and link, tab-separated\n"
                        "\n"
@@ -145,6 +168,8 @@ int CommandLine::printHelp()
                        "                  desktop program's first start\n"
                        "  --encoding NAME (parse) decode the document as character set NAME, for example\n"
                        "                  utf-8, unless it declares another; without it ISO-8859-1\n"
+                       "  --concurrent N  (refresh) run at most N downloads at once instead of the\n"
+                       "                  downloadConcurrent setting, for this run only\n"
                        "  --help          show this text\n"
                        "  --version       show the program's version\n"
                        "\n"

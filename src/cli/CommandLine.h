@@ -16,6 +16,7 @@ private:
     bool takeOptionValue(const QString &argument, const QString &option, qsizetype &at,
                          std::optional<QString> &value);
     int runCommand() const;
+    int runRefresh() const;
     int usageError(const QString &problem) const;
     static int printHelp();
     static int printVersion();
@@ -25,6 +26,7 @@ private:
     QStringList m_operands;
     std::optional<QString> m_library;
     std::optional<QString> m_encoding;
+    std::optional<QString> m_concurrent;
     bool m_helpWanted = false;
     bool m_versionWanted = false;
     QString m_problem;

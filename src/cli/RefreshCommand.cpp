@@ -1,0 +1,89 @@
+#include "cli/RefreshCommand.h"
+
+#include "cli/Console.h"
+#include "cli/ExitStatus.h"
+#include "cli/LibraryLoader.h"
+#include "fetch/FeedUpdater.h"
+#include "model/Article.h"
+#include "model/FeedLibrary.h"
+#include "model/SettingsTable.h"
+#include "platform/Defaults.h"
+#include "platform/NotificationCenter.h"
+
+#include <QEventLoop>
+#include <QTemporaryDir>
+#include <unistd.h>
+
+namespace {
+
+int newArticleCount(const Feed &feed)
+{
+    int count = 0;
+    for (const TreeNodePtr &node : feed.children())
+        if (const auto article = std::dynamic_pointer_cast<Article>(node);
+            article && article->state() == Article::New)
+            ++count;
+    return count;
+}
+
+} // namespace
+
+RefreshCommand::RefreshCommand(std::optional<int> concurrent) : m_concurrent(concurrent) {}
+
+int RefreshCommand::run() const
+{
+    FeedLibrary &library = FeedLibrary::feedLibrary();
+    if (!LibraryLoader::load(library))
+        return ExitUnreadable;
+    SettingsTable::install();
+
+    // The updater reads the user's settings from a copy, so that --concurrent lasts for this run only.
+    QTemporaryDir scratch;
+    Defaults settings(scratch.filePath(QStringLiteral("settings.ini")));
+    SettingsTable::registerWith(settings);
+    for (const QString &key : SettingsTable::defaultValues().keys())
+        settings.setValue(key, Defaults::standard().value(key));
+    if (m_concurrent)
+        settings.setInteger(QStringLiteral("downloadConcurrent"), *m_concurrent);
+
+    FeedUpdater updater(library, settings);
+    updater.setPauseScheduledUpdates(true);
+    const FeedList feeds = library.allFeeds();
+    for (const FeedPtr &feed : feeds)
+        updater.requestFeedDownload(feed);
+
+    const bool onTerminal = isatty(STDOUT_FILENO);
+    int finished = 0;
+    int newArticles = 0;
+    int failures = 0;
+    QEventLoop loop;
+    const int token = NotificationCenter::defaultCenter().addObserver(
+        QStringLiteral("feedDownloaded"), [&](const Notification &note) {
+            const FeedPtr feed = note.object.value<FeedPtr>();
+            const bool failed = feed->state() == Feed::Failed;
+            const int fresh = failed ? 0 : newArticleCount(*feed);
+            newArticles += fresh;
+            failures += failed ? 1 : 0;
+            if (onTerminal)
+                Console::print(
+                    QStringLiteral("[%1/%2] %3: %4\n")
+                        .arg(++finished)
+                        .arg(feeds.size())
+                        .arg(Console::oneLine(feed->title()),
+                             failed ? QStringLiteral("failed") : QStringLiteral("%1 new").arg(fresh)));
+            else
+                ++finished;
+            if (finished == feeds.size())
+                loop.quit();
+        });
+    if (!feeds.isEmpty())
+        loop.exec();
+    NotificationCenter::defaultCenter().removeObserver(token);
+    library.save();
+
+    Console::print(QStringLiteral("Refreshed %1 feeds: %2 new articles, %3 failed\n")
+                       .arg(feeds.size())
+                       .arg(newArticles)
+                       .arg(failures));
+    return ExitSuccess;
+}

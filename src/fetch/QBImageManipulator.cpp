@@ -40,6 +40,15 @@ QRect QBImageManipulator::centredSquare() const
     return QRect(m_image.width() / 2 - edge / 2, 0, edge, edge);
 }
 
+namespace {
+// Truncates a scaled length, allowing for the rounding of the float product: 280 / 501 * 501 must give
+// 280, not 279.
+int truncated(float length)
+{
+    return int(length + 1e-3f);
+}
+} // namespace
+
 void QBImageManipulator::scaleImageMaxWidth(int maxWidth, int maxHeight)
 {
     m_maxPixelsWide = float(maxWidth);
@@ -47,10 +56,10 @@ void QBImageManipulator::scaleImageMaxWidth(int maxWidth, int maxHeight)
     if (m_image.isNull())
         return;
     const float factor = scaleFactor();
-    QSize size(int(float(m_image.width()) * factor), int(float(m_image.height()) * factor));
+    QSize size(truncated(float(m_image.width()) * factor), truncated(float(m_image.height()) * factor));
     QRect source = m_image.rect();
     if (m_square) {
-        const int side = int(factor * float(std::max(m_image.width(), m_image.height())));
+        const int side = truncated(factor * float(std::max(m_image.width(), m_image.height())));
         size = QSize(side, side);
         source = centredSquare();
     }

@@ -25,7 +25,7 @@ ImagingService::~ImagingService()
 
 void ImagingService::start()
 {
-    QMutexLocker locker(&m_lock);
+    std::unique_lock locker(m_lock);
     if (m_worker.joinable() || !m_active)
         return;
     m_worker = std::thread([this] { run(); });
@@ -39,21 +39,21 @@ void ImagingService::addToQueue(const ArticlePtr &article)
     // identifier, which is safe to read anywhere.
     const std::shared_ptr<Feed> feed = article->source();
     Entry entry{article, article->imageURL(), feed ? feed->uniqueID() : QString()};
-    QMutexLocker locker(&m_lock);
+    std::unique_lock locker(m_lock);
     m_queue.append(entry);
     m_heartBeat = 0;
-    m_wakeUp.wakeAll();
+    m_wakeUp.notify_all();
 }
 
 void ImagingService::removeFromQueue(const ArticlePtr &article)
 {
-    QMutexLocker locker(&m_lock);
+    std::unique_lock locker(m_lock);
     m_queue.removeIf([&](const Entry &queued) { return queued.article == article; });
 }
 
 ArticleList ImagingService::queue() const
 {
-    QMutexLocker locker(&m_lock);
+    std::unique_lock locker(m_lock);
     ArticleList articles;
     articles.reserve(m_queue.size());
     for (const Entry &entry : m_queue)
@@ -65,9 +65,9 @@ void ImagingService::terminate()
 {
     std::thread worker;
     {
-        QMutexLocker locker(&m_lock);
+        std::unique_lock locker(m_lock);
         m_active = false;
-        m_wakeUp.wakeAll();
+        m_wakeUp.notify_all();
         if (m_worker.get_id() == std::this_thread::get_id())
             return;
         worker = std::move(m_worker);
@@ -78,20 +78,20 @@ void ImagingService::terminate()
 
 void ImagingService::hibernate()
 {
-    QMutexLocker locker(&m_lock);
+    std::unique_lock locker(m_lock);
     m_heartBeat = hibernatingHeartBeat;
 }
 
 void ImagingService::wake()
 {
-    QMutexLocker locker(&m_lock);
+    std::unique_lock locker(m_lock);
     m_heartBeat = 0;
-    m_wakeUp.wakeAll();
+    m_wakeUp.notify_all();
 }
 
 int ImagingService::heartBeat() const
 {
-    QMutexLocker locker(&m_lock);
+    std::unique_lock locker(m_lock);
     return m_heartBeat;
 }
 
@@ -114,7 +114,7 @@ void ImagingService::run()
 
 std::optional<ImagingService::Entry> ImagingService::takeFirstOrHibernate()
 {
-    QMutexLocker locker(&m_lock);
+    std::unique_lock locker(m_lock);
     if (!m_queue.isEmpty())
         return m_queue.first();
     m_heartBeat = hibernatingHeartBeat;
@@ -151,7 +151,7 @@ void ImagingService::finishEntry(const Entry &entry)
 {
     if (++m_count % reloadEvery == 0)
         postReload();
-    QMutexLocker locker(&m_lock);
+    std::unique_lock locker(m_lock);
     const auto queued = std::find_if(m_queue.begin(), m_queue.end(), [&](const Entry &candidate) {
         return candidate.article == entry.article;
     });
@@ -161,9 +161,9 @@ void ImagingService::finishEntry(const Entry &entry)
 
 void ImagingService::sleepForHeartBeat()
 {
-    QMutexLocker locker(&m_lock);
+    std::unique_lock locker(m_lock);
     if (m_heartBeat > 0 && m_active)
-        m_wakeUp.wait(&m_lock, QDeadlineTimer(m_heartBeat * 1000));
+        m_wakeUp.wait_for(locker, std::chrono::seconds(m_heartBeat));
 }
 
 void ImagingService::postReload()

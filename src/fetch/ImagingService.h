@@ -1,13 +1,15 @@
 // Makes the square JPEG thumbnails of article pictures on a worker thread of its own: the feed readers
 // queue articles from the main thread, the worker fetches, crops, scales and saves one picture at a time.
-// It never touches an article's fields from the worker thread; what it changes is handed to the main thread.
+// On the worker thread it reads nothing of an article but its identifier; changes go to the main thread.
 #pragma once
 
 #include "model/FeedLibrary.h"
 
-#include <QMutex>
-#include <QWaitCondition>
 #include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <optional>
 #include <thread>
 
 class ImagingService
@@ -65,8 +67,9 @@ private:
     static void postReload();
     static void onMainThread(std::function<void()> work);
 
-    mutable QMutex m_lock;
-    QWaitCondition m_wakeUp;
+    // Standard primitives rather than Qt's, so that ThreadSanitizer sees every hand-over.
+    mutable std::mutex m_lock;
+    std::condition_variable m_wakeUp;
     QList<Entry> m_queue;
     int m_heartBeat = 0;
     std::atomic<bool> m_active{true};

@@ -57,8 +57,7 @@ std::optional<QByteArray> BlockingTransfer::dataFromURL(const QUrl &url, const S
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(curl, CURLOPT_TIMEOUT, TransferDefaults::timeoutSeconds);
     curl_easy_setopt(curl, CURLOPT_ACCEPT_ENCODING, "");
-    if (!userAgent.isEmpty())
-        curl_easy_setopt(curl, CURLOPT_USERAGENT, userAgent.constData());
+    curl_easy_setopt(curl, CURLOPT_USERAGENT, userAgent.constData());
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, appendBody);
     curl_easy_setopt(curl, CURLOPT_WRITEDATA, &transfer);
     curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);

@@ -10,6 +10,6 @@ public:
     // A transfer that has not finished in this time is abandoned.
     static constexpr long timeoutSeconds = 30;
 
-    // The "UserAgent" setting, written at start-up with the application's version.
+    // The "UserAgent" setting, written at start-up with the application's version; the same text when unset.
     static QString userAgent();
 };

@@ -137,6 +137,8 @@ TEST_F(ThumbnailWorker, WidePicturesAreCroppedToTheirCentreSmallOnesKeepTheirSiz
     EXPECT_TRUE(thin->imageURL().isEmpty()) << "a picture under 50 pixels wide is forgotten";
     EXPECT_EQ(service.count(), 3);
     EXPECT_EQ(reloadsOffTheMainThread, 0);
+    EXPECT_EQ(server.lastRequest("/wide.png").header("User-Agent"), "QuillBay/" QB_VERSION " Macintosh")
+        << "without the setting the program still names itself";
 }
 
 TEST_F(ThumbnailWorker, TheHeadlinePageIsReloadedEveryTenthThumbnailAndWhenTheQueueDrains)

@@ -1,0 +1,47 @@
+// One picture on its way to a thumbnail: loaded from an address, scaled (optionally to a centred square)
+// and written as JPEG. It never enlarges a picture beyond its bound and never touches the main thread's
+// objects, so the thumbnail worker may use it freely.
+#pragma once
+
+#include "fetch/BlockingTransfer.h"
+
+#include <QImage>
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+
+class QBImageManipulator
+{
+public:
+    QBImageManipulator() = default;
+    explicit QBImageManipulator(const QImage &image);
+
+    // Fetches the whole resource and decodes it; bytes that decode to no picture give the "dummy-image"
+    // picture instead. False, with the image left as it was, when nothing could be fetched.
+    bool loadImageFromURL(const QUrl &url, const BlockingTransfer::StopRequest &stopRequested = {});
+
+    // The factor the next scaling applies: the tightest of the two bounds, never above 1.
+    float scaleFactor() const;
+    bool isImagePortrait() const;
+    void scaleImageMaxWidth(int maxWidth, int maxHeight);
+    bool saveImageToLocation(const QString &path, float atQualityLevel) const;
+
+    QImage image() const { return m_image; }
+    void setImage(const QImage &image) { m_image = image; }
+    bool square() const { return m_square; }
+    void setSquare(bool square) { m_square = square; }
+    float maxPixelsWide() const { return m_maxPixelsWide; }
+    float maxPixelsHigh() const { return m_maxPixelsHigh; }
+
+    static QStringList imageTypes();
+    // Stands in for a picture whose bytes could not be decoded.
+    static QImage dummyImage();
+
+private:
+    QRect centredSquare() const;
+
+    QImage m_image;
+    float m_maxPixelsWide = 640;
+    float m_maxPixelsHigh = 480;
+    bool m_square = false;
+};

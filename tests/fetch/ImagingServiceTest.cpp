@@ -1,0 +1,243 @@
+#include "fetch/ImagingService.h"
+
+#include "LoopbackServer.h"
+#include "fetch/QBImageManipulator.h"
+#include "model/Article.h"
+#include "model/Feed.h"
+#include "platform/Defaults.h"
+#include "platform/NotificationCenter.h"
+
+#include <QBuffer>
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QImageReader>
+#include <QTemporaryDir>
+#include <QThread>
+#include <gtest/gtest.h>
+
+namespace {
+QByteArray encoded(const QImage &image, const char *format)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return bytes;
+}
+
+// Green in the centred square, red outside it, so a thumbnail shows whether it was cropped there.
+QImage centredGreen(int width, int height)
+{
+    QImage image(width, height, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    const int edge = std::min(width, height);
+    for (int y = (height - edge) / 2; y < (height - edge) / 2 + edge; ++y)
+        for (int x = (width - edge) / 2; x < (width - edge) / 2 + edge; ++x)
+            image.setPixelColor(x, y, Qt::green);
+    return image;
+}
+
+bool waitUntil(const std::function<bool()> &done, int milliseconds = 15000)
+{
+    const QDeadlineTimer deadline(milliseconds);
+    while (!done()) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(5);
+    }
+    return true;
+}
+
+void settle(int milliseconds)
+{
+    waitUntil([] { return false; }, milliseconds);
+}
+
+class ThumbnailWorker : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(server.isListening());
+        FeedLibrary::setLibraryPath(library.path());
+        ASSERT_TRUE(QDir().mkpath(FeedLibrary::articleImagePath()));
+        feed->setTitle("Pictures");
+        observer = NotificationCenter::defaultCenter().addObserver(
+            "SummaryWebViewNeedsReload", [this](const Notification &) {
+                ++reloads;
+                if (QThread::currentThread() != QCoreApplication::instance()->thread())
+                    ++reloadsOffTheMainThread;
+            });
+    }
+
+    void TearDown() override
+    {
+        service.terminate();
+        NotificationCenter::defaultCenter().removeObserver(observer);
+        FeedLibrary::setLibraryPath(QString());
+    }
+
+    ArticlePtr queued(const QString &path)
+    {
+        auto article = std::make_shared<Article>();
+        article->setSource(feed);
+        article->setImageURL(server.url(path));
+        service.addToQueue(article);
+        return article;
+    }
+
+    QString thumbnailPath(const ArticlePtr &article) const
+    {
+        return QString("%1/%2/%3.jpg")
+            .arg(FeedLibrary::articleImagePath(), feed->uniqueID(), article->uniqueID());
+    }
+
+    bool drained()
+    {
+        return waitUntil([this] { return service.queue().isEmpty() && reloads > 0; });
+    }
+
+    QTemporaryDir library;
+    LoopbackServer server;
+    FeedPtr feed = std::make_shared<Feed>();
+    ImagingService service;
+    int observer = 0;
+    int reloads = 0;
+    int reloadsOffTheMainThread = 0;
+};
+} // namespace
+
+TEST_F(ThumbnailWorker, WidePicturesAreCroppedToTheirCentreSmallOnesKeepTheirSizeAndTinyOnesAreDropped)
+{
+    server.route("/wide.png",
+                 LoopbackServer::Response::ok(encoded(centredGreen(1000, 500), "PNG"), "image/png"));
+    server.route("/small.jpg",
+                 LoopbackServer::Response::ok(encoded(centredGreen(200, 100), "JPEG"), "image/jpeg"));
+    server.route("/thin.png",
+                 LoopbackServer::Response::ok(encoded(centredGreen(49, 400), "PNG"), "image/png"));
+    const ArticlePtr wide = queued("/wide.png");
+    const ArticlePtr small = queued("/small.jpg");
+    const ArticlePtr thin = queued("/thin.png");
+    service.start();
+    ASSERT_TRUE(drained());
+
+    QImageReader wideReader(thumbnailPath(wide));
+    EXPECT_EQ(wideReader.format(), "jpeg");
+    const QImage wideThumb = wideReader.read();
+    ASSERT_EQ(wideThumb.size(), QSize(280, 280));
+    for (const QPoint &point : {QPoint(2, 2), QPoint(277, 2), QPoint(2, 277), QPoint(277, 277)})
+        EXPECT_GT(wideThumb.pixelColor(point).green(), 200) << "the centred square, not the red sides";
+    EXPECT_EQ(QImageReader(thumbnailPath(small)).size(), QSize(200, 200));
+    EXPECT_FALSE(wide->imageURL().isEmpty());
+
+    EXPECT_FALSE(QFile::exists(thumbnailPath(thin)));
+    EXPECT_TRUE(thin->imageURL().isEmpty()) << "a picture under 50 pixels wide is forgotten";
+    EXPECT_EQ(service.count(), 3);
+    EXPECT_EQ(reloadsOffTheMainThread, 0);
+    EXPECT_EQ(server.lastRequest("/wide.png").header("User-Agent"), "QuillBay/" QB_VERSION " Macintosh")
+        << "without the setting the program still names itself";
+}
+
+TEST_F(ThumbnailWorker, TheHeadlinePageIsReloadedEveryTenthThumbnailAndWhenTheQueueDrains)
+{
+    server.route("/p.jpg", LoopbackServer::Response::ok(encoded(centredGreen(80, 60), "JPEG"), "image/jpeg"));
+    QList<ArticlePtr> articles;
+    for (int i = 0; i < 23; ++i)
+        articles.append(queued("/p.jpg"));
+    service.start();
+    ASSERT_TRUE(waitUntil([this] { return reloads >= 3; }));
+    settle(300);
+    EXPECT_EQ(reloads, 3);
+    EXPECT_EQ(reloadsOffTheMainThread, 0);
+    EXPECT_EQ(service.count(), 23);
+    EXPECT_EQ(server.requestCount("/p.jpg"), 23);
+    for (const ArticlePtr &article : articles)
+        EXPECT_EQ(QImageReader(thumbnailPath(article)).size(), QSize(80, 80));
+}
+
+TEST_F(ThumbnailWorker, FailedFetchesForgetThePictureAndUndecodableOnesBecomeTheStandIn)
+{
+    Defaults::standard().setString("UserAgent", "QuillBay/9.9 Macintosh");
+    server.route("/garbage.jpg", LoopbackServer::Response::ok("this is not a picture", "image/jpeg"));
+    const ArticlePtr missing = queued("/missing.jpg");
+    const ArticlePtr garbage = queued("/garbage.jpg");
+    service.start();
+    ASSERT_TRUE(drained());
+
+    EXPECT_TRUE(missing->imageURL().isEmpty()) << "a 404 is a failed fetch";
+    EXPECT_FALSE(QFile::exists(thumbnailPath(missing)));
+    const int side =
+        std::max(QBImageManipulator::dummyImage().width(), QBImageManipulator::dummyImage().height());
+    EXPECT_EQ(QImageReader(thumbnailPath(garbage)).size(), QSize(std::min(side, 280), std::min(side, 280)));
+    EXPECT_FALSE(garbage->imageURL().isEmpty());
+    EXPECT_EQ(server.lastRequest("/garbage.jpg").header("User-Agent"), "QuillBay/9.9 Macintosh");
+    Defaults::standard().removeObject("UserAgent");
+}
+
+TEST_F(ThumbnailWorker, NothingIsFetchedBeforeStartAndRemovedArticlesAreNeverFetched)
+{
+    server.route("/keep.png",
+                 LoopbackServer::Response::ok(encoded(centredGreen(64, 64), "PNG"), "image/png"));
+    service.hibernate();
+    const ArticlePtr kept = queued("/keep.png");
+    EXPECT_EQ(service.heartBeat(), 0) << "queueing wakes the worker";
+    const ArticlePtr removed = queued("/removed.png");
+    service.addToQueue(nullptr);
+    EXPECT_EQ(service.queue(), (ArticleList{kept, removed}));
+    settle(200);
+    EXPECT_TRUE(server.requests().isEmpty()) << "the worker waits for start";
+
+    service.removeFromQueue(removed);
+    service.start();
+    ASSERT_TRUE(drained());
+    EXPECT_EQ(server.requestCount("/removed.png"), 0);
+    EXPECT_FALSE(removed->imageURL().isEmpty());
+    EXPECT_TRUE(QFile::exists(thumbnailPath(kept)));
+}
+
+TEST_F(ThumbnailWorker, AnIdleWorkerHibernatesAndANewArticleWakesIt)
+{
+    EXPECT_EQ(service.heartBeat(), 0);
+    service.hibernate();
+    EXPECT_EQ(service.heartBeat(), 2);
+    service.wake();
+    EXPECT_EQ(service.heartBeat(), 0);
+
+    service.start();
+    ASSERT_TRUE(waitUntil([this] { return service.heartBeat() == ImagingService::hibernatingHeartBeat; }));
+
+    server.route("/late.png",
+                 LoopbackServer::Response::ok(encoded(centredGreen(90, 70), "PNG"), "image/png"));
+    const ArticlePtr late = queued("/late.png");
+    ASSERT_TRUE(drained()) << "an article queued while hibernating is still picked up";
+    EXPECT_EQ(QImageReader(thumbnailPath(late)).size(), QSize(90, 90));
+    ASSERT_TRUE(waitUntil([this] { return service.heartBeat() == 2; })) << "and the worker sleeps again";
+}
+
+TEST_F(ThumbnailWorker, TerminateAbandonsTheFetchUnderWayAndEndsTheWorkerForGood)
+{
+    LoopbackServer::Response stalled;
+    stalled.stall = true;
+    server.route("/stall.png", stalled);
+    const ArticlePtr waiting = queued("/stall.png");
+    service.start();
+    ASSERT_TRUE(waitUntil([this] { return server.requestCount("/stall.png") == 1; }));
+
+    service.terminate();
+    EXPECT_FALSE(service.active());
+    EXPECT_EQ(service.queue(), ArticleList{waiting}) << "the interrupted article stays queued";
+    settle(100);
+    EXPECT_FALSE(waiting->imageURL().isEmpty()) << "an interrupted fetch is not a failed one";
+    EXPECT_EQ(service.count(), 0);
+
+    server.route("/after.png",
+                 LoopbackServer::Response::ok(encoded(centredGreen(64, 64), "PNG"), "image/png"));
+    queued("/after.png");
+    service.start();
+    settle(300);
+    EXPECT_EQ(server.requestCount("/after.png"), 0) << "a terminated worker never starts again";
+    EXPECT_EQ(reloads, 0);
+}

@@ -1,0 +1,161 @@
+#include "fetch/QBImageManipulator.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QImageReader>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace {
+// Three vertical bands for a landscape picture (or horizontal ones for a portrait one): the outer
+// bands red and blue, the middle one, exactly the centred square, green.
+QImage banded(int width, int height)
+{
+    QImage image(width, height, QImage::Format_RGB32);
+    const bool portrait = height > width;
+    const int edge = std::min(width, height);
+    const int length = portrait ? height : width;
+    const int first = length / 2 - edge / 2;
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            const int along = portrait ? y : x;
+            const QColor colour = along < first ? Qt::red : along < first + edge ? Qt::green : Qt::blue;
+            image.setPixelColor(x, y, colour);
+        }
+    }
+    return image;
+}
+
+bool isGreenish(const QColor &colour)
+{
+    return colour.green() > 200 && colour.red() < 60 && colour.blue() < 60;
+}
+
+// Noise compresses badly, so the quality setting shows in the file's size.
+QImage noise(int width, int height)
+{
+    QImage image(width, height, QImage::Format_RGB32);
+    quint32 seed = 12345;
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            seed = seed * 1103515245u + 12345u;
+            image.setPixel(x, y, 0xff000000u | (seed >> 8));
+        }
+    return image;
+}
+
+QByteArray fileBytes(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+} // namespace
+
+TEST(ImageManipulator, SquareThumbnailsCropTheCentredSquareAndScaleItToTheBound)
+{
+    struct Case
+    {
+        QSize picture;
+        int bound;
+        int side;
+    };
+    for (const Case &c : {Case{{1000, 500}, 280, 280}, Case{{200, 100}, 200, 200}, Case{{120, 360}, 280, 280},
+                          Case{{501, 500}, 280, 280}}) {
+        QBImageManipulator manipulator(banded(c.picture.width(), c.picture.height()));
+        manipulator.setSquare(true);
+        manipulator.scaleImageMaxWidth(c.bound, c.bound);
+        const QImage result = manipulator.image();
+        SCOPED_TRACE(testing::Message() << c.picture.width() << "x" << c.picture.height());
+        ASSERT_EQ(result.size(), QSize(c.side, c.side));
+        const int last = c.side - 2;
+        for (const QPoint &point : {QPoint(1, 1), QPoint(last, 1), QPoint(1, last), QPoint(last, last),
+                                    QPoint(c.side / 2, c.side / 2)})
+            EXPECT_TRUE(isGreenish(result.pixelColor(point)))
+                << "only the centred square is drawn; at " << point.x() << "," << point.y() << " found "
+                << result.pixelColor(point).name().toStdString();
+    }
+}
+
+TEST(ImageManipulator, EveryPictureLargerThanTheBoundGivesAFullSizedSquare)
+{
+    for (int width = 281; width < 3000; width += 7) {
+        QBImageManipulator manipulator(QImage(width, 100, QImage::Format_RGB32));
+        manipulator.setSquare(true);
+        manipulator.scaleImageMaxWidth(280, 280);
+        ASSERT_EQ(manipulator.image().width(), 280) << "a picture " << width << " wide";
+    }
+}
+
+TEST(ImageManipulator, PlainScalingKeepsTheProportionsTruncatesAndNeverEnlarges)
+{
+    QBImageManipulator defaults(QImage(1000, 500, QImage::Format_RGB32));
+    EXPECT_FLOAT_EQ(defaults.maxPixelsWide(), 640);
+    EXPECT_FLOAT_EQ(defaults.maxPixelsHigh(), 480);
+    EXPECT_FLOAT_EQ(defaults.scaleFactor(), 0.64f);
+    defaults.scaleImageMaxWidth(640, 480);
+    EXPECT_EQ(defaults.image().size(), QSize(640, 320));
+
+    QBImageManipulator truncated(QImage(333, 100, QImage::Format_RGB32));
+    truncated.scaleImageMaxWidth(100, 100);
+    EXPECT_FLOAT_EQ(truncated.maxPixelsWide(), 100);
+    EXPECT_EQ(truncated.image().size(), QSize(100, 30)) << "30.03 pixels high truncates to 30";
+
+    QBImageManipulator tall(QImage(300, 900, QImage::Format_RGB32));
+    EXPECT_TRUE(tall.isImagePortrait());
+    tall.scaleImageMaxWidth(280, 280);
+    EXPECT_EQ(tall.image().size(), QSize(93, 280)) << "the tighter bound decides";
+
+    QBImageManipulator small(QImage(60, 40, QImage::Format_RGB32));
+    EXPECT_FALSE(small.isImagePortrait());
+    small.scaleImageMaxWidth(280, 280);
+    EXPECT_FLOAT_EQ(small.scaleFactor(), 1.0f);
+    EXPECT_EQ(small.image().size(), QSize(60, 40));
+
+    QBImageManipulator squareish(QImage(50, 50, QImage::Format_RGB32));
+    EXPECT_FALSE(squareish.isImagePortrait()) << "portrait means strictly taller than wide";
+}
+
+TEST(ImageManipulator, SavingWritesABaselineJPEGAtTheGivenQualityReplacingAnyFile)
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath("thumb.jpg");
+    {
+        QFile stale(path);
+        ASSERT_TRUE(stale.open(QIODevice::WriteOnly));
+        stale.write(QByteArray(200000, 'x'));
+    }
+    QBImageManipulator manipulator(noise(280, 280));
+    ASSERT_TRUE(manipulator.saveImageToLocation(path, 0.75f));
+    const QByteArray good = fileBytes(path);
+    ASSERT_TRUE(good.startsWith("\xff\xd8")) << "a JPEG file";
+    EXPECT_LT(good.size(), 200000) << "the old file's bytes are gone";
+    EXPECT_TRUE(good.contains("\xff\xc0")) << "baseline frame";
+    EXPECT_FALSE(good.contains("\xff\xc2")) << "no progressive frame";
+    QImageReader reader(path);
+    EXPECT_EQ(reader.format(), "jpeg");
+    EXPECT_EQ(reader.size(), QSize(280, 280));
+
+    const QString poorPath = folder.filePath("poor.jpg");
+    ASSERT_TRUE(manipulator.saveImageToLocation(poorPath, 0.1f));
+    EXPECT_LT(fileBytes(poorPath).size() * 2, good.size()) << "the quality level reaches the encoder";
+
+    EXPECT_FALSE(manipulator.saveImageToLocation(folder.filePath("missing/folder/t.jpg"), 0.75f));
+    EXPECT_FALSE(QBImageManipulator().saveImageToLocation(folder.filePath("empty.jpg"), 0.75f));
+}
+
+TEST(ImageManipulator, TransparentPicturesAreSavedOnWhite)
+{
+    QImage clear(100, 100, QImage::Format_ARGB32);
+    clear.fill(Qt::transparent);
+    QTemporaryDir folder;
+    const QString path = folder.filePath("clear.jpg");
+    ASSERT_TRUE(QBImageManipulator(clear).saveImageToLocation(path, 0.75f));
+    EXPECT_GT(QImage(path).pixelColor(50, 50).lightness(), 240);
+}
+
+TEST(ImageManipulator, TheStandInPictureIsLargeEnoughToMakeAThumbnail)
+{
+    const QImage dummy = QBImageManipulator::dummyImage();
+    EXPECT_GE(dummy.width(), 50);
+    EXPECT_GE(dummy.height(), 50);
+}

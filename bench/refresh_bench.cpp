@@ -21,13 +21,14 @@ constexpr int feedBytes = 100 * 1024;
 
 QByteArray feedDocument(int feed)
 {
-    QByteArray text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<rss version=\"2.0\"><channel><title>Feed " +
-                      QByteArray::number(feed) + "</title><link>http://127.0.0.1/</link>\n";
+    QByteArray text =
+        "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<rss version=\"2.0\"><channel><title>Feed " +
+        QByteArray::number(feed) + "</title><link>http://127.0.0.1/</link>\n";
     const QByteArray words(feedBytes / itemsPerFeed - 300, 'w');
     for (int item = 0; item < itemsPerFeed; ++item) {
         const QByteArray id = QByteArray::number(feed) + "-" + QByteArray::number(item);
-        text += "<item><title>Story " + id + "</title><link>http://127.0.0.1/story/" + id + "</link><guid>" + id +
-                "</guid><pubDate>Mon, 23 Nov 2026 10:00:00 GMT</pubDate><description>&lt;p&gt;" + words +
+        text += "<item><title>Story " + id + "</title><link>http://127.0.0.1/story/" + id + "</link><guid>" +
+                id + "</guid><pubDate>Mon, 23 Nov 2026 10:00:00 GMT</pubDate><description>&lt;p&gt;" + words +
                 " " + id + "&lt;/p&gt;</description></item>\n";
     }
     return text + "</channel></rss>\n";
@@ -84,8 +85,8 @@ int main(int argc, char **argv)
     NotificationCenter::defaultCenter().removeObserver(token);
 
     const double floorSeconds = feedCount * 0.5;
-    std::printf("refresh_bench: %d feeds of %d items (%d KB) from loopback, 5 at a time, %d failed\n", feedCount,
-                itemsPerFeed, feedBytes / 1024, failed);
+    std::printf("refresh_bench: %d feeds of %d items (%d KB) from loopback, 5 at a time, %d failed\n",
+                feedCount, itemsPerFeed, feedBytes / 1024, failed);
     std::printf("  batch took %.2f s; the start rule's floor is %.1f s (%+.1f %%)\n", seconds, floorSeconds,
                 (seconds / floorSeconds - 1) * 100);
     std::printf("  longest gap between event-loop passes: %.1f ms over %lld passes\n", meter.longestGapMs(),

@@ -1,9 +1,9 @@
 #include "fetch/Downloader.h"
 
 #include "fetch/CurlMulti.h"
+#include "fetch/TransferDefaults.h"
 #include "model/Feed.h"
 #include "model/FeedLibrary.h"
-#include "platform/Defaults.h"
 #include "platform/Log.h"
 #include "platform/NotificationCenter.h"
 
@@ -13,7 +13,7 @@ namespace {
 
 int &defaultTimeoutInterval()
 {
-    static int milliseconds = 30000;
+    static int milliseconds = int(TransferDefaults::timeoutSeconds * 1000);
     return milliseconds;
 }
 
@@ -21,14 +21,6 @@ Downloader::IconRequester &iconRequester()
 {
     static Downloader::IconRequester requester;
     return requester;
-}
-
-QString userAgent()
-{
-    const QString stored = Defaults::standard().string(QStringLiteral("UserAgent"));
-    // Tools that never ran the application's start-up still announce themselves the same way.
-    return stored.isEmpty() ? QStringLiteral("QuillBay/%1 Macintosh").arg(QStringLiteral(QB_VERSION))
-                            : stored;
 }
 
 QString declaredCharset(const QString &contentType)
@@ -129,8 +121,8 @@ bool Downloader::start(const QUrl &url, QObject *delegate, const QVariant &conte
     if (m_toFile)
         NotificationCenter::defaultCenter().post(QStringLiteral("FileDownloadBeginingNotification"),
                                                  QVariant::fromValue(this));
-    m_requestHeaderList =
-        curl_slist_append(m_requestHeaderList, ("User-agent: " + userAgent()).toUtf8().constData());
+    m_requestHeaderList = curl_slist_append(
+        m_requestHeaderList, ("User-agent: " + TransferDefaults::userAgent()).toUtf8().constData());
     m_state = DownloadStateActive;
 
     const QByteArray address = url.toEncoded();

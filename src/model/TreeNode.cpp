@@ -18,7 +18,7 @@ void TreeNode::setUniqueID(const QString &uniqueID)
     m_uniqueID = uniqueID;
 }
 
-TreeNodeList TreeNode::children() const
+const TreeNodeList TreeNode::children() const
 {
     QMutexLocker locker(&m_lock);
     return m_children;

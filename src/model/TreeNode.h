@@ -37,7 +37,9 @@ public:
 
     QString uniqueID() const;
     void setUniqueID(const QString &uniqueID);
-    TreeNodeList children() const;
+    // Const, so that iterating the returned copy never detaches it: a detach would copy the whole
+    // list and race with a thread that still shares it.
+    const TreeNodeList children() const;
     void setChildren(const TreeNodeList &children);
 
     virtual TreeNodePtr parent() const;

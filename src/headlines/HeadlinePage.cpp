@@ -1,0 +1,109 @@
+#include "headlines/HeadlinePage.h"
+
+#include "headlines/HeadlineArrangement.h"
+#include "headlines/HeadlineFilter.h"
+#include "headlines/HeadlineRenderer.h"
+#include "headlines/PageSecurityPolicy.h"
+#include "platform/Defaults.h"
+#include "platform/Resources.h"
+#include "reading/QBUtilities.h"
+
+#include <QUrl>
+
+namespace {
+const QString flickrPhotos = QStringLiteral("http://www.flickr.com/photos");
+const QString feeds500px = QStringLiteral("http://feed.500px.com/");
+const QString web500px = QStringLiteral("http://500px.com/");
+constexpr int fallbackCap = 100;
+
+QString fileURL(const QString &path)
+{
+    return QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded);
+}
+} // namespace
+
+HeadlinePage::HeadlinePage(FeedLibrary &feedLibrary, Defaults &defaults)
+    : m_feedLibrary(feedLibrary), m_defaults(defaults)
+{
+}
+
+bool HeadlinePage::isPhotoLink(const QString &link)
+{
+    return link.startsWith(flickrPhotos) || is500pxLink(link);
+}
+
+bool HeadlinePage::is500pxLink(const QString &link)
+{
+    return link.startsWith(feeds500px) || link.startsWith(web500px);
+}
+
+void HeadlinePage::decidePhotoMode()
+{
+    m_photoMode = false;
+    if (m_items.size() != 1 || !m_items.first() || m_items.first()->kindOfObject() != TreeNode::ArticleKind)
+        return;
+    m_photoMode = isPhotoLink(std::static_pointer_cast<Article>(m_items.first())->link().toString());
+}
+
+qsizetype HeadlinePage::cap() const
+{
+    const int stored = m_defaults.integer(QStringLiteral("displayArticleCap"));
+    return qsizetype(stored == 0 ? fallbackCap : stored) * (m_offset + 1);
+}
+
+QString HeadlinePage::generateHTML()
+{
+    m_items = HeadlineFilter::filterArticles(m_feedLibrary.selectedArticles(), m_filterMethod,
+                                             QDateTime::currentDateTime());
+    decidePhotoMode();
+
+    HeadlineRenderer::Page page;
+    page.resources = fileURL(Resources::folder()) + u'/';
+    page.thumbnailFolder = FeedLibrary::articleImagePath();
+    page.articleCount = m_items.size();
+    page.displayMode = m_displayMode;
+    page.sortMethod = m_sortMethod;
+    page.filterMethod = m_filterMethod;
+    page.photoMode = m_photoMode;
+    page.photoSummaryAsIs =
+        m_photoMode && is500pxLink(std::static_pointer_cast<Article>(m_items.first())->link().toString());
+    page.openInBrowser = m_defaults.boolean(QStringLiteral("behaviorOpenInBrowser"));
+    page.showInfoBar = m_defaults.boolean(QStringLiteral("displayShowInfoBar"));
+    page.showSummaries = m_defaults.boolean(QStringLiteral("displayShowArticleSummaries"));
+    HeadlineRenderer renderer(
+        page, [this](const ArticlePtr &article) { return m_feedLibrary.longSummaryForArticle(article); });
+
+    // The body comes first: the policy in the head must name the hash of every click handler in it.
+    HeadlineArrangement arrangement(renderer, cap());
+    const QString body = arrangement.displayArrangedHeadlines(m_items);
+    m_offset += arrangement.cuts();
+
+    const PageSecurityPolicy policy(
+        page.resources, fileURL(page.thumbnailFolder) + u'/',
+        fileURL(Resources::path(QStringLiteral("stylesheet"), QStringLiteral("css"))));
+    QString html = head(policy.metaTag(renderer.clickHandlers()), page.articleCount);
+    html.reserve(html.size() + body.size() + 128);
+    const bool tilePage = renderer.isTilePage();
+    if (tilePage)
+        html += QStringLiteral("</head>\n<body style=\"background-color: #222;\">\n");
+    html += m_photoMode ? QStringLiteral("</head><body style=\"background-color: #333\">\n")
+                        : QStringLiteral("</head><body>\n");
+    html += body;
+    if (tilePage)
+        html += QStringLiteral("<br clear=\"both\"><div style=\"height: 10px; width: 10px;\"></div>\n");
+    html += QStringLiteral("</body>\n</html>\n");
+    return html;
+}
+
+QString HeadlinePage::head(const QString &securityPolicy, qsizetype articleCount) const
+{
+    QString html = QStringLiteral("<!DOCTYPE html><html>\n<head>\n<title>QuillBay</title>\n"
+                                  "<meta charset=\"UTF-8\">\n<link href=\"") +
+                   fileURL(Resources::path(QStringLiteral("stylesheet"), QStringLiteral("css"))) +
+                   QStringLiteral("\" rel=\"stylesheet\" type=\"text/css\" />\n") + securityPolicy;
+    if (articleCount > 0)
+        html += QStringLiteral("<style>.articleTitle a:hover { background-color: ") +
+                QBUtilities::hexRGBValueOfColor(m_hoverColour) +
+                QStringLiteral("; border-bottom: 1px solid #aaa; }</style>\n");
+    return html;
+}

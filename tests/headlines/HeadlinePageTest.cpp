@@ -1,0 +1,521 @@
+#include "headlines/HeadlinePage.h"
+
+#include "headlines/HeadlineFilter.h"
+#include "model/SettingsTable.h"
+#include "platform/Defaults.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/Resources.h"
+#include "reading/QBUtilities.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace {
+
+QString resourcesURL()
+{
+    return QUrl::fromLocalFile(Resources::folder()).toString(QUrl::FullyEncoded) + u'/';
+}
+
+CalendarDate noonOn(int year, int month, int day, int minutes = 0)
+{
+    return CalendarDate(QDateTime(QDate(year, month, day), QTime(12, minutes), Qt::UTC), 0);
+}
+
+class HeadlinePageTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        library.load();
+        library.root()->removeChildren();
+        SettingsTable::registerWith(defaults);
+        page.setDisplayMode(HeadlinePage::ListMode);
+    }
+
+    FeedPtr addFeed(const QString &title)
+    {
+        auto feed = std::make_shared<Feed>();
+        feed->setTitle(title);
+        library.add(feed, library.root(), library.root()->childCount());
+        return feed;
+    }
+
+    ArticlePtr addArticle(const FeedPtr &feed, const QString &title, int state = Article::Unread,
+                          const CalendarDate &date = noonOn(2025, 3, 14))
+    {
+        auto article = std::make_shared<Article>();
+        article->setTitle(title);
+        article->setSummary("Summary of " + title);
+        article->setLink(QUrl("http://news.example/" + QString(title).replace(' ', '-')));
+        article->setState(state);
+        article->setLegacyPublicationDate(date);
+        article->setSource(feed);
+        feed->addChild(article, feed->childCount());
+        return article;
+    }
+
+    static void writeThumbnail(const FeedPtr &feed, const ArticlePtr &article)
+    {
+        const QString folder = FeedLibrary::articleImagePath() + '/' + feed->uniqueID();
+        QDir().mkpath(folder);
+        QFile file(folder + '/' + article->uniqueID() + ".jpg");
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("jpeg");
+    }
+
+    static QString thumbnailURL(const FeedPtr &feed, const ArticlePtr &article)
+    {
+        return QUrl::fromLocalFile(FeedLibrary::articleImagePath() + '/' + feed->uniqueID() + '/' +
+                                   article->uniqueID() + ".jpg")
+            .toString(QUrl::FullyEncoded);
+    }
+
+    QString render(const TreeNodeList &selection)
+    {
+        library.setSelectedItems(selection);
+        return page.generateHTML();
+    }
+
+    QTemporaryDir settingsFolder;
+    Defaults defaults{settingsFolder.filePath("QuillBay.ini")};
+    FeedLibrary library;
+    HeadlinePage page{library, defaults};
+    const QString R = resourcesURL();
+};
+
+int occurrences(const QString &html, const QString &needle)
+{
+    return int(html.count(needle));
+}
+
+QString bodyOf(const QString &html)
+{
+    return html.sliced(html.lastIndexOf("<body"));
+}
+
+} // namespace
+
+TEST_F(HeadlinePageTest, ListEntriesFollowTheTemplatesWithStatusIconsLinksInfoBarAndEnclosure)
+{
+    const FeedPtr feed = addFeed("Harbour Notes");
+    const ArticlePtr fresh = addArticle(feed, "Ferry returns", Article::New, noonOn(2025, 3, 14, 30));
+    const ArticlePtr unread = addArticle(feed, "Pier repaired", Article::Unread, noonOn(2025, 3, 14, 10));
+    const ArticlePtr read = addArticle(feed, "Storm passes", Article::Read, noonOn(2025, 3, 14, 50));
+    auto author = std::make_shared<QBPerson>("Ann Keeper", "", "ann@harbour.example");
+    author->setURI(QUrl("http://harbour.example/ann"));
+    fresh->addAuthor(author);
+    auto enclosure = std::make_shared<Enclosure>();
+    enclosure->setTitle("Interview");
+    enclosure->setSize(2500000);
+    enclosure->setMimeType("audio/mpeg");
+    unread->setEnclosure(enclosure);
+
+    const QString html = render({feed});
+
+    EXPECT_TRUE(
+        html.startsWith("<!DOCTYPE html><html>\n<head>\n<title>QuillBay</title>\n<meta charset=\"UTF-8\">\n"
+                        "<link href=\"" +
+                        QUrl::fromLocalFile(Resources::path("stylesheet", "css")).toString() +
+                        "\" rel=\"stylesheet\" type=\"text/css\" />\n"))
+        << html.left(300).toStdString();
+    EXPECT_TRUE(
+        html.contains("<style>.articleTitle a:hover { background-color: #3875D7; border-bottom: 1px solid "
+                      "#aaa; }</style>\n</head><body>\n"));
+    EXPECT_TRUE(html.endsWith("</div>\n</body>\n</html>\n"));
+    EXPECT_EQ(occurrences(html, "<body"), 1);
+    EXPECT_TRUE(html.contains(
+        "<div class=\"sortbar\"><img src=\"" + R +
+        "/Calendar16.png\" width=\"16\" height=\"16\" class=\"statusIcon\" /> 14 March 2025</div>\n"
+        "<div class=\"articles\">\n"));
+
+    // Newest first within the day, a divider between entries but not after the last.
+    const qsizetype readAt = html.indexOf("Storm passes"), freshAt = html.indexOf("Ferry returns"),
+                    unreadAt = html.indexOf("Pier repaired");
+    EXPECT_LT(readAt, freshAt);
+    EXPECT_LT(freshAt, unreadAt);
+    EXPECT_EQ(occurrences(html, "<div class=\"divider\"></div>"), 2);
+    EXPECT_TRUE(html.contains("</div>\n<div class=\"divider\"></div><div class=\"article\""));
+
+    EXPECT_TRUE(html.contains(
+        "<div class=\"article\" onclick=\"JavaScript:parent.location='quillbay:article=" + fresh->uniqueID() +
+        "'\">\n<div class=\"articleTitle\">\n<img src=\"" + R +
+        "new.png\" width=\"16\" height=\"16\" class=\"statusIcon\" />\n<a href=\"quillbay:article=" +
+        fresh->uniqueID() + "\">Ferry returns</a>&nbsp;<a href=\"quillbay:open=" + fresh->uniqueID() +
+        "\"><img src=\"" + R +
+        "followlink.png\" width=\"16\" height=\"16\" class=\"statusIcon\"></a>\n</div>\n"
+        "<div class=\"summary\">\nSummary of Ferry returns\n</div>\n"));
+    EXPECT_TRUE(html.contains("<img src=\"" + R +
+                              "unread.png\"  width=\"16\" height=\"16\" class=\"statusIcon\" />\n"));
+    EXPECT_TRUE(html.contains("<img src=\"" + R +
+                              "read.png\" class=\"statusIcon\" />\n<a href=\"quillbay:article=" +
+                              read->uniqueID() + "\">Storm passes</a>"));
+
+    // The author's mail address wins over the web address.
+    EXPECT_TRUE(html.contains(
+        "<div class=\"articleInfo\">\n<b>Published:</b> <a href=\"quillbay:date=" +
+        fresh->legacyPublicationDate().toString() + "\">" +
+        QBUtilities::dateToFriendlyDate(fresh->legacyPublicationDate(), true) +
+        "</a> &nbsp;\n<b>Source:</b> <a href=\"quillbay:feed=" + feed->uniqueID() +
+        "\">Harbour Notes</a> &nbsp;\n<b>Author:</b> <a href=\"quillbay:author=Ann Keeper\">Ann "
+        "Keeper</a>&nbsp;<a href=\"mailto:ann@harbour.example\"><img src=\"" +
+        R + "followlink.png\" width=\"16\" height=\"16\"></a>\n</div>\n\n</div>\n"));
+    EXPECT_FALSE(html.contains("http://harbour.example/ann"));
+
+    EXPECT_TRUE(
+        html.contains("<div class=\"enclosure\">\n<span><b>Enclosure:</b> <a href=\"quillbay:enclosure=" +
+                      unread->uniqueID() + "\">Interview</a></span>\n<span><b>Size:</b> " +
+                      QBUtilities::longToFileSize(2500000) +
+                      "</span>\n<span><b>Type:</b> audio/mpeg</span>\n</div>\n<div class=\"articleInfo\">"));
+    EXPECT_EQ(occurrences(html, "class=\"enclosure\""), 1);
+    EXPECT_EQ(page.offset(), 0);
+}
+
+TEST_F(HeadlinePageTest, EveryClickHandlerOfThePageIsAllowedByItsHashAndNothingElseIs)
+{
+    const FeedPtr feed = addFeed("Harbour Notes");
+    for (int i = 0; i < 3; ++i)
+        addArticle(feed, QStringLiteral("Item %1").arg(i));
+    const QString html = render({feed});
+
+    const qsizetype metaAt = html.indexOf("<meta http-equiv=\"Content-Security-Policy\" content=\"");
+    ASSERT_GE(metaAt, 0);
+    EXPECT_LT(metaAt, html.indexOf("</head>"));
+    const QString policy = html.sliced(metaAt).section('"', 3, 3);
+    for (const char *directive : {"default-src 'none'", "form-action 'none'", "frame-src 'none'",
+                                     "connect-src 'none'", "object-src 'none'"})
+        EXPECT_TRUE(policy.contains(directive)) << directive;
+    EXPECT_TRUE(policy.contains("script-src 'unsafe-hashes' 'sha256-"));
+    EXPECT_FALSE(policy.section("script-src", 1).section(';', 0, 0).contains("unsafe-inline"));
+
+    const QRegularExpression onclick("onclick=\"([^\"]*)\"");
+    int handlers = 0;
+    for (auto match = onclick.globalMatch(html); match.hasNext(); ++handlers) {
+        const QByteArray digest =
+            QCryptographicHash::hash(match.next().captured(1).toUtf8(), QCryptographicHash::Sha256);
+        EXPECT_TRUE(policy.contains("'sha256-" + QString::fromLatin1(digest.toBase64()) + "'"));
+    }
+    EXPECT_EQ(handlers, 3);
+    EXPECT_EQ(occurrences(policy, "'sha256-"), 3);
+
+    // A page with no handlers allows no script at all.
+    const QString single = render({feed->children().first()});
+    EXPECT_FALSE(single.contains("onclick"));
+    EXPECT_TRUE(single.contains("script-src 'none'"));
+}
+
+TEST_F(HeadlinePageTest, OnlyTheFirstTwentyEntriesOfEachGroupCarryAThumbnail)
+{
+    const FeedPtr feed = addFeed("Harbour Notes");
+    QList<ArticlePtr> articles;
+    for (int i = 0; i < 25; ++i)
+        articles << addArticle(feed, QStringLiteral("March %1").arg(i), Article::Unread,
+                               noonOn(2025, 3, 14, 59 - i));
+    for (int i = 0; i < 2; ++i)
+        articles << addArticle(feed, QStringLiteral("April %1").arg(i), Article::Unread,
+                               noonOn(2025, 4, 2, i));
+    for (const ArticlePtr &article : articles)
+        writeThumbnail(feed, article);
+    const ArticlePtr bare = addArticle(feed, "No picture", Article::Unread, noonOn(2025, 4, 2, 30));
+
+    const QString html = render({feed});
+    EXPECT_EQ(occurrences(html, "class=\"thumbnail\""), 22);
+    EXPECT_TRUE(html.contains(
+        "<img style=\"background: url(" + R +
+        "/dummy-image.png); width: 140px; height 140px; float: right;\" class=\"thumbnail\" src=\"" +
+        thumbnailURL(feed, articles.at(19)) + "\" width=\"140\" height=\"140\"/>"));
+    EXPECT_FALSE(html.contains(thumbnailURL(feed, articles.at(20))));
+    EXPECT_TRUE(html.contains(thumbnailURL(feed, articles.at(26))));
+
+    // Without summaries no thumbnail is shown in the list.
+    defaults.setBoolean("displayShowArticleSummaries", false);
+    const QString plain = render({feed});
+    EXPECT_EQ(occurrences(plain, "class=\"thumbnail\""), 0);
+    EXPECT_FALSE(plain.contains("class=\"summary\""));
+}
+
+TEST_F(HeadlinePageTest, TilesShowThePictureWithAStatusIconOrElseTheTitleAsText)
+{
+    page.setDisplayMode(HeadlinePage::TileMode);
+    const FeedPtr feed = addFeed("Harbour Notes");
+    const ArticlePtr pictured = addArticle(feed, "Ferry returns", Article::New);
+    const ArticlePtr bare = addArticle(feed, "Pier repaired", Article::Read);
+    writeThumbnail(feed, pictured);
+
+    const QString html = render({feed});
+    EXPECT_TRUE(html.contains("</head>\n<body style=\"background-color: #222;\">\n</head><body>\n"));
+    EXPECT_TRUE(html.endsWith(
+        "<br clear=\"both\"><div style=\"height: 10px; width: 10px;\"></div>\n</body>\n</html>\n"));
+    EXPECT_TRUE(html.contains(
+        "<div class='newsItem'><div class='calendarCell'><h1>14</h1><h3>March<br>Friday</h3></div></div>"));
+    EXPECT_TRUE(html.contains(
+        "<div class='newsItem'>\n<div class='imageCell' style='background-color: #8cbe3d'>\n<img src=\"" + R +
+        "qb-new-unread.png\" width=\"24\" height=\"24\" class=\"statusIconPM\"/>\n<div "
+        "class=\"followLink\"><a "
+        "href=\"quillbay:open=" +
+        pictured->uniqueID() + "\"><img src=\"" + R +
+        "qb-followlink.png\" width=\"20\" height=\"20\" class=\"statusIcon\"></a></div><a "
+        "href=\"quillbay:article=" +
+        pictured->uniqueID() + "\"><img src=\"" + thumbnailURL(feed, pictured) +
+        "\" alt=\"Ferry returns\" class=\"thumbnail\" width=\"100%\" height=\"100%\"></a></div>\n</div>\n"));
+    EXPECT_TRUE(html.contains(
+        "<div class='newsItemRead'>\n<div class='imageCell' style='background-color: #aaaaaa'>\n"
+        "<div class=\"textOnlyCell\"><div class=\"followLink\"><a href=\"quillbay:open=" +
+        bare->uniqueID() + "\"><img src=\"" + R +
+        "qb-followlink.png\" width=\"20\" height=\"20\" class=\"statusIcon\" style=\"margin-left: -10px; "
+        "margin-top: "
+        "-8px;\"></a></div><div class=\"textCellPadding\"><a href=\"quillbay:article=" +
+        bare->uniqueID() + "\">Pier repaired</a></div></div></div>\n</div>\n"));
+    // Tiles carry no summary, info bar, divider or click handler.
+    for (const char *absent : {"class=\"summary\"", "articleInfo", "divider", "onclick",
+                                  "statusIconPM\"/>\n<div class=\"textOnlyCell"})
+        EXPECT_FALSE(html.contains(absent)) << absent;
+
+    page.setSortMethod(2);
+    EXPECT_TRUE(render({feed}).contains(
+        "<div class='newsItem'><div class='feedCell'><h1>Harbour Notes</h1></div></div>"));
+}
+
+TEST_F(HeadlinePageTest, ASingleArticleShowsItsFullStrippedSummaryOnALightPageInEitherMode)
+{
+    const FeedPtr feed = addFeed("Harbour Notes");
+    const ArticlePtr article = addArticle(feed, "Ferry returns", Article::Read);
+    library.saveSummary("<div class=\"lead\" style=\"x\">Full <b>text</b><IMG SRC=\"http://p.example/f.jpg\" "
+                        "WIDTH=\"900\" alt=\"ferry\"></div>",
+                        article);
+    writeThumbnail(feed, article);
+
+    for (const int mode : {HeadlinePage::ListMode, HeadlinePage::TileMode}) {
+        page.setDisplayMode(mode);
+        defaults.setBoolean("displayShowArticleSummaries", false);
+        page.setFilterMethod(11); // unread only: a single article is never filtered
+        const QString html = render({article});
+        EXPECT_EQ(bodyOf(html).left(14), "<body>\n<div cl");
+        EXPECT_FALSE(html.contains("#222"));
+        EXPECT_TRUE(html.contains("<div class=\"sortbar\">"));
+        EXPECT_TRUE(html.contains(
+            "<div class=\"singlearticle\" >\n<div class=\"singlearticleTitle\">\n<img src=\"" + R +
+            "read.png\" class=\"statusIcon\" />\n<a href=\"quillbay:open=" + article->uniqueID() +
+            "\">Ferry returns</a>\n</div>\n<div class=\"summary\">\n<div class=\"lead\">Full "
+            "<b>text</b><img src=\"http://p.example/f.jpg\" alt=\"ferry\"/></div>\n</div>\n"));
+        EXPECT_FALSE(html.contains("class=\"thumbnail\""));
+        EXPECT_FALSE(html.contains("followlink.png\" width=\"16\" height=\"16\" class=\"statusIcon\""));
+    }
+}
+
+TEST_F(HeadlinePageTest, APhotoSiteArticleGetsTheDarkPhotoPageWithItsLargePicture)
+{
+    const FeedPtr feed = addFeed("Photos");
+    const ArticlePtr photo = addArticle(feed, "Dusk");
+    photo->setLink(QUrl("http://www.flickr.com/photos/someone/123"));
+    library.saveSummary(
+        "<p>By someone</p><img src=\"http://farm.example/1234_abcd_m.jpg\" width=\"240\" height=\"180\" "
+        "alt=\"Dusk\" />",
+        photo);
+    const QString html = render({photo});
+    EXPECT_TRUE(page.photoMode());
+    EXPECT_TRUE(html.contains(
+        "</head><body style=\"background-color: #333\">\n<div class=\"sortBarPhotoMode\"><img src=\"" + R +
+        "/Calendar16.png\" width=\"16\" height=\"16\" class=\"statusIcon\" /> 14 March 2025 "
+        "<img src=\"" +
+        R + "/photomode.png\" width=\"20\" height=\"20\" class=\"statusIconPhoto\" /></div>\n"));
+    EXPECT_TRUE(html.contains("<div class=\"singleArticlePhotoMode\">\n<div class=\"singlearticleTitle\">"));
+    EXPECT_TRUE(
+        html.contains("<p>By someone</p><img src=\"http://farm.example/1234_abcd_z.jpg\" alt=\"Dusk\"/>"));
+
+    // 500px pages already show the large picture; their summary passes as it is, sizes included.
+    photo->setLink(QUrl("http://500px.com/photo/99"));
+    EXPECT_TRUE(render({photo}).contains("1234_abcd_m.jpg\" width=\"240\""));
+
+    // Two articles are never a photo page.
+    addArticle(feed, "Second");
+    EXPECT_FALSE(render({feed}).contains("#333"));
+    EXPECT_FALSE(page.photoMode());
+}
+
+TEST_F(HeadlinePageTest, ADayIsNeverSplitAndTheCutFallsAfterTheDayThatPassesTheCap)
+{
+    const FeedPtr feed = addFeed("Busy");
+    for (int i = 0; i < 250; ++i)
+        addArticle(feed, QStringLiteral("Busy %1").arg(i), Article::Unread, noonOn(2025, 3, 14));
+    const QString oneDay = render({feed});
+    EXPECT_EQ(occurrences(oneDay, "<div class=\"article\" "), 250);
+    EXPECT_EQ(occurrences(oneDay, "moreArticlesBar"), 1);
+    EXPECT_TRUE(oneDay.contains("</div>\n<br clear=\"all\" /><div class=\"moreArticlesBar\"><a "
+                                "href=\"quillbay:displayArticlesFromOffset\"><img src=\"" +
+                                R +
+                                "/showmorebutton.png\" width=\"149\" height=\"30\" alt=\"Show More "
+                                "Articles...\"></a></div> </body>"));
+    EXPECT_EQ(page.offset(), 1);
+
+    // With a cap of 260 the second day passes it: the page ends there and leaves the third day out.
+    page.resetOffset();
+    for (int i = 0; i < 40; ++i)
+        addArticle(feed, QStringLiteral("Quiet %1").arg(i), Article::Unread, noonOn(2025, 3, 10));
+    addArticle(feed, "Oldest", Article::Unread, noonOn(2025, 2, 1));
+    defaults.setInteger("displayArticleCap", 260);
+    const QString threeDays = render({feed});
+    EXPECT_EQ(occurrences(threeDays, "<div class=\"article\" "), 290);
+    EXPECT_FALSE(threeDays.contains("Oldest"));
+    EXPECT_EQ(page.offset(), 1);
+    const QString nextPage = render({feed});
+    EXPECT_EQ(occurrences(nextPage, "<div class=\"article\" "), 291);
+    EXPECT_FALSE(nextPage.contains("moreArticlesBar"));
+    EXPECT_EQ(page.offset(), 1);
+}
+
+TEST_F(HeadlinePageTest, GroupingByFeedCutsEachLongFeedAndRaisesTheCounterOncePerFeed)
+{
+    page.setSortMethod(2);
+    const FeedPtr zeta = addFeed("Zeta");
+    const FeedPtr alpha = addFeed("alpha");
+    const FeedPtr beta = addFeed("Beta");
+    for (int i = 0; i < 150; ++i) {
+        addArticle(zeta, QStringLiteral("Z%1").arg(i));
+        addArticle(beta, QStringLiteral("B%1").arg(i));
+    }
+    addArticle(alpha, "A0");
+    defaults.setInteger("displayArticleCap", 0); // zero stands for 100
+
+    const QString html = render({zeta, alpha, beta});
+    EXPECT_EQ(occurrences(html, "<div class=\"article\" "), 201);
+    EXPECT_TRUE(html.contains("Z99<") && !html.contains("Z100<"));
+    EXPECT_EQ(occurrences(html, "<br clear=\"all\" /><div class=\"moreArticlesBar\"><a "
+                                "href=\"quillbay:displayArticlesFromOffset\">"
+                                "<img src=\"" +
+                                    R + "/showmorebutton.png\" alt=\"Show More Articles\"></a></div>"),
+              2);
+    EXPECT_EQ(page.offset(), 2);
+    // Plain character order: capitals first.
+    const qsizetype betaAt =
+        html.indexOf("/feed32.png\" width=\"16\" height=\"16\" class=\"statusIcon\" /> Beta</div>");
+    const qsizetype zetaAt = html.indexOf("statusIcon\" /> Zeta</div>");
+    const qsizetype alphaAt = html.indexOf("statusIcon\" /> alpha</div>");
+    EXPECT_GE(betaAt, 0);
+    EXPECT_LT(betaAt, zetaAt);
+    EXPECT_LT(zetaAt, alphaAt);
+
+    const QString next = render({zeta, alpha, beta});
+    EXPECT_EQ(occurrences(next, "<div class=\"article\" "), 301);
+    EXPECT_FALSE(next.contains("moreArticlesBar"));
+    EXPECT_EQ(page.offset(), 2);
+}
+
+TEST_F(HeadlinePageTest, GroupingByStateNeverCutsAndLeavesOutEmptyGroups)
+{
+    page.setSortMethod(3);
+    const FeedPtr feed = addFeed("Busy");
+    for (int i = 0; i < 260; ++i)
+        addArticle(feed, QStringLiteral("S%1").arg(i), i % 2 ? Article::Read : Article::Unread);
+    const QString html = render({feed});
+    EXPECT_EQ(occurrences(html, "<div class=\"article\" "), 260);
+    EXPECT_FALSE(html.contains("moreArticlesBar"));
+    EXPECT_FALSE(html.contains("New Unread Articles"));
+    EXPECT_LT(
+        html.indexOf("/state.png\" width=\"16\" height=\"16\" class=\"statusIcon\" /> Unread Articles</div>"),
+        html.indexOf("> Read Articles</div>"));
+    EXPECT_EQ(page.offset(), 0);
+}
+
+TEST_F(HeadlinePageTest, AnEmptySelectionGivesTheNoMatchMessageUnderEveryGrouping)
+{
+    const auto text = [](const char *key) { return LocalizedStrings::text(key); };
+    const struct
+    {
+        int sort;
+        const char *key;
+    } groupings[] = {{1, "SortArticlesByDate"}, {2, "SortArticlesByFeed"}, {3, "SortArticlesByState"}};
+    for (const auto &grouping : groupings) {
+        page.setSortMethod(grouping.sort);
+        page.setFilterMethod(10);
+        const QString html = render({});
+        EXPECT_TRUE(html.contains("<body>\n<div class=\"alertBox\"><h2>" + text("NoArticleMatches") +
+                                  "</h2><p><b>" + text("SortBy") + ": " + text(grouping.key) + ", " +
+                                  text("Show") + ": " + text("FilterNew") + "</b></p><p>" +
+                                  text("SortExplanation") + "</p></div></body>"));
+        EXPECT_FALSE(html.contains("a:hover"));
+    }
+    EXPECT_FALSE(text("FilterNew").isEmpty());
+    EXPECT_FALSE(text("SortExplanation").isEmpty());
+
+    page.setFilterMethod(4);
+    EXPECT_TRUE(render({}).contains(": Unknown method</b>"));
+    // An unknown grouping builds an empty body.
+    page.setSortMethod(9);
+    EXPECT_TRUE(render({}).contains("</head><body>\n</body>"));
+}
+
+TEST_F(HeadlinePageTest, FiltersDropArticlesOrShortenGroupsButNeverFilterASingleArticle)
+{
+    const FeedPtr feed = addFeed("Harbour Notes");
+    for (int i = 0; i < 8; ++i)
+        addArticle(feed, QStringLiteral("Mar%1").arg(i), i < 3 ? Article::Read : Article::Unread,
+                   noonOn(2025, 3, 14, i));
+    for (int i = 0; i < 7; ++i)
+        addArticle(feed, QStringLiteral("Apr%1").arg(i), Article::New, noonOn(2025, 4, 14, i));
+
+    page.setFilterMethod(11);
+    QString html = render({feed});
+    EXPECT_EQ(page.items().size(), 12);
+    EXPECT_EQ(occurrences(html, "<div class=\"article\" "), 12);
+    EXPECT_FALSE(html.contains("read.png\" class"));
+
+    page.setFilterMethod(12);
+    html = render({feed});
+    EXPECT_EQ(occurrences(html, "<div class=\"article\" "), 3);
+
+    page.setFilterMethod(10);
+    EXPECT_EQ(occurrences(render({feed}), "<div class=\"article\" "), 7);
+
+    // The recent filters keep every article in the list but show at most five per day.
+    page.setFilterMethod(5);
+    html = render({feed});
+    EXPECT_EQ(page.items().size(), 15);
+    EXPECT_EQ(occurrences(html, "<div class=\"article\" "), 10);
+    EXPECT_EQ(occurrences(html, "<div class=\"divider\"></div>"), 8);
+}
+
+TEST(HeadlineFilter, TodayAndThisWeekCompareDaysOfTheYearWithinTheCurrentYearOnly)
+{
+    const QDateTime thirdOfJanuary(QDate(2026, 1, 3), QTime(9, 0));
+    const auto article = [](const QDate &day) {
+        auto made = std::make_shared<Article>();
+        made->setLegacyPublicationDate(CalendarDate(QDateTime(day, QTime(12, 0), Qt::UTC), 0));
+        return made;
+    };
+    const TreeNodeList items = {article(QDate(2025, 12, 27)), article(QDate(2026, 1, 1)),
+                                article(QDate(2026, 1, 3)), article(QDate(2026, 3, 1)),
+                                std::make_shared<Article>()};
+    const TreeNodeList week = HeadlineFilter::filterArticles(items, 2, thirdOfJanuary);
+    EXPECT_EQ(week, (TreeNodeList{items.at(1), items.at(2), items.at(3)}));
+    const TreeNodeList today = HeadlineFilter::filterArticles(items, 1, thirdOfJanuary);
+    EXPECT_EQ(today, (TreeNodeList{items.at(2)}));
+    EXPECT_EQ(HeadlineFilter::filterArticles({items.at(0)}, 1, thirdOfJanuary).size(), 1);
+    EXPECT_EQ(HeadlineFilter::filterArticles(items, 5, thirdOfJanuary), items);
+}
+
+TEST_F(HeadlinePageTest, OpeningInTheBrowserMakesTitlesAndClicksOpenTheWebPage)
+{
+    defaults.setBoolean("behaviorOpenInBrowser", true);
+    const FeedPtr feed = addFeed("Harbour Notes");
+    const ArticlePtr first = addArticle(feed, "Ferry returns");
+    addArticle(feed, "Pier repaired");
+    QString html = render({feed});
+    EXPECT_TRUE(html.contains("<div class=\"article\" onclick=\"JavaScript:parent.location='quillbay:open=" +
+                              first->uniqueID() + "'\">"));
+    EXPECT_TRUE(
+        html.contains("<a href=\"quillbay:open=" + first->uniqueID() + "\">Ferry returns</a>\n</div>"));
+    EXPECT_FALSE(html.contains("quillbay:article="));
+    EXPECT_FALSE(html.contains("followlink.png"));
+
+    page.setDisplayMode(HeadlinePage::TileMode);
+    html = render({feed});
+    EXPECT_TRUE(
+        html.contains("<div class=\"textOnlyCell\"><div class=\"textCellPadding\"><a href=\"quillbay:open=" +
+                      first->uniqueID() + "\">Ferry returns</a></div></div>"));
+    EXPECT_FALSE(html.contains("qb-followlink.png"));
+}

@@ -1,0 +1,65 @@
+#include "headlines/SummaryRewriter.h"
+
+#include <gtest/gtest.h>
+
+TEST(SummaryRewriter, ImagesKeepOnlyTheirHttpAddressAndAlternativeTextAndDivisionsOnlyTheirClass)
+{
+    const QString summary =
+        "<p>Before</p><IMG SRC=\"http://pics.example/a.jpg\" WIDTH=\"600\" ALT=\"A harbour\" "
+        "style=\"float:left\">"
+        "<div class=\"caption\" style=\"width: 600px\">Boats</div>"
+        "<div align=\"center\">Gulls</div>"
+        "<img src='http://pics.example/b.png' height=3>";
+    EXPECT_EQ(SummaryRewriter::stripImagingSizesFromSummary(summary),
+              "<p>Before</p><img src=\"http://pics.example/a.jpg\" alt=\"A harbour\"/>"
+              "<div class=\"caption\">Boats</div>"
+              "<div>Gulls</div>"
+              "<img src=\"http://pics.example/b.png\" alt=\"\"/>");
+}
+
+TEST(SummaryRewriter, ImagesFromOtherSchemesKeepEveryAttribute)
+{
+    const QString secure = "<img src=\"https://pics.example/a.jpg\" width=\"600\" height=\"400\">";
+    EXPECT_EQ(SummaryRewriter::stripImagingSizesFromSummary(secure), secure);
+    const QString relative =
+        "x<img src=\"/a.jpg\" width=\"6\"><img src=\"http://p.example/b.jpg\" width=\"6\">";
+    EXPECT_EQ(SummaryRewriter::stripImagingSizesFromSummary(relative),
+              "x<img src=\"/a.jpg\" width=\"6\"><img src=\"http://p.example/b.jpg\" alt=\"\"/>");
+}
+
+TEST(SummaryRewriter, AnUnclosedTagEndsTheRewritingWithWhatWasDoneSoFar)
+{
+    const QString summary = "<div id=\"a\">one</div><div id=\"b\" two";
+    EXPECT_EQ(SummaryRewriter::stripAtribsFromTag("div", summary), "<div>one</div><div id=\"b\" two");
+    // Names other than img and div lose every attribute.
+    EXPECT_EQ(SummaryRewriter::stripAtribsFromTag("span", "<span style=\"x\">a</span><SPAN id=1>b"),
+              "<span>a</span><span>b");
+}
+
+TEST(SummaryRewriter, PhotoPagesShowTheLargePictureOnlyForLongImageTags)
+{
+    const QString longTag =
+        "<p>By someone</p><img src=\"http://farm1.static.example/1234_abcd_m.jpg\" width=\"240\" "
+        "height=\"180\" alt=\"Pier at dusk\" /><p>more</p>";
+    EXPECT_EQ(
+        SummaryRewriter::modifiedPhotoSummary(longTag),
+        "<p>By someone</p><img src=\"http://farm1.static.example/1234_abcd_z.jpg\" alt=\"Pier at dusk\"/>"
+        "<p>more</p>");
+
+    // 69 characters is not long enough; 70 is.
+    const auto tagOfLength = [](qsizetype length) {
+        return "<img src=\"http://p.example/" + QString(length - 44, u'p') + "_m.jpg\" alt=\"x\"/>";
+    };
+    ASSERT_EQ(tagOfLength(69).size(), 69);
+    EXPECT_EQ(SummaryRewriter::modifiedPhotoSummary(tagOfLength(69)), tagOfLength(69));
+    EXPECT_EQ(SummaryRewriter::modifiedPhotoSummary(tagOfLength(70)),
+              "<img src=\"http://p.example/" + QString(26, u'p') + "_z.jpg\" alt=\"x\"/>");
+
+    const QString noSource =
+        "<img alt=\"nothing to point at here at all, but long enough to count\" width=1>";
+    EXPECT_EQ(SummaryRewriter::modifiedPhotoSummary(noSource), noSource);
+    const QString shortSource = "<img src=\"a.jpg\" alt=\"a picture with a very short source address here\">";
+    ASSERT_GE(shortSource.size(), 70);
+    EXPECT_EQ(SummaryRewriter::modifiedPhotoSummary(shortSource), shortSource);
+    EXPECT_EQ(SummaryRewriter::modifiedPhotoSummary("<img src=\"x\" no end"), "<img src=\"x\" no end");
+}

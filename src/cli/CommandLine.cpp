@@ -6,6 +6,7 @@
 #include "cli/ListCommand.h"
 #include "cli/ParseCommand.h"
 #include "cli/RefreshCommand.h"
+#include "cli/RenderCommand.h"
 #include "cli/SearchCommand.h"
 #include "model/FeedLibrary.h"
 
@@ -42,6 +43,10 @@ void CommandLine::readArguments()
     bool optionsEnded = false;
     for (qsizetype at = 0; at < m_arguments.size(); ++at) {
         const QString &argument = m_arguments.at(at);
+        if (m_command == QLatin1String("render") && argument != QLatin1String("--help")) { // render reads its own options
+            m_operands.append(argument);
+            continue;
+        }
         const bool isOption = !optionsEnded && argument.startsWith(u'-') && argument != QLatin1String("-");
         if (!isOption) {
             if (m_command.isNull())
@@ -90,6 +95,8 @@ int CommandLine::runCommand() const
         return usageError(QStringLiteral("--concurrent applies to refresh only"));
     if (m_command == QLatin1String("refresh"))
         return runRefresh();
+    if (m_command == QLatin1String("render"))
+        return RenderCommand(m_operands).run();
     if (m_command == QLatin1String("parse")) {
         if (m_operands.size() != 1)
             return usageError(QStringLiteral("parse takes one FILE"));
@@ -159,6 +166,12 @@ int CommandLine::printHelp()
                        "  refresh         fetch every feed of the library once, at most --concurrent at a\n"
                        "                  time, printing a line per finished feed on a terminal (title, new\n"
                        "                  articles or failure), then a summary, and save the library\n"
+                       "  render [--feed ID | --folder ID | --article ID | --unread | --today | --search TEXT]\n"
+                       "         [--mode list|tiles] [--sort date|feed|state] [--filter N] [--out FILE]\n"
+                       "                  write the headline page of that selection (the whole library when\n"
+                       "                  none is named) as HTML to standard output or FILE; --filter takes\n"
+                       "                  the side bar's filter number: 1 today, 2 this week, 5/6/7 the 5,\n"
+                       "                  10 or 20 most recent, 10 new, 11 unread, 12 read\n"
                        "  search TEXT     print the stored articles whose title or text contains TEXT,\n"
                        "                  one per line: feed title, article title and link, tab-separated\n"
                        "\n"

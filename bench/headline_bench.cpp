@@ -79,6 +79,9 @@ int main(int argc, char **argv)
     page.setSortMethod(1);
     page.setDisplayMode(HeadlinePage::ListMode);
     measure("10,000 articles in one day, list", page, library, busy, 9, 100);
+    defaults.setBoolean(QStringLiteral("displayShowInfoBar"), false);
+    measure("10,000 articles in one day, list, no info bar", page, library, busy, 9, 100);
+    defaults.setBoolean(QStringLiteral("displayShowInfoBar"), true);
     page.setDisplayMode(HeadlinePage::TileMode);
     measure("10,000 articles in one day, tiles", page, library, busy, 9, 100);
     page.setDisplayMode(HeadlinePage::ListMode);

@@ -121,7 +121,8 @@ QString HeadlineArrangement::byDate(const QList<ArticlePtr> &articles)
     for (auto day = days.cend(); day != days.cbegin();) {
         --day;
         const CalendarDate midnight = startOfDay(day.key());
-        html += m_renderer.sortBarWithTitle(QBUtilities::dateToFriendlyDate(midnight, false), midnight);
+        html += m_renderer.sortBarWithTitle(
+            QBUtilities::dateToFriendlyDate(midnight, false, m_renderer.page().now), midnight);
         html += m_renderer.articleBlockWithArticles(day.value());
         // A day is never split: the cut falls after the day that passes the cap.
         shown += day.value().size();

@@ -1,3 +1,6 @@
+// Pages are built from many short pieces: each expression makes one allocation instead of one per piece.
+#define QT_USE_QSTRINGBUILDER
+
 #include "headlines/HeadlinePage.h"
 
 #include "headlines/HeadlineArrangement.h"
@@ -53,14 +56,15 @@ qsizetype HeadlinePage::cap() const
 
 QString HeadlinePage::generateHTML()
 {
-    m_items = HeadlineFilter::filterArticles(m_feedLibrary.selectedArticles(), m_filterMethod,
-                                             QDateTime::currentDateTime());
+    const QDateTime now = QDateTime::currentDateTime();
+    m_items = HeadlineFilter::filterArticles(m_feedLibrary.selectedArticles(), m_filterMethod, now);
     decidePhotoMode();
 
     HeadlineRenderer::Page page;
     page.resources = fileURL(Resources::folder()) + u'/';
     page.thumbnailFolder = FeedLibrary::articleImagePath();
     page.articleCount = m_items.size();
+    page.now = now;
     page.displayMode = m_displayMode;
     page.sortMethod = m_sortMethod;
     page.filterMethod = m_filterMethod;

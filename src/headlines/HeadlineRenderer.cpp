@@ -1,3 +1,6 @@
+// Pages are built from many short pieces: each expression makes one allocation instead of one per piece.
+#define QT_USE_QSTRINGBUILDER
+
 #include "headlines/HeadlineRenderer.h"
 
 #include "headlines/SummaryRewriter.h"
@@ -324,8 +327,8 @@ QString HeadlineRenderer::infoBarForArticle(const ArticlePtr &article) const
         return {};
     const CalendarDate date = article->legacyPublicationDate();
     QString html = QStringLiteral("<div class=\"articleInfo\">\n<b>Published:</b> <a href=\"quillbay:date=") +
-                   date.toString() + QStringLiteral("\">") + QBUtilities::dateToFriendlyDate(date, true) +
-                   QStringLiteral("</a> &nbsp;\n");
+                   date.toString() + QStringLiteral("\">") +
+                   QBUtilities::dateToFriendlyDate(date, true, m_page.now) + QStringLiteral("</a> &nbsp;\n");
     if (const std::shared_ptr<Feed> feed = article->source())
         html += QStringLiteral("<b>Source:</b> <a href=\"quillbay:feed=") + feed->uniqueID() +
                 QStringLiteral("\">") + feed->title() + QStringLiteral("</a> &nbsp;\n");

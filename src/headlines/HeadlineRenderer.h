@@ -27,6 +27,7 @@ public:
         bool openInBrowser = false;
         bool showInfoBar = true;
         bool showSummaries = true;
+        QDateTime now = QDateTime::currentDateTime(); // one present moment for every friendly date
     };
     using LongSummary = std::function<QString(const ArticlePtr &)>;
 

@@ -1,3 +1,6 @@
+// Pages are built from many short pieces: each expression makes one allocation instead of one per piece.
+#define QT_USE_QSTRINGBUILDER
+
 #include "headlines/PageSecurityPolicy.h"
 
 #include <QCryptographicHash>

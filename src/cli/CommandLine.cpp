@@ -2,6 +2,7 @@
 
 #include "cli/Console.h"
 #include "cli/ExitStatus.h"
+#include "cli/ExportCommand.h"
 #include "cli/ImportCommand.h"
 #include "cli/ListCommand.h"
 #include "cli/ParseCommand.h"
@@ -107,6 +108,9 @@ int CommandLine::runCommand() const
             return usageError(QStringLiteral("import takes one FILE.opml"));
         return ImportCommand(m_operands.first()).run();
     }
+    if (m_command == QLatin1String("export"))
+        return m_operands.size() == 1 ? ExportCommand(m_operands.first()).run()
+                                      : usageError(QStringLiteral("export takes one FILE.opml"));
     if (m_command == QLatin1String("list")) {
         if (!m_operands.isEmpty())
             return usageError(QStringLiteral("list takes no arguments"));
@@ -161,6 +165,9 @@ int CommandLine::printHelp()
                        "  import FILE.opml\n"
                        "                  add every subscription of an OPML file to the library, keeping\n"
                        "                  the file's folders, and save the library\n"
+                       "  export FILE.opml\n"
+                       "                  write the library's folders and feeds to FILE.opml as an OPML\n"
+                       "                  subscription list; a file already there is replaced whole\n"
                        "  list            print the library's folders and feeds as an indented tree: each\n"
                        "                  feed's title, address and unread count\n"
                        "  refresh         fetch every feed of the library once, at most --concurrent at a\n"
@@ -187,6 +194,7 @@ int CommandLine::printHelp()
                        "  --version       show the program's version\n"
                        "\n"
                        "Log lines go to standard error. Exit status: 0 on success, 1 when a file or the\n"
-                       "library cannot be read, 2 when the arguments are wrong.\n"));
+                       "library cannot be read or an export cannot be written, 2 when the arguments are\n"
+                       "wrong.\n"));
     return ExitSuccess;
 }

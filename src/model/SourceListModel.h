@@ -1,0 +1,99 @@
+// The source list's rows: the library's folders and feeds as an item model, with titles, icons, unread
+// and new badges, the download indicator, renaming and drag-and-drop moves. It draws nothing itself.
+#pragma once
+
+#include "model/SourceListIcons.h"
+#include "model/TreeNode.h"
+
+#include <QAbstractItemModel>
+
+class Defaults;
+class FeedLibrary;
+
+class SourceListModel : public QAbstractItemModel
+{
+    Q_OBJECT
+
+public:
+    // Besides Qt's display and edit roles (the title) and the decoration role (the row's icon as a
+    // QImage), every row answers these. The badge roles answer an invalid QVariant for rows other
+    // than folders and feeds, so that a view draws no badge there.
+    enum Role
+    {
+        UnreadCountRole = Qt::UserRole + 1, // int: the number in the unread badge
+        HasNewArticlesRole,                 // bool: whether the new-articles badge shows
+        DownloadingRole,                    // bool: whether the activity indicator spins (a feed in state 1)
+        UniqueIDRole,                       // QString: what the view saves expanded rows by
+        KindRole                            // int: the node's kindOfObject
+    };
+
+    // What a drop would do, as the outline asks it while the pointer moves.
+    enum DragOperation
+    {
+        DragOperationNone,
+        DragOperationGeneric,
+        DragOperationMove
+    };
+
+    static QString sourceListDragType() { return QStringLiteral("sourceListDragType"); }
+
+    explicit SourceListModel(FeedLibrary &library, QObject *parent = nullptr);
+    SourceListModel(FeedLibrary &library, Defaults &defaults, QObject *parent = nullptr);
+
+    QModelIndex index(int row, int column, const QModelIndex &parent = QModelIndex()) const override;
+    QModelIndex parent(const QModelIndex &child) const override;
+    int rowCount(const QModelIndex &parent = QModelIndex()) const override;
+    int columnCount(const QModelIndex &parent = QModelIndex()) const override;
+    bool hasChildren(const QModelIndex &parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    bool setData(const QModelIndex &index, const QVariant &value, int role = Qt::EditRole) override;
+    Qt::ItemFlags flags(const QModelIndex &index) const override;
+
+    QStringList mimeTypes() const override;
+    QMimeData *mimeData(const QModelIndexList &indexes) const override;
+    bool canDropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
+                         const QModelIndex &parent) const override;
+    bool dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
+                      const QModelIndex &parent) override;
+    Qt::DropActions supportedDropActions() const override;
+    Qt::DropActions supportedDragActions() const override;
+
+    // None for the top level, whose rows are the root's children; the root itself is never a row.
+    TreeNodePtr itemForIndex(const QModelIndex &index) const;
+    QModelIndex indexForItem(const TreeNodePtr &item) const;
+    // The row's text: the item's title, "???" when there is no item.
+    static QString objectValueForItem(const TreeNodePtr &item);
+    static QString persistentObjectForItem(const TreeNodePtr &item);
+    QModelIndex itemForPersistentObject(const QString &uniqueID) const;
+    QImage smallIconForItem(const TreeNodePtr &item) const { return m_icons.smallIconForItem(item); }
+    QImage tinyIconForItem(const TreeNodePtr &item) const { return m_icons.tinyIconForItem(item); }
+
+    // Starts a drag: the pasteboard carries only the type, the nodes stay here until the drop.
+    bool writeItems(const TreeNodeList &items, QMimeData &toPasteboard) const;
+    TreeNodeList draggedNodes() const { return m_draggedNodes; }
+    // The proposed item is none for the top level; the child index is -1 for a drop onto the item.
+    DragOperation validateDrop(const QMimeData *info, const TreeNodePtr &proposedItem,
+                               int proposedChildIndex) const;
+    // Moves the remembered nodes into the item (the root for none) at the child index; false, with
+    // nothing changed and the drag still remembered, when the item cannot hold them.
+    bool acceptDrop(const TreeNodePtr &item, int childIndex);
+
+    // The tree changed behind the model's back (a refresh, an import, a removal): every row is asked again.
+    void reloadData();
+
+signals:
+    // After a drop: the row of the last node moved, for the view to select.
+    void itemsDropped(const QModelIndex &lastMovedItem);
+
+private:
+    TreeNodePtr rootNode() const;
+    TreeNodePtr nodeOrRoot(const QModelIndex &index) const;
+    QVariant badgeData(const TreeNodePtr &item, int role) const;
+    QModelIndex indexInParent(const TreeNodePtr &item, const TreeNodePtr &parent) const;
+    int moveDraggedNodes(const TreeNodePtr &target, int childIndex, TreeNodePtr &lastMoved);
+
+    FeedLibrary &m_library;
+    SourceListIcons m_icons;
+    // mimeData() is const in Qt's interface, yet a drag must remember its nodes until the drop.
+    mutable TreeNodeList m_draggedNodes;
+};

@@ -1,0 +1,205 @@
+#include "model/OPMLExporter.h"
+
+#include "LogCapture.h"
+#include "model/Article.h"
+#include "model/Feed.h"
+#include "model/Folder.h"
+#include "reading/OPMLImporter.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QXmlStreamReader>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+namespace {
+
+const QString head = QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+                                    "<opml version=\"1.1\">\n"
+                                    "\t<head>\n"
+                                    "\t\t<title>QuillBay Feeds</title>\n"
+                                    "\t</head>\n"
+                                    "\t<body>\n");
+const QString tail = QStringLiteral("\t</body>\n"
+                                    "</opml>\n");
+
+std::shared_ptr<Folder> folderIn(const TreeNodePtr &parent, const QString &title)
+{
+    auto folder = std::make_shared<Folder>();
+    folder->setTitle(title);
+    folder->setParent(parent);
+    parent->addChild(folder, parent->childCount());
+    return folder;
+}
+
+std::shared_ptr<Feed> feedIn(const TreeNodePtr &parent, const QString &title, const QString &url,
+                             int type = Feed::RSSType)
+{
+    auto feed = std::make_shared<Feed>();
+    feed->setTitle(title);
+    feed->setFeed(QUrl(url));
+    feed->setFeedType(type);
+    feed->setParent(parent);
+    parent->addChild(feed, parent->childCount());
+    return feed;
+}
+
+QByteArray fileBytes(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// Lets a write past the given size fail, as a full disk would, for the life of the object.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t bytes)
+    {
+        getrlimit(RLIMIT_FSIZE, &m_saved);
+        m_savedHandler = std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit = m_saved;
+        limit.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_saved);
+        std::signal(SIGXFSZ, m_savedHandler);
+    }
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+
+private:
+    rlimit m_saved{};
+    void (*m_savedHandler)(int) = nullptr;
+};
+
+} // namespace
+
+TEST(OPMLExport, AFolderAndItsFeedsAreWrittenLineByLineAtTwoTabsWhateverTheDepth)
+{
+    auto root = std::make_shared<Folder>();
+    auto tech = folderIn(root, "Tech");
+    auto atom = feedIn(tech, "Atomic", "https://atomic.example/feed.atom", Feed::AtomType);
+    atom->setLink(QUrl("https://atomic.example/"));
+    auto deeper = folderIn(tech, "Deeper");
+    feedIn(deeper, "Unknown", "http://unknown.example/rss", Feed::UnknownType);
+    feedIn(root, "Nowhere", "");
+    root->addChild(std::make_shared<Article>(), 2);
+
+    EXPECT_EQ(
+        OPMLExporter(root).text(),
+        head +
+            "\t\t<outline text=\"Tech\" title=\"Tech\">\n"
+            "\t\t<outline text=\"Atomic\" title=\"Atomic\" description=\"\" type=\"Atom\" version=\"Atom\" "
+            "htmlUrl=\"https://atomic.example/\" xmlUrl=\"https://atomic.example/feed.atom\"/>\n"
+            "\t\t<outline text=\"Deeper\" title=\"Deeper\">\n"
+            "\t\t<outline text=\"Unknown\" title=\"Unknown\" description=\"\" type=\"RSS\" version=\"RSS\" "
+            "htmlUrl=\"(null)\" xmlUrl=\"http://unknown.example/rss\"/>\n"
+            "\t\t</outline>\n"
+            "\t\t</outline>\n"
+            "\t\t<outline text=\"Nowhere\" title=\"Nowhere\" description=\"\" type=\"RSS\" version=\"RSS\" "
+            "htmlUrl=\"(null)\" xmlUrl=\"(null)\"/>\n" +
+            tail);
+    EXPECT_EQ(OPMLExporter(std::make_shared<Folder>()).text(), head + tail);
+}
+
+TEST(OPMLExport, AmpersandsAnglesAndQuotesInTitlesAndAddressesStayWellFormed)
+{
+    auto root = std::make_shared<Folder>();
+    const QString folderTitle = "Q&A <\"best\"> 100%1 %2";
+    const QString feedTitle = "Tom & Jerry's \"<news>\"";
+    auto folder = folderIn(root, folderTitle);
+    feedIn(folder, feedTitle, "https://example.org/feed?a=1&b=<2>");
+    const QString text = OPMLExporter(root).text();
+    EXPECT_TRUE(text.contains("title=\"Q&amp;A &lt;&quot;best&quot;> 100%1 %2\"")) << text.toStdString();
+
+    QXmlStreamReader reader(text);
+    QStringList titles;
+    QStringList addresses;
+    while (!reader.atEnd()) {
+        if (reader.readNext() == QXmlStreamReader::StartElement &&
+            reader.name() == QLatin1String("outline")) {
+            titles << reader.attributes().value("title").toString();
+            addresses << reader.attributes().value("xmlUrl").toString();
+        }
+    }
+    EXPECT_FALSE(reader.hasError()) << reader.errorString().toStdString();
+    EXPECT_EQ(titles, QStringList({folderTitle, feedTitle}));
+    EXPECT_EQ(addresses.last(), QUrl("https://example.org/feed?a=1&b=<2>").toString(QUrl::FullyEncoded));
+}
+
+TEST(OPMLExport, AnExportedFileImportsBackIntoTheSameFoldersAndFeeds)
+{
+    auto root = std::make_shared<Folder>();
+    auto news = folderIn(root, "News & Views");
+    feedIn(news, "Harbour Notes", "http://harbour.example/rss.xml")->setLink(QUrl("http://harbour.example/"));
+    auto lights = folderIn(news, "Lights");
+    feedIn(lights, "Lighthouse Log", "http://lighthouse.example/atom.xml", Feed::AtomType);
+    feedIn(root, "Fishing Times", "http://fish.example/feed?x=1&y=2");
+
+    QTemporaryDir scratch;
+    const QString path = scratch.filePath("Feeds.opml");
+    OPMLExporter exporter(root);
+    ASSERT_TRUE(exporter.saveToOPMLFile(path));
+    EXPECT_TRUE(exporter.errorString().isEmpty());
+    EXPECT_EQ(fileBytes(path), exporter.text().toUtf8());
+
+    const OPMLImporter importer = OPMLImporter::importFeedsFromPath(path);
+    const TreeNodeList top = importer.importedFeedsFolder()->children();
+    ASSERT_EQ(top.size(), 2);
+    const auto importedNews = std::dynamic_pointer_cast<Folder>(top.at(0));
+    ASSERT_TRUE(importedNews);
+    EXPECT_EQ(importedNews->title(), "News & Views");
+    ASSERT_EQ(importedNews->childCount(), 2);
+    const auto harbour = std::dynamic_pointer_cast<Feed>(importedNews->children().at(0));
+    ASSERT_TRUE(harbour);
+    EXPECT_EQ(harbour->title(), "Harbour Notes");
+    EXPECT_EQ(harbour->feed(), QUrl("http://harbour.example/rss.xml"));
+    const auto importedLights = std::dynamic_pointer_cast<Folder>(importedNews->children().at(1));
+    ASSERT_TRUE(importedLights);
+    EXPECT_EQ(importedLights->title(), "Lights");
+    ASSERT_EQ(importedLights->childCount(), 1);
+    const auto lighthouse = std::dynamic_pointer_cast<Feed>(importedLights->children().at(0));
+    ASSERT_TRUE(lighthouse);
+    EXPECT_EQ(lighthouse->feed(), QUrl("http://lighthouse.example/atom.xml"));
+    const auto fishing = std::dynamic_pointer_cast<Feed>(top.at(1));
+    ASSERT_TRUE(fishing);
+    EXPECT_EQ(fishing->title(), "Fishing Times");
+    EXPECT_EQ(fishing->feed(), QUrl("http://fish.example/feed?x=1&y=2"));
+    EXPECT_EQ(importer.feeds().size(), 3);
+}
+
+TEST(OPMLExport, AFailedWriteLeavesTheOldFileWholeAndNoTemporaryFileBehind)
+{
+    QTemporaryDir scratch;
+    const QString path = scratch.filePath("Feeds.opml");
+    {
+        QFile old(path);
+        ASSERT_TRUE(old.open(QIODevice::WriteOnly));
+        old.write("old export\n");
+    }
+    auto root = std::make_shared<Folder>();
+    for (int i = 0; i < 50; ++i)
+        feedIn(root, QStringLiteral("Feed %1").arg(i), QStringLiteral("https://example.org/%1.xml").arg(i));
+
+    LogCapture log;
+    OPMLExporter exporter(root);
+    {
+        const FileSizeLimit limit(1024);
+        EXPECT_FALSE(exporter.saveToOPMLFile(path));
+    }
+    EXPECT_EQ(fileBytes(path), "old export\n");
+    EXPECT_EQ(QDir(scratch.path()).entryList(QDir::Files), QStringList{"Feeds.opml"});
+    EXPECT_FALSE(exporter.errorString().isEmpty());
+    ASSERT_EQ(log.lines().size(), 1);
+    EXPECT_TRUE(log.lines().first().startsWith("-[FeedLibrary saveToOPMLFile:] could not write " + path));
+
+    EXPECT_FALSE(exporter.saveToOPMLFile(scratch.filePath("missing folder/Feeds.opml")));
+    EXPECT_TRUE(exporter.saveToOPMLFile(path));
+    EXPECT_TRUE(exporter.errorString().isEmpty());
+    EXPECT_EQ(fileBytes(path), exporter.text().toUtf8());
+}

@@ -5,6 +5,7 @@
 #include "fetch/FeedUpdater.h"
 #include "model/ArticleRow.h"
 #include "model/LibraryArchive.h"
+#include "platform/AtomicFile.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/Log.h"
 #include "platform/NotificationCenter.h"
@@ -18,7 +19,6 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QRegularExpression>
-#include <QSaveFile>
 #include <algorithm>
 
 namespace {
@@ -327,16 +327,10 @@ VirtualFolderPtr FeedLibrary::loadNewsClippings()
 
 void FeedLibrary::save()
 {
-    QSaveFile file(libraryFilePath());
-    if (file.open(QIODevice::WriteOnly)) {
-        file.write(LibraryArchive::archivedData(root()));
-        if (!file.commit())
-            Log::write(QStringLiteral("-[FeedLibrary save] could not write %1: %2")
-                           .arg(libraryFilePath(), file.errorString()));
-    } else {
-        Log::write(QStringLiteral("-[FeedLibrary save] could not write %1: %2")
-                       .arg(libraryFilePath(), file.errorString()));
-    }
+    QString error;
+    if (!AtomicFile::write(libraryFilePath(), LibraryArchive::archivedData(root()), &error))
+        Log::write(
+            QStringLiteral("-[FeedLibrary save] could not write %1: %2").arg(libraryFilePath(), error));
     if (m_database)
         m_database->executeUpdate(QStringLiteral("VACUUM"));
 }

@@ -2,9 +2,8 @@
 
 #include "model/Feed.h"
 #include "model/Folder.h"
+#include "platform/AtomicFile.h"
 #include "platform/Log.h"
-
-#include <QSaveFile>
 
 namespace {
 QString urlText(const QUrl &url)
@@ -71,21 +70,8 @@ QString OPMLExporter::escapedAttribute(const QString &value)
 bool OPMLExporter::saveToOPMLFile(const QString &path)
 {
     m_errorString.clear();
-    const QByteArray bytes = text().toUtf8();
-    QSaveFile file(path);
-    // Unbuffered, so that a short write (a full disk) shows here; a buffered one is lost in the flush
-    // at commit, which would then put a cut-off file in place of the old one.
-    if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
-        const qint64 written = file.write(bytes);
-        if (written == bytes.size() && file.commit())
-            return true;
-        if (written != bytes.size() && file.error() == QFileDevice::NoError)
-            m_errorString =
-                QStringLiteral("only %1 of %2 bytes could be written").arg(written).arg(bytes.size());
-        file.cancelWriting();
-    }
-    if (m_errorString.isEmpty())
-        m_errorString = file.errorString();
+    if (AtomicFile::write(path, text().toUtf8(), &m_errorString))
+        return true;
     Log::write(
         QStringLiteral("-[FeedLibrary saveToOPMLFile:] could not write %1: %2").arg(path, m_errorString));
     return false;

@@ -79,13 +79,13 @@ void drawDot(QPainter &p, QPointF centre, qreal radius, const QColor &colour)
 
 void drawNew(QPainter &p, qreal)
 {
-    drawDot(p, {16, 16}, 12, newGreen);
-    drawSparkle(p, {16, 16}, 8.5, Qt::white);
+    drawDot(p, {16, 16}, 13.5, newGreen);
+    drawSparkle(p, {16, 16}, 9.5, Qt::white);
 }
 
 void drawUnread(QPainter &p, qreal)
 {
-    drawDot(p, {16, 16}, 11, unreadBlue);
+    drawDot(p, {16, 16}, 12.5, unreadBlue);
     p.setPen(Qt::NoPen);
     p.setBrush(QColor(255, 255, 255, 90));
     p.drawEllipse(QPointF(12.5, 12.5), 3.5, 3.5);

@@ -82,10 +82,7 @@ QString HeadlinePage::generateHTML()
     const QString body = arrangement.displayArrangedHeadlines(m_items);
     m_offset += arrangement.cuts();
 
-    const PageSecurityPolicy policy(
-        page.resources, fileURL(page.thumbnailFolder) + u'/',
-        fileURL(Resources::path(QStringLiteral("stylesheet"), QStringLiteral("css"))));
-    QString html = head(policy.metaTag(renderer.clickHandlers()), page.articleCount);
+    QString html = head(PageSecurityPolicy::metaTag(renderer.clickHandlers()), page.articleCount);
     html.reserve(html.size() + body.size() + 128);
     const bool tilePage = renderer.isTilePage();
     if (tilePage)

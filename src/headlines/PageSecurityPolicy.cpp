@@ -6,19 +6,13 @@
 #include <QCryptographicHash>
 #include <QSet>
 
-PageSecurityPolicy::PageSecurityPolicy(const QString &resources, const QString &thumbnails,
-                                       const QString &styleSheet)
-    : m_resources(resources), m_thumbnails(thumbnails), m_styleSheet(styleSheet)
-{
-}
-
 QString PageSecurityPolicy::hashSource(const QString &handler)
 {
     const QByteArray digest = QCryptographicHash::hash(handler.toUtf8(), QCryptographicHash::Sha256);
     return QStringLiteral("'sha256-") + QString::fromLatin1(digest.toBase64()) + u'\'';
 }
 
-QString PageSecurityPolicy::metaTag(const QStringList &clickHandlers) const
+QString PageSecurityPolicy::metaTag(const QStringList &clickHandlers)
 {
     QString scripts;
     if (clickHandlers.isEmpty()) {
@@ -34,11 +28,11 @@ QString PageSecurityPolicy::metaTag(const QStringList &clickHandlers) const
             scripts += u' ' + hashSource(handler);
         }
     }
-    // Summaries carry pictures from anywhere on the web; local files only from our two folders.
+    // Summaries carry pictures from anywhere on the web; state icons and thumbnails are local files.
     return QStringLiteral(
                "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; script-src ") +
-           scripts + QStringLiteral("; style-src 'unsafe-inline' ") + m_styleSheet +
-           QStringLiteral("; img-src ") + m_resources + u' ' + m_thumbnails +
-           QStringLiteral(" http: https: data:; form-action 'none'; frame-src 'none'; child-src 'none'; "
+           scripts +
+           QStringLiteral("; style-src 'unsafe-inline' file:; img-src file: http: https: data:; form-action "
+                          "'none'; frame-src 'none'; child-src 'none'; "
                           "connect-src 'none'; object-src 'none'; media-src 'none'; base-uri 'none'\">\n");
 }

@@ -1,5 +1,7 @@
 // The Content-Security-Policy the headline page carries, since feed text reaches it unescaped: no script
-// but the page's own click handlers, no forms, frames or connections. It never widens what a page may load.
+// but the page's own click handlers, no forms, frames or connections. Local files are allowed as
+// images and style by scheme only (browsers ignore folder paths in file sources); which folders a
+// page may actually read is for the program that serves it to decide.
 #pragma once
 
 #include <QString>
@@ -8,16 +10,8 @@
 class PageSecurityPolicy
 {
 public:
-    // Images from the resource and thumbnail folders and the web; style from the style sheet and the page.
-    PageSecurityPolicy(const QString &resources, const QString &thumbnails, const QString &styleSheet);
-
     // The meta tag, allowing exactly the given inline handlers (each the text of one onclick attribute).
-    QString metaTag(const QStringList &clickHandlers) const;
+    static QString metaTag(const QStringList &clickHandlers);
     // The source expression that allows one inline handler: its SHA-256 digest in base64.
     static QString hashSource(const QString &handler);
-
-private:
-    QString m_resources;
-    QString m_thumbnails;
-    QString m_styleSheet;
 };

@@ -1,0 +1,319 @@
+#include "headlines/HeadlineLinkPolicy.h"
+
+#include "LogCapture.h"
+#include "db/FMDatabase.h"
+#include "db/FMResultSet.h"
+#include "headlines/HeadlineActions.h"
+#include "model/Enclosure.h"
+#include "model/QBPerson.h"
+#include "model/SettingsTable.h"
+#include "platform/Defaults.h"
+#include "platform/NotificationCenter.h"
+#include "reading/QBUtilities.h"
+
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace {
+
+class RecordingActions : public HeadlineActions
+{
+public:
+    void doOpenURL(const QUrl &url, bool forceBackground) override
+    {
+        calls << QStringLiteral("open %1%2").arg(url.toString(), forceBackground ? " in background" : "");
+    }
+    void reload() override { calls << "reload"; }
+    void reloadRespectingOffset() override { calls << "reload respecting offset"; }
+    void showEnclosureWindow() override { calls << "show enclosure window"; }
+    void setBreadCrumbMode(int mode) override { calls << QStringLiteral("mode %1").arg(mode); }
+
+    QStringList calls;
+};
+
+CalendarDate noonOn(int year, int month, int day)
+{
+    return CalendarDate(QDateTime(QDate(year, month, day), QTime(12, 0), Qt::UTC), 0);
+}
+
+class HeadlineLinkPolicyTest : public ::testing::Test
+{
+protected:
+    using Policy = HeadlineLinkPolicy;
+
+    void SetUp() override
+    {
+        library.load();
+        library.root()->removeChildren();
+        SettingsTable::registerWith(defaults);
+        center.addObserver({}, [this](const Notification &note) { notes.append(note); });
+        feed = std::make_shared<Feed>();
+        feed->setTitle("Harbour Notes");
+        library.add(feed, library.root(), 0);
+    }
+
+    ArticlePtr addArticle(const QString &title, const CalendarDate &date = noonOn(2025, 3, 14))
+    {
+        auto article = std::make_shared<Article>();
+        article->setTitle(title);
+        article->setGuid("guid-" + title);
+        article->setLink(QUrl("http://news.example/" + QString(title).replace(' ', '-')));
+        article->setState(Article::Unread);
+        article->setLegacyPublicationDate(date);
+        article->setSource(feed);
+        article->setParent(feed);
+        library.saveSummary("Text of " + title, article);
+        feed->addChild(article, feed->childCount());
+        return article;
+    }
+
+    int storedState(const ArticlePtr &article, const QString &table = "articles") const
+    {
+        const auto results = library.database()->executeQuery(
+            "SELECT state FROM " + table + " WHERE uniqueID=?", {article->uniqueID()});
+        return results && results->next() ? results->intForColumn("state") : -1;
+    }
+
+    Policy::Decision click(const QString &address, Qt::KeyboardModifiers modifiers = {})
+    {
+        return policy.decidePolicyForNavigationAction({QUrl(address), Policy::ClickedLink, modifiers});
+    }
+
+    QStringList noteNames() const
+    {
+        QStringList names;
+        for (const Notification &note : notes)
+            names << note.name;
+        return names;
+    }
+
+    QTemporaryDir settingsFolder;
+    Defaults defaults{settingsFolder.filePath("QuillBay.ini")};
+    FeedLibrary library;
+    NotificationCenter center;
+    RecordingActions actions;
+    Policy policy{library, defaults, actions, center};
+    QList<Notification> notes;
+    FeedPtr feed;
+};
+
+} // namespace
+
+TEST_F(HeadlineLinkPolicyTest, OpenMarksTheArticleReadStoresItAndOpensItsPageInTheForeground)
+{
+    const ArticlePtr article = addArticle("Ferry returns");
+    EXPECT_EQ(click("quillbay:open=" + article->uniqueID()), Policy::CarriedOutCommand);
+    EXPECT_EQ(article->state(), Article::Read);
+    EXPECT_EQ(storedState(article), Article::Read);
+    EXPECT_EQ(actions.calls, QStringList{"open http://news.example/Ferry-returns"});
+    EXPECT_EQ(noteNames(), (QStringList{"FeedUnreadCountChangedNotification", "SummaryWebViewNeedsReload"}));
+    EXPECT_FALSE(notes.first().object.isValid());
+
+    defaults.setBoolean("behaviorLinkClick", false);
+    const ArticlePtr other = addArticle("Pier repaired");
+    click("quillbay:open=" + other->uniqueID());
+    EXPECT_EQ(other->state(), Article::Unread) << "without the preference the page opens but stays unread";
+    EXPECT_EQ(actions.calls.last(), "open http://news.example/Pier-repaired");
+}
+
+TEST_F(HeadlineLinkPolicyTest, OpenFindsArticlesOfTheNewsClippings)
+{
+    auto clipping = std::make_shared<Article>();
+    clipping->setTitle("Kept");
+    clipping->setLink(QUrl("http://kept.example/"));
+    clipping->setState(Article::Unread);
+    library.newsClippings()->addChild(clipping, 0);
+    library.addArticle(clipping, library.newsClippings());
+    click("quillbay:open=" + clipping->uniqueID());
+    EXPECT_EQ(clipping->state(), Article::Read);
+    EXPECT_EQ(storedState(clipping, "clippings"), Article::Read);
+    EXPECT_EQ(actions.calls, QStringList{"open http://kept.example/"});
+}
+
+TEST_F(HeadlineLinkPolicyTest, UnknownIdentifiersAreLoggedAndChangeNothingElse)
+{
+    const ArticlePtr article = addArticle("Ferry returns");
+    library.setSelectedItems({article});
+    LogCapture log;
+    click("quillbay:open=NOPE");
+    click("quillbay:article=NOPE");
+    click("quillbay:feed=" + article->uniqueID()); // an article is not a feed
+    EXPECT_EQ(log.lines(),
+              (QStringList{
+                  "-[MainController processURLCommandString:] could not find article with UNID NOPE",
+                  "-[TidewireUtilityCatagory processURLCommandString:] invalid unid! NOPE",
+                  "-[TidewireUtilityCatagory processURLCommandString:] invalid unid! " + article->uniqueID(),
+              }));
+    EXPECT_EQ(actions.calls, QStringList{"mode 1"}) << "the feed command sets the mode before it looks";
+    EXPECT_TRUE(notes.isEmpty());
+    EXPECT_EQ(library.selectedItems(), TreeNodeList{article});
+}
+
+TEST_F(HeadlineLinkPolicyTest, EnclosureGoesToTheDownloadWindowEvenWhenTheArticleIsUnknown)
+{
+    const ArticlePtr article = addArticle("Episode 4");
+    auto enclosure = std::make_shared<Enclosure>();
+    article->setEnclosure(enclosure);
+    click("quillbay:enclosure=" + article->uniqueID());
+    ASSERT_EQ(noteNames(), QStringList{"EnclosureSelectionChanged"});
+    EXPECT_EQ(notes.first().object.value<std::shared_ptr<Enclosure>>(), enclosure);
+    EXPECT_EQ(actions.calls, QStringList{"show enclosure window"});
+
+    click("quillbay:enclosure=NOPE");
+    ASSERT_EQ(notes.size(), 2);
+    EXPECT_EQ(notes.last().object.value<std::shared_ptr<Enclosure>>(), nullptr);
+    EXPECT_EQ(article->state(), Article::Unread);
+}
+
+TEST_F(HeadlineLinkPolicyTest, FeedSelectsTheFeedAloneInNormalMode)
+{
+    const ArticlePtr article = addArticle("Ferry returns");
+    library.setSelectedItems({article});
+    click("quillbay:feed=" + feed->uniqueID());
+    EXPECT_EQ(actions.calls, QStringList{"mode 1"});
+    EXPECT_EQ(library.selectedItems(), TreeNodeList{feed});
+    ASSERT_EQ(noteNames(), QStringList{"feedSelectionChanged"});
+    EXPECT_EQ(notes.first().object.value<TreeNodePtr>(), feed);
+
+    LogCapture log;
+    click("quillbay:feedback"); // a word that merely begins with a command counts as that command
+    EXPECT_EQ(log.lines(),
+              QStringList{"-[TidewireUtilityCatagory processURLCommandString:] invalid unid! ack"});
+}
+
+TEST_F(HeadlineLinkPolicyTest, ArticleSelectsItAloneAndMarksItReadWhenThePreferenceSaysSo)
+{
+    const ArticlePtr article = addArticle("Ferry returns");
+    click("quillbay:article=" + article->uniqueID());
+    EXPECT_EQ(article->state(), Article::Read);
+    EXPECT_EQ(storedState(article), Article::Read);
+    EXPECT_EQ(library.selectedItems(), TreeNodeList{article});
+    EXPECT_EQ(noteNames(), (QStringList{"FeedUnreadCountChangedNotification", "feedSelectionChanged",
+                                        "FeedUnreadCountChangedNotification"}));
+    EXPECT_FALSE(notes.at(0).object.isValid());
+    EXPECT_EQ(notes.at(1).object.value<TreeNodePtr>(), article);
+    EXPECT_EQ(notes.at(2).object.value<TreeNodePtr>(), article);
+    EXPECT_TRUE(actions.calls.isEmpty()) << "opening inside the program keeps the selection kind";
+
+    defaults.setBoolean("behaviorFeedClick", false);
+    const ArticlePtr other = addArticle("Pier repaired");
+    notes.clear();
+    click("quillbay:article=" + other->uniqueID());
+    EXPECT_EQ(other->state(), Article::Unread);
+    EXPECT_EQ(storedState(other), Article::Unread);
+    EXPECT_EQ(noteNames(), (QStringList{"feedSelectionChanged", "FeedUnreadCountChangedNotification"}));
+}
+
+TEST_F(HeadlineLinkPolicyTest, DateShowsThatDaysArticlesAsTheSearchFolderWithoutTakingThemFromTheirFeed)
+{
+    const ArticlePtr morning = addArticle("Morning tide", noonOn(2025, 3, 14));
+    addArticle("Next day", noonOn(2025, 3, 15));
+    // The view escapes the spaces of the date's text form.
+    click("quillbay:date=2025-03-14 12:00:00 +0000");
+    EXPECT_EQ(actions.calls, QStringList{"mode 3"});
+    const VirtualFolderPtr folder = library.searchFolder();
+    ASSERT_TRUE(folder);
+    EXPECT_EQ(folder->title(), "Published: " + QBUtilities::dateToFriendlyDate(noonOn(2025, 3, 14), false));
+    EXPECT_EQ(folder->children(), TreeNodeList{morning});
+    EXPECT_EQ(library.selectedItems(), TreeNodeList{folder});
+    EXPECT_EQ(morning->parent(), feed) << "the day view must not take articles out of the tree";
+    ASSERT_EQ(noteNames(), QStringList{"feedSelectionChanged"});
+    EXPECT_EQ(notes.first().object.value<CalendarDate>().localMoment().date(), QDate(2025, 3, 14));
+
+    click("quillbay:date=sometime");
+    EXPECT_EQ(library.searchFolder(), folder) << "a value without a readable day changes nothing";
+    EXPECT_EQ(actions.calls.size(), 1);
+}
+
+TEST_F(HeadlineLinkPolicyTest, AuthorNamesWithSpacesAndAccentsReachTheAuthorViewUnescaped)
+{
+    const ArticlePtr article = addArticle("Ferry returns");
+    article->setAuthors({std::make_shared<QBPerson>("José Durán", "", "")});
+    addArticle("Unsigned");
+    EXPECT_EQ(click("quillbay:author=José Durán"), Policy::CarriedOutCommand);
+    EXPECT_EQ(actions.calls, QStringList{"mode 5"});
+    const VirtualFolderPtr folder = library.searchFolder();
+    ASSERT_TRUE(folder);
+    EXPECT_EQ(folder->title(), "Author: José Durán");
+    EXPECT_EQ(folder->children(), TreeNodeList{article});
+    EXPECT_EQ(library.selectedItems(), TreeNodeList{folder});
+    ASSERT_EQ(noteNames(), QStringList{"feedSelectionChanged"});
+    EXPECT_EQ(notes.first().object.toString(), "José Durán");
+}
+
+TEST_F(HeadlineLinkPolicyTest, MoreArticlesBarReloadsKeepingTheOffsetAndUnknownCommandsAreOnlyLogged)
+{
+    click("quillbay:displayArticlesFromOffset");
+    EXPECT_EQ(actions.calls, QStringList{"reload respecting offset"});
+    actions.calls.clear();
+    LogCapture log;
+    EXPECT_EQ(click("quillbay:delete=everything"), Policy::CarriedOutCommand);
+    policy.processURLCommandString("quillbay");
+    EXPECT_EQ(
+        log.lines(),
+        (QStringList{"-[TidewireUtilityCategory processURLCommandString] Unregonised URL command string: "
+                     "quillbay:delete=everything",
+                     "-[TidewireUtilityCategory processURLCommandString] Unregonised URL command string: "
+                     "quillbay"}));
+    EXPECT_TRUE(actions.calls.isEmpty());
+}
+
+TEST_F(HeadlineLinkPolicyTest, CommandsThatTheUserDidNotCauseAreRefusedWithoutEffect)
+{
+    const ArticlePtr article = addArticle("Ferry returns");
+    LogCapture log;
+    for (const Policy::Origin origin : {Policy::ScriptOrRedirect, Policy::PageLoad}) {
+        EXPECT_EQ(policy.decidePolicyForNavigationAction(
+                      {QUrl("quillbay:open=" + article->uniqueID()), origin, {}}),
+                  Policy::Refused);
+        EXPECT_EQ(policy.decidePolicyForNavigationAction({QUrl("quillbay:author=Anyone"), origin, {}}),
+                  Policy::Refused);
+    }
+    EXPECT_EQ(article->state(), Article::Unread);
+    EXPECT_TRUE(actions.calls.isEmpty());
+    EXPECT_TRUE(notes.isEmpty());
+    EXPECT_TRUE(library.selectedItems().isEmpty());
+    EXPECT_TRUE(log.lines().isEmpty());
+}
+
+TEST_F(HeadlineLinkPolicyTest, ClickedOutsideLinksOpenInTheBrowserAndMarkTheArticleBeingRead)
+{
+    const ArticlePtr first = addArticle("Ferry returns");
+    const ArticlePtr last = addArticle("Pier repaired");
+    library.setSelectedItems({first, last});
+    EXPECT_EQ(click("https://elsewhere.example/story"), Policy::OpenedOutside);
+    EXPECT_EQ(last->state(), Article::Read);
+    EXPECT_EQ(storedState(last), Article::Read);
+    EXPECT_EQ(first->state(), Article::Unread);
+    EXPECT_EQ(actions.calls, (QStringList{"reload", "open https://elsewhere.example/story"}));
+    EXPECT_EQ(noteNames(), QStringList{"FeedUnreadCountChangedNotification"});
+
+    actions.calls.clear();
+    EXPECT_EQ(click("http://elsewhere.example/", Qt::AltModifier), Policy::OpenedOutside);
+    EXPECT_EQ(actions.calls.last(), "open http://elsewhere.example/ in background");
+    EXPECT_EQ(click("mailto:ann@harbour.example", Qt::ShiftModifier), Policy::OpenedOutside);
+    EXPECT_EQ(actions.calls.last(), "open mailto:ann@harbour.example");
+
+    defaults.setBoolean("behaviorLinkClick", false);
+    library.setSelectedItems({first});
+    actions.calls.clear();
+    click("http://elsewhere.example/");
+    EXPECT_EQ(first->state(), Article::Unread);
+    EXPECT_EQ(actions.calls, QStringList{"open http://elsewhere.example/"});
+}
+
+TEST_F(HeadlineLinkPolicyTest, OnlyThePageItselfLoadsInTheViewAndLocalOrScriptAddressesAreNeverHandedOn)
+{
+    EXPECT_EQ(policy.decidePolicyForNavigationAction({QUrl("qbpage:/headlines"), Policy::PageLoad, {}}),
+              Policy::LoadInView);
+    EXPECT_EQ(
+        policy.decidePolicyForNavigationAction({QUrl("http://evil.example/"), Policy::ScriptOrRedirect, {}}),
+        Policy::Refused);
+    const ArticlePtr article = addArticle("Ferry returns");
+    library.setSelectedItems({article});
+    for (const char *address : {"file:///usr/bin/xterm", "javascript:alert(1)", "qbpage:/other",
+                                "smb://host/share", "http:///no-host"})
+        EXPECT_EQ(click(address), Policy::Refused) << address;
+    EXPECT_TRUE(actions.calls.isEmpty());
+    EXPECT_EQ(article->state(), Article::Unread);
+}

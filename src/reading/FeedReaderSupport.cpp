@@ -17,6 +17,12 @@ qsizetype skipWhiteSpace(const QString &text, qsizetype from)
 
 } // namespace
 
+QUrl FeedReaderSupport::urlFromText(const QString &text)
+{
+    const QUrl url(text, QUrl::StrictMode);
+    return url.isValid() ? url : QUrl();
+}
+
 QString FeedReaderSupport::textWithTagsAsSpaces(const QString &text)
 {
     // Every character gives at most one, so the result is written in place and cut to length.
@@ -74,8 +80,7 @@ QUrl FeedReaderSupport::imageURLInSummary(const QString &fullSummary, const QUrl
         return {};
     if (!candidate.startsWith(QStringLiteral("http")))
         candidate = QStringLiteral("%1://%2%3").arg(feedLink.scheme(), feedLink.host(), candidate);
-    const QUrl url(candidate, QUrl::StrictMode);
-    return url.isValid() ? url : QUrl();
+    return urlFromText(candidate);
 }
 
 void FeedReaderSupport::findImageURLInSummary(const QString &fullSummary, const ArticlePtr &article,

@@ -10,6 +10,9 @@
 class FeedReaderSupport
 {
 public:
+    // The address a document's text names, or none when the text is not a valid address (the OPML
+    // reader reads addresses this way too).
+    static QUrl urlFromText(const QString &text);
     // Markup becomes one space per outermost tag and text inside tags disappears.
     static QString textWithTagsAsSpaces(const QString &text);
     // The short summary shown in lists, made from text that no longer holds markup.

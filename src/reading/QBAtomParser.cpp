@@ -25,12 +25,6 @@ bool isDateElement(const char *name)
 }
 
 // An address that does not parse is no address at all, as for a link the feed never gave.
-QUrl urlFromText(const QString &text)
-{
-    const QUrl url(text, QUrl::StrictMode);
-    return url.isValid() ? url : QUrl();
-}
-
 // In place, so that the collecting buffer keeps its capacity from one element to the next.
 void trimInPlace(QString &text)
 {
@@ -262,9 +256,9 @@ void QBAtomParser::takeLink()
     if (href.isNull())
         return;
     if (m_block == FeedLevel && m_feed->link().isEmpty())
-        m_feed->setLink(urlFromText(href));
+        m_feed->setLink(FeedReaderSupport::urlFromText(href));
     else if (m_block == InEntry && m_currentArticle->link().isEmpty())
-        m_currentArticle->setLink(urlFromText(href));
+        m_currentArticle->setLink(FeedReaderSupport::urlFromText(href));
 }
 
 void QBAtomParser::takeContentType()
@@ -314,7 +308,7 @@ void QBAtomParser::endElement(const char *name)
         else if (is(name, "email"))
             m_currentPerson->setEmail(stringWithDecodedHTMLEntities());
         else if (is(name, "url") || is(name, "uri"))
-            m_currentPerson->setURI(urlFromText(stringWithDecodedHTMLEntities()));
+            m_currentPerson->setURI(FeedReaderSupport::urlFromText(stringWithDecodedHTMLEntities()));
     }
 
     if (is(name, "author") || is(name, "contributor"))

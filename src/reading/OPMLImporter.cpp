@@ -1,8 +1,10 @@
 #include "reading/OPMLImporter.h"
 
 #include "platform/Log.h"
+#include "reading/FeedReaderSupport.h"
 #include "reading/QBStringExtras.h"
 #include "reading/QBUtilities.h"
+#include "reading/TagScanner.h"
 #include "reading/TextDecoder.h"
 
 #include <QFile>
@@ -12,9 +14,6 @@ namespace {
 // Deeper folder outlines than this land in the deepest folder made: every later walk of the tree,
 // and finally its release, goes down one level per folder, and a hostile file must not exhaust the stack.
 constexpr int MaximumFolderDepth = 256;
-
-const QString cdataStart = QStringLiteral("<![CDATA[");
-const QString cdataEnd = QStringLiteral("]]>");
 
 // XML entities twice, so that an ampersand escaped twice ("&amp;amp;") ends as one, then HTML's names.
 QString fullyDecoded(const QString &value)
@@ -27,12 +26,6 @@ QString fullyDecoded(const QString &value)
 QString decodedAgain(const QString &value)
 {
     return value.isNull() ? value : QBUtilities::decodeCharacterEntitiesIn(value);
-}
-
-QUrl urlFromText(const QString &text)
-{
-    const QUrl url(text, QUrl::StrictMode);
-    return url.isValid() ? url : QUrl();
 }
 
 int depthOf(const TreeNodePtr &node)
@@ -97,48 +90,17 @@ void OPMLImporter::parseOPML(const QString &text)
 QString OPMLImporter::identifyNextTagFromIndex(const QString &text)
 {
     // The text's last character lies outside every search; files end in a line break, so no tag is lost.
-    const qsizetype spanEnd = text.size() - 1;
-    for (;;) {
-        if (text.isEmpty() || m_index >= spanEnd)
-            return QString();
-        const QStringView span = QStringView(text).left(spanEnd);
-        const qsizetype open = span.indexOf(u'<', m_index);
-        const qsizetype close = span.indexOf(u'>', m_index);
-        if (close >= 0 && (open < 0 || close < open)) {
-            // A stray '>' in text: the scan goes on from the next '<'.
-            if (open < 0)
-                return QString();
-            m_index = open;
-            continue;
-        }
-        if (open < 0 || close < 0)
-            return QString();
-        const QString candidate = text.mid(open, close - open + 1);
-        if (!candidate.startsWith(cdataStart)) {
-            m_index = close + 1;
-            return candidate;
-        }
-        const qsizetype sectionEnd = span.indexOf(cdataEnd, m_index);
-        if (sectionEnd < 0)
-            return candidate;
-        m_index = sectionEnd + cdataEnd.size();
-        // Text after the section, up to the next tag, is joined into it.
-        qsizetype next = text.indexOf(u'<', m_index);
-        if (next < 0)
-            next = text.size();
-        return QStringLiteral("%1 %2%3").arg(text.mid(open, sectionEnd - open),
-                                             text.mid(m_index, next - m_index), cdataEnd);
-    }
+    return TagScanner::nextTag(text, m_index);
 }
 
 bool OPMLImporter::isClosingTag(const QString &token)
 {
-    return token.startsWith(QStringLiteral("</"));
+    return TagScanner::isClosingTag(token);
 }
 
 bool OPMLImporter::isSingleTag(const QString &token)
 {
-    return token.endsWith(QStringLiteral("/>"));
+    return TagScanner::isSingleTag(token);
 }
 
 void OPMLImporter::parserDidStartElement(const QString &tagText)
@@ -229,7 +191,7 @@ void OPMLImporter::addFeed(const QString &tagText)
 
     auto feed = std::make_shared<Feed>();
     const QString address = xmlUrl.isNull() ? url : xmlUrl;
-    feed->setFeed(urlFromText(address));
+    feed->setFeed(FeedReaderSupport::urlFromText(address));
     if (!uid.isNull())
         feed->setUniqueID(uid);
     feed->setFeedType(type == QLatin1String("RSS") ? Feed::RSSType : Feed::AtomType);
@@ -237,8 +199,9 @@ void OPMLImporter::addFeed(const QString &tagText)
     feed->setDescription(description.isNull() ? QStringLiteral("") : description);
     feed->setLanguage(language.isNull() ? QStringLiteral("en-us") : language);
     // Without a home page the site's front door is the best guess.
-    feed->setLink(!htmlUrl.isNull() ? urlFromText(htmlUrl)
-                                    : urlFromText(QStringLiteral("http://%1").arg(feed->feed().host())));
+    feed->setLink(!htmlUrl.isNull()
+                      ? FeedReaderSupport::urlFromText(htmlUrl)
+                      : FeedReaderSupport::urlFromText(QStringLiteral("http://%1").arg(feed->feed().host())));
     if (!keywords.isNull())
         feed->setKeywords(keywords.split(QLatin1Char(',')));
 

@@ -8,6 +8,7 @@
 #include "reading/FeedReaderSupport.h"
 #include "reading/QBStringExtras.h"
 #include "reading/QBUtilities.h"
+#include "reading/TagScanner.h"
 
 #include <QHash>
 #include <algorithm>
@@ -15,20 +16,10 @@
 
 namespace {
 
-constexpr QStringView cdataOpening = u"<![CDATA[";
-constexpr QStringView cdataClosing = u"]]>";
 // Shorter tag texts are taken whole as the name, so that a short tag with an attribute is not
 // mistaken for the element it starts with.
 constexpr qsizetype shortestTagWithAttributes = 13;
 constexpr qsizetype titleFromSummaryLength = 60;
-
-QUrl urlFromText(const QString &text)
-{
-    if (text.isEmpty())
-        return {};
-    const QUrl url(text, QUrl::StrictMode);
-    return url.isValid() ? url : QUrl();
-}
 
 // Leading white space, a sign and digits, as a 32-bit count; out-of-range values stop at the limits.
 qint32 leadingInt32(QStringView text)
@@ -89,9 +80,10 @@ bool QBLiberalRSSParser::parse()
         const QString token = identifyNextTagFromIndex();
         if (token.isNull())
             break;
-        if (token.startsWith(cdataOpening) && token.size() >= shortestTagWithAttributes) {
-            m_currentValue += QStringView(token).sliced(
-                cdataOpening.size(), token.size() - cdataOpening.size() - cdataClosing.size());
+        if (token.startsWith(TagScanner::cdataOpening) && token.size() >= shortestTagWithAttributes) {
+            m_currentValue += QStringView(token).sliced(TagScanner::cdataOpening.size(),
+                                                        token.size() - TagScanner::cdataOpening.size() -
+                                                            TagScanner::cdataClosing.size());
             cdataSeen = true;
         } else if (isClosingTag(token)) {
             handleEndTag(token, valueStart, cdataSeen);
@@ -134,61 +126,18 @@ void QBLiberalRSSParser::handleStartTag(const QString &token)
 
 QString QBLiberalRSSParser::identifyNextTagFromIndex()
 {
-    // The last character is never searched, so the document's final tag is never reported: that is
-    // the end tag of its root element, which means nothing to this reader.
-    const QStringView span = QStringView(m_source).first(std::max<qsizetype>(m_source.size() - 1, 0));
-    for (;;) {
-        if (m_index >= span.size())
-            return {};
-        const qsizetype open = span.indexOf(u'<', m_index);
-        const qsizetype close = span.indexOf(u'>', m_index);
-        if (close >= 0 && (open < 0 || close < open)) {
-            // A stray '>' in text: the next tag starts at the next '<', if any.
-            if (open < 0)
-                return {};
-            m_index = open;
-            continue;
-        }
-        if (open < 0 || close < 0)
-            return {};
-        const QStringView candidate = span.sliced(open, close - open + 1);
-        if (!candidate.startsWith(cdataOpening)) {
-            m_index = close + 1;
-            return candidate.toString();
-        }
-        const qsizetype end = span.indexOf(cdataClosing, m_index);
-        if (end < 0)
-            return candidate.toString();
-        return tagFollowingCDATA(open, end);
-    }
-}
-
-// The section's text, then a space and whatever text follows the section up to the next tag, so
-// that text written after a CDATA section inside one element is not lost.
-QString QBLiberalRSSParser::tagFollowingCDATA(qsizetype start, qsizetype end)
-{
-    m_index = end + cdataClosing.size();
-    qsizetype nextTag = m_source.indexOf(u'<', m_index);
-    if (nextTag < 0)
-        nextTag = m_source.size();
-    const QStringView text(m_source);
-    QString token;
-    token.reserve(nextTag - start + 1);
-    token += text.sliced(start, end - start);
-    token += u' ';
-    token += text.sliced(m_index, nextTag - m_index);
-    token += cdataClosing;
-    return token;
+    // The final tag is out of reach: it is the end tag of the root element, which means nothing here.
+    return TagScanner::nextTag(m_source, m_index);
 }
 
 bool QBLiberalRSSParser::isClosingTag(QStringView token)
 {
-    return token.startsWith(u"</");
+    return TagScanner::isClosingTag(token);
 }
 
 bool QBLiberalRSSParser::isSingleTag(QStringView token)
 {
-    return token.endsWith(u"/>");
+    return TagScanner::isSingleTag(token);
 }
 
 QString QBLiberalRSSParser::tag(const QString &tag, const QString &valueForProperty)
@@ -234,7 +183,7 @@ void QBLiberalRSSParser::parserDidStartElement(const QString &tag)
 void QBLiberalRSSParser::readEnclosure(const QString &tagText)
 {
     auto enclosure = std::make_shared<Enclosure>();
-    enclosure->setLink(urlFromText(tag(tagText, QStringLiteral("url"))));
+    enclosure->setLink(FeedReaderSupport::urlFromText(tag(tagText, QStringLiteral("url"))));
     enclosure->setMimeType(tag(tagText, QStringLiteral("type")));
     // A negative declared length keeps its sign bits, as the size has always been read.
     enclosure->setSize(quint64(qint64(leadingInt32(tag(tagText, QStringLiteral("length"))))));
@@ -353,7 +302,7 @@ void QBLiberalRSSParser::setChannelTitle()
 void QBLiberalRSSParser::setChannelLink()
 {
     if (m_feed->link().isEmpty())
-        m_feed->setLink(urlFromText(stringWithDecodedHTMLEntities()));
+        m_feed->setLink(FeedReaderSupport::urlFromText(stringWithDecodedHTMLEntities()));
 }
 
 void QBLiberalRSSParser::setChannelDescription()
@@ -383,7 +332,7 @@ void QBLiberalRSSParser::setItemTitle()
 
 void QBLiberalRSSParser::setItemLink()
 {
-    m_currentArticle->setLink(urlFromText(stringWithDecodedHTMLEntities()));
+    m_currentArticle->setLink(FeedReaderSupport::urlFromText(stringWithDecodedHTMLEntities()));
 }
 
 void QBLiberalRSSParser::setItemGuid()

@@ -58,7 +58,6 @@ private:
 
     // What closing the element does in the current block; null when the element is passed over.
     ElementAction actionForElement(const QString &lowerName) const;
-    QString tagFollowingCDATA(qsizetype start, qsizetype end);
     void handleEndTag(const QString &token, qsizetype valueStart, bool cdataSeen);
     void handleStartTag(const QString &token);
     void readEnclosure(const QString &tagText);

@@ -67,16 +67,6 @@ QString textContent(const xmlDoc *document)
     return QString::fromUtf8(text);
 }
 
-int hexDigitValue(QChar c)
-{
-    const char16_t u = c.unicode();
-    if (u >= u'0' && u <= u'9')
-        return u - u'0';
-    if (u >= u'a' && u <= u'f')
-        return u - u'a' + 10;
-    return u >= u'A' && u <= u'F' ? u - u'A' + 10 : -1;
-}
-
 // The character of a reference body such as "#233" or "#xE9"; a null string when it names none.
 QString numericReference(QStringView body)
 {
@@ -86,7 +76,7 @@ QString numericReference(QStringView body)
         return QString();
     char32_t code = 0;
     for (const QChar c : digits) {
-        const int value = hex ? hexDigitValue(c) : (c.isDigit() ? c.digitValue() : -1);
+        const int value = hex ? QBStringExtras::hexDigitValue(c) : (c.isDigit() ? c.digitValue() : -1);
         if (value < 0)
             return QString();
         code = code * (hex ? 16 : 10) + char32_t(value);
@@ -146,4 +136,14 @@ QString QBStringExtras::stringByReplacingEntities(const QString &text)
     }
     result += QStringView(text).mid(position);
     return result;
+}
+
+int QBStringExtras::hexDigitValue(QChar c)
+{
+    const char16_t u = c.unicode();
+    if (u >= u'0' && u <= u'9')
+        return u - u'0';
+    if (u >= u'a' && u <= u'f')
+        return u - u'a' + 10;
+    return u >= u'A' && u <= u'F' ? u - u'A' + 10 : -1;
 }

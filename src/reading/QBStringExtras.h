@@ -11,4 +11,6 @@ public:
     static QString removeTags(const QString &html);
     // The five XML entities and numeric character references decoded; other entities left alone.
     static QString stringByReplacingEntities(const QString &text);
+    // The value of one hexadecimal digit of either case; -1 for any other character.
+    static int hexDigitValue(QChar c);
 };

@@ -2,6 +2,7 @@
 
 #include "platform/Log.h"
 #include "platform/NaturalDateReader.h"
+#include "reading/QBStringExtras.h"
 
 #include <QDir>
 #include <QHash>
@@ -55,21 +56,11 @@ qint64 leadingInteger(QStringView text)
     return negative ? -value : value;
 }
 
-int hexDigitValue(QChar c)
-{
-    const char16_t u = c.unicode();
-    if (u >= u'0' && u <= u'9')
-        return u - u'0';
-    if (u >= u'a' && u <= u'f')
-        return u - u'a' + 10;
-    return u >= u'A' && u <= u'F' ? u - u'A' + 10 : -1;
-}
-
 qint64 leadingHexInteger(QStringView text)
 {
     qint64 value = 0;
-    for (qsizetype i = 0; i < text.size() && hexDigitValue(text[i]) >= 0; ++i)
-        value = value * 16 + hexDigitValue(text[i]);
+    for (qsizetype i = 0; i < text.size() && QBStringExtras::hexDigitValue(text[i]) >= 0; ++i)
+        value = value * 16 + QBStringExtras::hexDigitValue(text[i]);
     return value;
 }
 

@@ -491,32 +491,33 @@ QList<VirtualFolderPtr> FeedLibrary::allVirtualFolders() const
 
 ArticleList FeedLibrary::allUnreadArticles() const
 {
-    ArticleList unread;
-    for (const ArticlePtr &article : allArticles()) {
-        if (article->state() == Article::Unread || article->state() == Article::New)
-            unread.append(article);
-    }
-    return unread;
+    return allArticlesWhere([](const Article &article) {
+        return article.state() == Article::Unread || article.state() == Article::New;
+    });
 }
 
 ArticleList FeedLibrary::articlesMatchingDate(const CalendarDate &date) const
 {
-    ArticleList matching;
-    for (const ArticlePtr &article : allArticles()) {
-        const CalendarDate published = article->legacyPublicationDate();
-        if (!published.isNull() && published.year() == date.year() &&
-            published.dayOfYear() == date.dayOfYear())
-            matching.append(article);
-    }
-    return matching;
+    return allArticlesWhere([&date](const Article &article) {
+        const CalendarDate published = article.legacyPublicationDate();
+        return !published.isNull() && published.year() == date.year() &&
+               published.dayOfYear() == date.dayOfYear();
+    });
 }
 
 ArticleList FeedLibrary::articlesMatchingAuthorName(const QString &name) const
 {
+    return allArticlesWhere([&name](const Article &article) {
+        const auto authors = article.authors();
+        return !authors.isEmpty() && authors.first()->name() == name;
+    });
+}
+
+ArticleList FeedLibrary::allArticlesWhere(const std::function<bool(const Article &)> &matches) const
+{
     ArticleList matching;
     for (const ArticlePtr &article : allArticles()) {
-        const auto authors = article->authors();
-        if (!authors.isEmpty() && authors.first()->name() == name)
+        if (matches(*article))
             matching.append(article);
     }
     return matching;

@@ -14,6 +14,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -121,6 +122,7 @@ public:
     void removeOrphanedThumbnailImages(std::chrono::milliseconds delay = std::chrono::seconds(60));
 
 private:
+    ArticleList allArticlesWhere(const std::function<bool(const Article &)> &matches) const;
     void prepareFolders() const;
     void openDatabase();
     void createTablesAndSeedClippings();

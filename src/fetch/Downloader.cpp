@@ -170,28 +170,29 @@ void Downloader::cancel()
 
 size_t Downloader::headerCallback(char *data, size_t size, size_t count, void *self)
 {
-    auto *downloader = static_cast<Downloader *>(self);
     const size_t length = size * count;
-    if (downloader->m_cancelled)
-        return 0;
-    downloader->m_stallTimer.start(downloader->m_timeoutInterval);
-    downloader->m_inCallback = true;
-    const bool goOn = downloader->takeHeaderLine(QByteArray(data, qsizetype(length)));
-    downloader->m_inCallback = false;
-    return goOn && !downloader->m_cancelled ? length : 0;
+    return static_cast<Downloader *>(self)->inCallback(length, [&](Downloader &downloader) {
+        return downloader.takeHeaderLine(QByteArray(data, qsizetype(length)));
+    });
 }
 
 size_t Downloader::writeCallback(char *data, size_t size, size_t count, void *self)
 {
-    auto *downloader = static_cast<Downloader *>(self);
     const size_t length = size * count;
-    if (downloader->m_cancelled)
+    return static_cast<Downloader *>(self)->inCallback(
+        length, [&](Downloader &downloader) { return downloader.receive(data, length); });
+}
+
+// Any sign of life restarts the stall timer; a cancel, before or during the step, makes curl stop.
+size_t Downloader::inCallback(size_t length, const std::function<bool(Downloader &)> &step)
+{
+    if (m_cancelled)
         return 0;
-    downloader->m_stallTimer.start(downloader->m_timeoutInterval);
-    downloader->m_inCallback = true;
-    const bool goOn = downloader->receive(data, length);
-    downloader->m_inCallback = false;
-    return goOn && !downloader->m_cancelled ? length : 0;
+    m_stallTimer.start(m_timeoutInterval);
+    m_inCallback = true;
+    const bool goOn = step(*this);
+    m_inCallback = false;
+    return goOn && !m_cancelled ? length : 0;
 }
 
 bool Downloader::takeHeaderLine(const QByteArray &line)

@@ -98,6 +98,7 @@ private:
     curl_slist *requestHeaders() const;
     static size_t headerCallback(char *data, size_t size, size_t count, void *self);
     static size_t writeCallback(char *data, size_t size, size_t count, void *self);
+    size_t inCallback(size_t length, const std::function<bool(Downloader &)> &step);
     bool takeHeaderLine(const QByteArray &line);
     bool endOfHeaders();
     bool pageResponse();

@@ -1,9 +1,8 @@
 #include "CliRun.h"
+#include "HarbourLibrary.h"
 #include "model/FeedLibrary.h"
-#include "reading/QBParser.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -16,31 +15,6 @@ const QString importedTree =
                    "  Lights/  (0 unread)\n"
                    "    Lighthouse Log  <http://lighthouse.example/atom.xml>  (0 unread)\n"
                    "Fishing Times  <http://fish.example/feed>  (0 unread)\n");
-
-QByteArray fixture(const QString &name)
-{
-    QFile file(CliRun::dataFile(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-// A library as the desktop program leaves it: a folder holding a feed that has been read once.
-void storeHarbourLibrary()
-{
-    FeedLibrary library;
-    library.load();
-    auto coast = std::make_shared<Folder>();
-    coast->setTitle("Coast");
-    library.add(coast, library.root(), library.root()->childCount());
-    auto feed = std::make_shared<Feed>();
-    feed->setTitle("Harbour Notes");
-    feed->setFeed(QUrl("http://harbour.example/rss.xml"));
-    library.add(feed, coast, 0);
-    QBParser parser(library);
-    parser.setFeed(feed);
-    parser.setEncoding(feed->encoding());
-    parser.processData(fixture("harbour-rss.xml"));
-    library.save();
-}
 
 } // namespace
 

@@ -1,48 +1,12 @@
 #include "CliRun.h"
+#include "HarbourLibrary.h"
 #include "model/FeedLibrary.h"
-#include "reading/QBParser.h"
 
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
-
-struct HarbourIDs
-{
-    QString feed;
-    QString folder;
-    QString spring;
-    QString neap;
-};
-
-// A saved library with one folder holding one feed read once: "Spring tide" (16 May 2006, with a
-// picture and an enclosure) and "Neap tide" (15 May 2006), both unread.
-HarbourIDs storeHarbourLibrary()
-{
-    FeedLibrary library;
-    library.load();
-    auto coast = std::make_shared<Folder>();
-    coast->setTitle("Coast");
-    library.add(coast, library.root(), library.root()->childCount());
-    auto feed = std::make_shared<Feed>();
-    feed->setTitle("Harbour Notes");
-    feed->setFeed(QUrl("http://harbour.example/rss.xml"));
-    library.add(feed, coast, 0);
-    QFile document(CliRun::dataFile("harbour-rss.xml"));
-    EXPECT_TRUE(document.open(QIODevice::ReadOnly));
-    QBParser parser(library);
-    parser.setFeed(feed);
-    parser.setEncoding(feed->encoding());
-    parser.processData(document.readAll());
-    library.save();
-    HarbourIDs ids{feed->uniqueID(), coast->uniqueID(), {}, {}};
-    for (const TreeNodePtr &child : feed->children()) {
-        const auto article = std::static_pointer_cast<Article>(child);
-        (article->title() == "Spring tide" ? ids.spring : ids.neap) = article->uniqueID();
-    }
-    return ids;
-}
 
 QString render(QStringList arguments)
 {

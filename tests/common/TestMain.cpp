@@ -2,6 +2,9 @@
 // test reads or writes the real library or settings, and a GUI application exists for images.
 #include <QDir>
 #include <QGuiApplication>
+#ifdef QB_WIDGET_TESTS
+#include <QApplication>
+#endif
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -29,7 +32,11 @@ int main(int argc, char **argv)
     qputenv("XDG_RUNTIME_DIR", scratch.path().toUtf8());
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+#ifdef QB_WIDGET_TESTS
+    QApplication app(argc, argv);
+#else
     QGuiApplication app(argc, argv);
+#endif
     ::testing::InitGoogleTest(&argc, argv);
     ::testing::UnitTest::GetInstance()->listeners().Append(new FreshDataFolder(scratch.path() + "/data"));
     return RUN_ALL_TESTS();

@@ -1,0 +1,51 @@
+#include "app/HeadlinePageSchemeHandler.h"
+
+#include <QBuffer>
+#include <QWebEngineUrlRequestJob>
+#include <QWebEngineUrlScheme>
+
+void HeadlinePageSchemeHandler::registerSchemes()
+{
+    QWebEngineUrlScheme page(schemeName());
+    page.setSyntax(QWebEngineUrlScheme::Syntax::Path);
+    // Not secure on purpose: a secure page would have its http images upgraded or blocked.
+    page.setFlags(QWebEngineUrlScheme::LocalAccessAllowed);
+    QWebEngineUrlScheme::registerScheme(page);
+    // Registered so that clicks on command links reach the navigation policy at all.
+    QWebEngineUrlScheme commands(QByteArrayLiteral("quillbay"));
+    commands.setSyntax(QWebEngineUrlScheme::Syntax::Path);
+    QWebEngineUrlScheme::registerScheme(commands);
+}
+
+HeadlinePageSchemeHandler::HeadlinePageSchemeHandler(QObject *parent) : QWebEngineUrlSchemeHandler(parent) {}
+
+QUrl HeadlinePageSchemeHandler::setPage(const QString &html)
+{
+    m_page = html.toUtf8();
+    m_pageUrl = QUrl(QString::fromLatin1(schemeName()) + QStringLiteral(":headlines-%1").arg(++m_serial));
+    return m_pageUrl;
+}
+
+QUrl HeadlinePageSchemeHandler::resolveRelative(const QUrl &url) const
+{
+    const QString path = url.toString(QUrl::RemoveScheme | QUrl::FullyEncoded);
+    if (!m_resolver || !path.startsWith(u'/'))
+        return {};
+    return m_resolver(path);
+}
+
+void HeadlinePageSchemeHandler::requestStarted(QWebEngineUrlRequestJob *job)
+{
+    if (job->requestUrl() == m_pageUrl) {
+        auto *body = new QBuffer(job);
+        body->setData(m_page);
+        job->reply(QByteArrayLiteral("text/html;charset=utf-8"), body);
+        return;
+    }
+    const QUrl resolved = resolveRelative(job->requestUrl());
+    if (resolved.isValid() &&
+        (resolved.scheme() == QLatin1String("http") || resolved.scheme() == QLatin1String("https")))
+        job->redirect(resolved);
+    else
+        job->fail(QWebEngineUrlRequestJob::UrlNotFound);
+}

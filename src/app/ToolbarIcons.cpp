@@ -1,0 +1,57 @@
+#include "app/ToolbarIcons.h"
+
+#include <QPainter>
+#include <QPixmap>
+
+namespace {
+
+constexpr int side = 32;
+
+void drawList(QPainter &painter)
+{
+    for (int row = 0; row < 3; ++row) {
+        const int y = 8 + row * 7;
+        painter.drawEllipse(QPointF(7, y), 1.5, 1.5);
+        painter.drawLine(QPointF(12, y), QPointF(26, y));
+    }
+}
+
+void drawTiles(QPainter &painter)
+{
+    for (int column = 0; column < 2; ++column)
+        for (int row = 0; row < 2; ++row)
+            painter.drawRoundedRect(QRectF(6 + column * 11, 6 + row * 11, 9, 9), 1.5, 1.5);
+}
+
+void drawSideBar(QPainter &painter, bool shown)
+{
+    painter.drawRoundedRect(QRectF(4, 7, 24, 18), 2, 2);
+    painter.drawLine(QPointF(20, 7), QPointF(20, 25));
+    const qreal tip = shown ? 15 : 11;
+    const qreal back = shown ? 11 : 15;
+    painter.drawPolyline(QPolygonF({QPointF(back, 12), QPointF(tip, 16), QPointF(back, 20)}));
+}
+
+} // namespace
+
+QIcon ToolbarIcons::icon(const QString &name, const QColor &colour)
+{
+    QPixmap pixmap(side, side);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(colour, 2.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    if (name == QLatin1String("list"))
+        drawList(painter);
+    else if (name == QLatin1String("tiles"))
+        drawTiles(painter);
+    else if (name == QLatin1String("expand") || name == QLatin1String("collapse"))
+        drawSideBar(painter, name == QLatin1String("collapse"));
+    else {
+        painter.drawLine(QPointF(9, 16), QPointF(23, 16));
+        if (name == QLatin1String("add"))
+            painter.drawLine(QPointF(16, 9), QPointF(16, 23));
+    }
+    painter.end();
+    return QIcon(pixmap);
+}

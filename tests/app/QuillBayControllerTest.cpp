@@ -1,0 +1,209 @@
+#include "app/QuillBayController.h"
+
+#include "AppTestDoubles.h"
+#include "AppTestLibrary.h"
+#include "app/MainWindow.h"
+#include "app/NavigationBar.h"
+#include "app/SourceListView.h"
+#include "model/SourceListModel.h"
+
+#include <QLabel>
+#include <QToolButton>
+#include <gtest/gtest.h>
+
+namespace {
+
+class QuillBayControllerTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        t.defaults.setBoolean("firstRun", false);
+        controller.setAuxiliaryWindows(&windows);
+        controller.setupMainWindow();
+        AppTestLibrary::settle();
+        display.pages.clear();
+    }
+
+    void clickRow(const TreeNodePtr &item)
+    {
+        SourceListView *list = controller.window()->sourceList();
+        const QModelIndex row = controller.sourceListModel()->indexForItem(item);
+        list->selectionModel()->select(row, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        AppTestLibrary::settle();
+    }
+
+    bool click(const QString &address)
+    {
+        return controller.acceptNavigation({QUrl(address), HeadlineLinkPolicy::ClickedLink, {}});
+    }
+
+    TreeNodePtr selected() const
+    {
+        const TreeNodeList items = t.library.selectedItems();
+        return items.size() == 1 ? items.first() : nullptr;
+    }
+
+    AppTestLibrary t;
+    RecordingDisplay display;
+    RecordingDesktop desktop;
+    RecordingWindows windows;
+    QuillBayController controller{t.library, t.updater, t.defaults, t.center, desktop, display};
+};
+
+TEST_F(QuillBayControllerTest, StartsOnTheFirstRowAndSelectingARowShowsItsArticlesOnceWithItsBreadcrumb)
+{
+    clickRow(t.kitchen);
+    EXPECT_EQ(selected(), t.kitchen);
+    // The selection handler and its notification both ask for the page; it is built once.
+    ASSERT_EQ(display.pages.size(), 1);
+    EXPECT_TRUE(display.pages.first().contains("Soup 1"));
+    EXPECT_FALSE(display.pages.first().contains("Tide 1"));
+    NavigationBar *bar = controller.window()->mainNavBar();
+    EXPECT_EQ(bar->title(), "Small Kitchen");
+    EXPECT_FALSE(bar->isBackEnabled()) << "a top-level feed has nowhere to go back to";
+
+    clickRow(t.sky);
+    EXPECT_EQ(bar->title(), "Night Sky");
+    EXPECT_TRUE(bar->isBackEnabled()) << "a feed in a folder goes back to the folder";
+    controller.doBreadCrumbClick();
+    AppTestLibrary::settle();
+    EXPECT_EQ(selected(), t.folder);
+    EXPECT_EQ(bar->title(), "Science");
+}
+
+TEST_F(QuillBayControllerTest, ClickingAnArticleShowsItAloneMarksItReadAndKeepsItsFeedSelectedInTheList)
+{
+    t.defaults.setBoolean("behaviorFeedClick", true);
+    clickRow(t.harbour);
+    const ArticlePtr tide = t.article(t.harbour, 1);
+    EXPECT_FALSE(click("quillbay:article=" + tide->uniqueID())) << "the view stays on its page";
+    AppTestLibrary::settle();
+    EXPECT_EQ(selected(), tide);
+    EXPECT_EQ(tide->state(), Article::Read);
+    EXPECT_EQ(controller.window()->mainNavBar()->title(), tide->title());
+    const QModelIndex current = controller.window()->sourceList()->currentIndex();
+    EXPECT_EQ(controller.sourceListModel()->itemForIndex(current), t.harbour);
+
+    // What a page script asks for is never done.
+    const ArticlePtr other = t.article(t.harbour, 2);
+    EXPECT_FALSE(controller.acceptNavigation(
+        {QUrl("quillbay:article=" + other->uniqueID()), HeadlineLinkPolicy::ScriptOrRedirect, {}}));
+    EXPECT_EQ(selected(), tide);
+    EXPECT_TRUE(controller.acceptNavigation({QUrl("qbpage:headlines-9"), HeadlineLinkPolicy::PageLoad, {}}));
+
+    EXPECT_FALSE(click("https://example.org/story"));
+    ASSERT_EQ(desktop.opened.size(), 1);
+    EXPECT_EQ(desktop.opened.first().first, QUrl("https://example.org/story"));
+    EXPECT_FALSE(desktop.opened.first().second);
+}
+
+TEST_F(QuillBayControllerTest, BrowsingMovesThroughArticlesAndMarksThemReadOnlyWhenThePreferenceSaysSo)
+{
+    clickRow(t.harbour);
+    t.library.setSelectedItems({t.article(t.harbour, 0)});
+    t.defaults.setBoolean("behaviorBrowsing", false);
+    controller.doNextItem();
+    EXPECT_EQ(selected(), t.article(t.harbour, 1));
+    EXPECT_EQ(t.article(t.harbour, 1)->state(), Article::Unread);
+
+    t.defaults.setBoolean("behaviorBrowsing", true);
+    controller.doNextItem();
+    EXPECT_EQ(selected(), t.article(t.harbour, 2));
+    EXPECT_EQ(t.article(t.harbour, 2)->state(), Article::Read);
+    controller.doPreviousItem();
+    EXPECT_EQ(selected(), t.article(t.harbour, 1));
+
+    // With two or more articles selected, next starts at the first article of the first feed.
+    clickRow(t.kitchen);
+    controller.doNextItem();
+    EXPECT_EQ(selected(), t.article(t.kitchen, 0));
+}
+
+TEST_F(QuillBayControllerTest, NextUnreadSkipsReadArticlesAndAfterTheLastUnreadWrapsToTheFirstArticle)
+{
+    t.defaults.setBoolean("behaviorBrowsing", true);
+    const ArticleList all = t.library.allArticles();
+    for (const ArticlePtr &article : all)
+        article->setState(Article::Read);
+    const ArticlePtr lastUnread = all.at(4);
+    lastUnread->setState(Article::Unread);
+    t.library.setSelectedItems({all.at(1)});
+    controller.doNextUnreadItem();
+    EXPECT_EQ(selected(), lastUnread);
+    EXPECT_EQ(lastUnread->state(), Article::Read);
+    controller.doNextUnreadItem();
+    EXPECT_EQ(selected(), all.first()) << "no unread article is left: the library's first, read or not";
+    EXPECT_FALSE(t.updater.pauseScheduledUpdates()) << "the pause ends with the command";
+}
+
+TEST_F(QuillBayControllerTest, RemovingFoldersStopsAtTheFirstRefusalAndTheSelectionMovesToTheNewLastRow)
+{
+    QList<FolderPtr> folders;
+    for (int i = 0; i < 3; ++i) {
+        auto folder = std::make_shared<Folder>();
+        folder->setTitle(QString("Box %1").arg(i));
+        t.library.add(folder, nullptr, 0);
+        folders.append(folder);
+    }
+    controller.reloadSourceList();
+    t.library.setSelectedItems({folders[0], folders[1], folders[2]});
+    desktop.answers = {true, false, true};
+    controller.doRemoveItem();
+    EXPECT_EQ(desktop.questions, 2);
+    EXPECT_FALSE(t.library.root()->hasChild(folders[0]));
+    EXPECT_TRUE(t.library.root()->hasChild(folders[1]));
+    EXPECT_TRUE(t.library.root()->hasChild(folders[2]));
+
+    SourceListView *list = controller.window()->sourceList();
+    list->collapseAll();
+    clickRow(t.folder); // the last row
+    controller.doRemoveItem();
+    AppTestLibrary::settle();
+    EXPECT_FALSE(t.library.root()->hasChild(t.folder));
+    EXPECT_EQ(selected(), t.kitchen) << "the new last row";
+}
+
+TEST_F(QuillBayControllerTest, EachItemReopensAtItsOwnScrollPlace)
+{
+    clickRow(t.harbour);
+    controller.pageFinishedLoading();
+    controller.pageScrolled(QPointF(0, 480));
+    clickRow(t.kitchen);
+    controller.pageFinishedLoading();
+    EXPECT_EQ(display.scrolls.last(), QPointF(0, 0));
+    clickRow(t.harbour);
+    // Scrolling reported while the new page loads belongs to no item.
+    controller.pageScrolled(QPointF(0, 5));
+    controller.pageFinishedLoading();
+    EXPECT_EQ(display.scrolls.last(), QPointF(0, 480));
+}
+
+TEST_F(QuillBayControllerTest, DisplayModeFontSizeAndFeedCommandsReachTheirTargets)
+{
+    controller.doToggleDisplayMode(HeadlinePage::ListMode);
+    AppTestLibrary::settle();
+    EXPECT_EQ(t.defaults.integer("ArticleDisplayModeKey"), 0);
+    EXPECT_TRUE(controller.window()->normalViewModeButton()->isChecked());
+    EXPECT_FALSE(controller.window()->pictureViewModeButton()->isChecked());
+    EXPECT_TRUE(display.pages.last().contains("Tide")) << "the list page is rebuilt";
+
+    t.defaults.setInteger("displayFontSize", 3);
+    t.center.post("SummaryWebViewFontSizeChanged");
+    EXPECT_DOUBLE_EQ(display.textSize, 1.5);
+
+    clickRow(t.harbour);
+    controller.doCopyFeedLink();
+    EXPECT_EQ(desktop.clipboard, "http://127.0.0.1:9/Harbour-Notes/");
+    controller.doEmailFeedLink();
+    const QString mail = desktop.opened.last().first.toString(QUrl::FullyEncoded);
+    EXPECT_TRUE(mail.startsWith("mailto:?subject=Harbour%20Notes&body=Hi%0A%0ACheck%20out"))
+        << mail.toStdString();
+
+    controller.linkHovered(QUrl("https://example.org/a"));
+    EXPECT_EQ(controller.window()->statusMessage()->text(), "https://example.org/a");
+    controller.linkHovered(QUrl("quillbay:article=x"));
+    EXPECT_EQ(controller.window()->statusMessage()->text(), "https://example.org/a");
+}
+
+} // namespace

@@ -1,10 +1,114 @@
+#include "app/ApplicationController.h"
+#include "app/BasicWindows.h"
 #include "app/HeadlinePageSchemeHandler.h"
+#include "app/MainWindow.h"
+#include "app/QBHeadlineWebView.h"
+#include "app/QuillBayController.h"
+#include "app/SingleInstance.h"
+#include "app/SystemDesktopServices.h"
+#include "fetch/FeedUpdater.h"
+#include "fetch/ImagingService.h"
+#include "fetch/TransferDefaults.h"
+#include "model/FeedLibrary.h"
+#include "model/SettingsTable.h"
+#include "platform/Defaults.h"
+#include "platform/NotificationCenter.h"
 
 #include <QApplication>
+#include <QFileInfo>
+#include <cstdio>
+
+namespace {
+
+bool hasDisplay()
+{
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
+
+// Files are handed over by absolute path, so that a running program finds them from its own folder.
+QStringList handedOverArguments(const QStringList &arguments)
+{
+    QStringList handed;
+    for (const QString &argument : arguments.mid(1)) {
+        if (argument.startsWith(u'-'))
+            continue;
+        handed.append(argument.startsWith(QLatin1String("feed:")) ? argument
+                                                                  : QFileInfo(argument).absoluteFilePath());
+    }
+    return handed;
+}
+
+void handOver(ApplicationController &controller, const QStringList &arguments)
+{
+    QStringList files;
+    for (const QString &argument : arguments) {
+        if (argument.startsWith(QLatin1String("feed:")))
+            controller.requestNewChannel(QUrl(argument));
+        else if (!argument.isEmpty())
+            files.append(argument);
+    }
+    if (!files.isEmpty())
+        controller.openFiles(files);
+}
+
+} // namespace
 
 int main(int argc, char **argv)
 {
+    if (!hasDisplay()) {
+        std::fputs(
+            "QuillBay needs a graphical display; without one, use quillbay-cli (quillbay-cli --help).\n",
+            stderr);
+        return 1;
+    }
     HeadlinePageSchemeHandler::registerSchemes();
     QApplication application(argc, argv);
-    return 0;
+    QApplication::setApplicationName(QStringLiteral("QuillBay"));
+    QApplication::setApplicationVersion(QStringLiteral(QB_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("quillbay"));
+
+    const QStringList arguments = handedOverArguments(QApplication::arguments());
+    SingleInstance instance;
+    if (instance.forwardToRunningInstance(arguments))
+        return 0;
+    instance.listen();
+
+    SettingsTable::install();
+    SystemDesktopServices desktop;
+    FeedUpdater &updater = FeedUpdater::sharedFeedUpdater();
+    QBHeadlineWebView *view = nullptr;
+    ApplicationController controller(FeedLibrary::feedLibrary(), updater, Defaults::standard(),
+                                     NotificationCenter::defaultCenter(), desktop, [&view] {
+                                         view = new QBHeadlineWebView(TransferDefaults::userAgent());
+                                         return view;
+                                     });
+    view->setDelegate(controller.mainWindowController());
+    BasicWindows windows(FeedLibrary::feedLibrary(), updater, NotificationCenter::defaultCenter(), desktop);
+    controller.setAuxiliaryWindows(&windows);
+    handOver(controller, arguments);
+    QObject::connect(&instance, &SingleInstance::argumentsReceived, &controller,
+                     [&controller](const QStringList &received) {
+                         handOver(controller, received);
+                         controller.applicationShouldHandleReopen();
+                     });
+    QObject::connect(&application, &QApplication::aboutToQuit, &controller, [&controller] {
+        controller.applicationWillTerminate();
+        ImagingService::sharedImagingService().terminate();
+    });
+    QObject::connect(&application, &QGuiApplication::applicationStateChanged, &controller,
+                     [&controller](Qt::ApplicationState state) {
+                         if (state == Qt::ApplicationActive && controller.appLoaded())
+                             controller.applicationDidBecomeActive();
+                     });
+    QMetaObject::invokeMethod(
+        &controller,
+        [&] {
+            controller.applicationDidFinishLaunching();
+            windows.setParentWindow(controller.mainWindowController()->window());
+            desktop.setDialogParent(controller.mainWindowController()->window());
+            ImagingService::sharedImagingService().start();
+        },
+        Qt::QueuedConnection);
+    return QApplication::exec();
 }

@@ -1,0 +1,493 @@
+#include "app/ApplicationController.h"
+
+#include "app/AuxiliaryWindows.h"
+#include "app/DesktopServices.h"
+#include "app/FindPanel.h"
+#include "app/HeadlineDisplay.h"
+#include "app/MainMenu.h"
+#include "app/MainWindow.h"
+#include "app/QuillBayController.h"
+#include "app/SideBarActions.h"
+#include "fetch/FeedUpdater.h"
+#include "headlines/HeadlinePage.h"
+#include "model/OPMLExporter.h"
+#include "platform/Defaults.h"
+#include "platform/NotificationCenter.h"
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QWidget>
+
+namespace {
+
+const QString productPage = QStringLiteral("https://quillbay.org/");
+const QString supportForum = QStringLiteral("https://quillbay.org/support/");
+
+} // namespace
+
+ApplicationController::ApplicationController(FeedLibrary &feedLibrary, FeedUpdater &feedUpdater,
+                                             Defaults &defaults, NotificationCenter &notificationCenter,
+                                             DesktopServices &desktop, DisplayFactory displayFactory)
+    : m_feedLibrary(feedLibrary), m_feedUpdater(feedUpdater), m_defaults(defaults),
+      m_notificationCenter(notificationCenter), m_desktop(desktop),
+      m_displayFactory(std::move(displayFactory))
+{
+    m_feedLibrary.load();
+    // The view announces itself with this from its first request.
+    m_defaults.setString(QStringLiteral("UserAgent"),
+                         QStringLiteral("QuillBay/%1 Macintosh").arg(QCoreApplication::applicationVersion()));
+    m_display = m_displayFactory();
+    m_displayWidget = m_display->widget();
+    m_mainController = std::make_unique<QuillBayController>(m_feedLibrary, m_feedUpdater, m_defaults,
+                                                            m_notificationCenter, m_desktop, *m_display);
+    connect(m_mainController.get(), &QuillBayController::refreshFeedRequested, this,
+            &ApplicationController::doRefreshSelectedFeed);
+    connect(m_mainController.get(), &QuillBayController::markFeedReadRequested, this,
+            &ApplicationController::doMarkSelectedFeedAsRead);
+    connect(m_mainController.get(), &QuillBayController::markFeedUnreadRequested, this,
+            &ApplicationController::doMarkSelectedFeedAsUnread);
+    connect(m_mainController.get(), &QuillBayController::editFeedRequested, this,
+            &ApplicationController::doEditSelectedFeed);
+}
+
+ApplicationController::~ApplicationController()
+{
+    m_menu.reset();
+    m_mainController.reset();
+    delete m_displayWidget;
+}
+
+void ApplicationController::setSideBar(SideBarActions *sideBar)
+{
+    m_sideBar = sideBar;
+    m_mainController->setSideBar(sideBar);
+}
+
+void ApplicationController::setAuxiliaryWindows(AuxiliaryWindows *windows)
+{
+    m_windows = windows;
+    m_mainController->setAuxiliaryWindows(windows);
+}
+
+// ---- start and end
+
+void ApplicationController::applicationDidFinishLaunching()
+{
+    m_mainController->setupMainWindow();
+    MainWindow *window = m_mainController->window();
+    m_menu = std::make_unique<MainMenu>(*this, *window);
+    connect(m_mainController.get(), &QuillBayController::displayModeChanged, m_menu.get(),
+            &MainMenu::markDisplayMode);
+    m_mainController->updateDisplayModeButtons();
+    m_findPanel = new FindPanel(window);
+    connect(m_findPanel, &FindPanel::findNextRequested, this,
+            [this](bool fromField) { doFindNext(fromField); });
+    connect(m_findPanel, &FindPanel::findPreviousRequested, this,
+            [this](bool fromField) { doFindPrevious(fromField); });
+    m_feedUpdater.resetDockIcon();
+    m_appLoaded = true;
+    if (m_performAddChannel) {
+        m_performAddChannel = false;
+        doNewFeed(m_newFeedURL);
+    }
+    if (m_performFileDrag && !m_draggedFiles.isEmpty()) {
+        m_performFileDrag = false;
+        openFiles(m_draggedFiles);
+    }
+}
+
+void ApplicationController::applicationWillTerminate()
+{
+    if (m_defaults.boolean(QStringLiteral("behaviorOnQuit")))
+        doMarkAllFeedsAsRead();
+    m_defaults.setBoolean(QStringLiteral("firstRun"), false);
+    m_mainController->saveWindowState();
+    m_feedLibrary.save();
+    m_feedUpdater.resetDockIcon();
+}
+
+void ApplicationController::applicationDidBecomeActive()
+{
+    m_mainController->reloadSourceList();
+}
+
+bool ApplicationController::applicationShouldHandleReopen()
+{
+    doOpenMainWindow();
+    return true;
+}
+
+// ---- files and addresses
+
+bool ApplicationController::openFile(const QString &path)
+{
+    openFiles({path});
+    return true;
+}
+
+void ApplicationController::openFiles(const QStringList &paths)
+{
+    if (!m_appLoaded) {
+        m_performFileDrag = true;
+        m_draggedFiles = paths;
+        return;
+    }
+    for (const QString &path : paths)
+        if (path.endsWith(QLatin1String(".opml")) || path.endsWith(QLatin1String(".xml")))
+            doImportFeeds(path);
+}
+
+void ApplicationController::requestNewChannel(const QUrl &address)
+{
+    if (!m_appLoaded) {
+        m_newFeedURL = address;
+        m_performAddChannel = true;
+        return;
+    }
+    doNewFeed(address);
+}
+
+// ---- validation
+
+bool ApplicationController::validateMenuItem(MenuCommand command) const
+{
+    using C = MenuCommand;
+    const qsizetype feeds = m_feedLibrary.selectedFeeds().size();
+    switch (command) {
+    case C::OpenSelectedFeedLink:
+    case C::EditSelectedFeed:
+    case C::RefreshSelectedFeed:
+    case C::MarkSelectedFeedAsUnread:
+    case C::MarkSelectedFeedAsRead:
+    case C::DeleteAllArticlesForSelectedFeed:
+        return feeds > 0;
+    case C::RemoveSelectedFeed:
+        return feeds > 0 || !m_feedLibrary.selectedItems().isEmpty();
+    case C::OpenLink:
+    case C::OpenLinkInBackground:
+    case C::AddToNewsBin:
+    case C::SpeakArticle:
+    case C::PostToBlog:
+    case C::EmailArticle:
+    case C::PostToInstapaper:
+    case C::PostToDelicious:
+    case C::PostToTwitter:
+    case C::PostToFacebook:
+    case C::PostToDigg:
+        return m_feedLibrary.selectedArticles().size() == 1;
+    case C::ShowPreviousArticle:
+    case C::ShowNextArticle:
+    case C::ShowNextUnreadArticle:
+    case C::BackToParent:
+        return !m_feedLibrary.selectedArticles().isEmpty();
+    default:
+        return true;
+    }
+}
+
+// ---- dispatch
+
+void ApplicationController::perform(MenuCommand command)
+{
+    if (command <= MenuCommand::FindPrevious)
+        performFileOrWindowCommand(command);
+    else if (command <= MenuCommand::DeleteAllArticlesForSelectedFeed)
+        performFeedCommand(command);
+    else
+        performArticleCommand(command);
+}
+
+void ApplicationController::performFileOrWindowCommand(MenuCommand command)
+{
+    using C = MenuCommand;
+    switch (command) {
+    case C::About:
+        if (m_windows)
+            m_windows->showAboutBox();
+        break;
+    case C::Preferences:
+        if (m_windows)
+            m_windows->showPreferences();
+        break;
+    case C::Quit:
+        QCoreApplication::quit();
+        break;
+    case C::NewFeed:
+        doNewFeed(QUrl());
+        break;
+    case C::NewGroup:
+        m_mainController->doAddFolder();
+        break;
+    case C::CloseWindow:
+        if (QWidget *window = QApplication::activeWindow())
+            window->close();
+        break;
+    case C::ImportFeeds:
+        doImportFeeds(QString());
+        break;
+    case C::ExportFeeds:
+        doExportFeeds();
+        break;
+    case C::Print:
+        m_mainController->printPage();
+        break;
+    case C::Find:
+        if (m_findPanel)
+            m_findPanel->present();
+        break;
+    case C::FindNext:
+        doFindNext();
+        break;
+    default:
+        doFindPrevious();
+        break;
+    }
+}
+
+void ApplicationController::performFeedCommand(MenuCommand command)
+{
+    using C = MenuCommand;
+    switch (command) {
+    case C::OpenSelectedFeedLink:
+        doOpenSelectedFeedLink();
+        break;
+    case C::EditSelectedFeed:
+        doEditSelectedFeed();
+        break;
+    case C::RemoveSelectedFeed:
+        m_mainController->doRemoveItem();
+        break;
+    case C::RefreshSelectedFeed:
+        doRefreshSelectedFeed();
+        break;
+    case C::RefreshAllFeeds:
+        doRefreshAllFeeds();
+        break;
+    case C::MarkSelectedFeedAsUnread:
+        doMarkSelectedFeedAsUnread();
+        break;
+    case C::MarkSelectedFeedAsRead:
+        doMarkSelectedFeedAsRead();
+        break;
+    case C::MarkAllFeedsAsRead:
+        doMarkAllFeedsAsRead();
+        break;
+    default:
+        doDeleteAllArticlesForSelectedFeed();
+        break;
+    }
+}
+
+void ApplicationController::performArticleCommand(MenuCommand command)
+{
+    using C = MenuCommand;
+    switch (command) {
+    case C::OpenLink:
+    case C::OpenLinkInBackground:
+        doOpenLink(command == C::OpenLinkInBackground);
+        break;
+    case C::AddToNewsBin:
+        doAddToNewsBin();
+        break;
+    case C::SpeakArticle:
+        forwardToSideBar([](SideBarActions &bar, const ArticlePtr &a) { bar.speakArticle(a); });
+        break;
+    case C::PostToBlog:
+        forwardToSideBar([](SideBarActions &bar, const ArticlePtr &a) { bar.postArticleToWeblogEditor(a); });
+        break;
+    case C::EmailArticle:
+        forwardToSideBar([](SideBarActions &bar, const ArticlePtr &a) { bar.postArticleInEmail(a); });
+        break;
+    case C::PostToDigg:
+    case C::PostToDelicious:
+    case C::PostToInstapaper:
+    case C::PostToTwitter:
+    case C::PostToFacebook: {
+        const int service = int(command) - int(C::PostToDigg) + 1;
+        forwardToSideBar(
+            [service](SideBarActions &bar, const ArticlePtr &a) { bar.postArticle(a, service); });
+        break;
+    }
+    case C::ShowPreviousArticle:
+        m_mainController->doPreviousItem();
+        break;
+    case C::ShowNextArticle:
+        m_mainController->doNextItem();
+        break;
+    case C::ShowNextUnreadArticle:
+        m_mainController->doNextUnreadItem();
+        break;
+    case C::BackToParent:
+        m_mainController->doBreadCrumbClick();
+        break;
+    case C::ViewAsList:
+    case C::ViewAsPictureTiles:
+        doViewAs(command == C::ViewAsList ? HeadlinePage::ListMode : HeadlinePage::TileMode);
+        break;
+    case C::OpenMainWindow:
+        doOpenMainWindow();
+        break;
+    case C::ShowProductPage:
+        m_desktop.openUrl(QUrl(productPage), false);
+        break;
+    default:
+        m_desktop.openUrl(QUrl(supportForum), false);
+        break;
+    }
+}
+
+// ---- commands
+
+void ApplicationController::doNewFeed(const QUrl &address)
+{
+    m_mainController->doAddFeed(address);
+}
+
+void ApplicationController::doImportFeeds(const QString &path)
+{
+    if (m_windows)
+        m_windows->runOPMLImporter(path);
+}
+
+void ApplicationController::doExportFeeds()
+{
+    const QString path =
+        QFileDialog::getSaveFileName(m_mainController->window(), tr("Export Feeds"),
+                                     QStringLiteral("Feeds.opml"), tr("OPML files (*.opml *.xml)"));
+    if (path.isEmpty())
+        return;
+    if (!OPMLExporter(m_feedLibrary.root()).saveToOPMLFile(path))
+        m_desktop.beep();
+}
+
+void ApplicationController::find(bool forward, bool fromFindField)
+{
+    const QString text = m_findPanel ? m_findPanel->text() : QString();
+    if (text.isEmpty()) {
+        m_desktop.beep();
+        return;
+    }
+    m_mainController->doFind(text, forward);
+    if (fromFindField)
+        m_findPanel->hide();
+}
+
+void ApplicationController::doFindNext(bool fromFindField)
+{
+    find(true, fromFindField);
+}
+
+void ApplicationController::doFindPrevious(bool fromFindField)
+{
+    find(false, fromFindField);
+}
+
+void ApplicationController::doOpenSelectedFeedLink()
+{
+    for (const FeedPtr &feed : m_feedLibrary.selectedFeeds())
+        m_mainController->doOpenURL(feed->link(), false);
+    if (m_defaults.boolean(QStringLiteral("behaviorWebOpened")))
+        doMarkSelectedFeedAsRead();
+    else
+        m_notificationCenter.post(QStringLiteral("FeedUnreadCountChangedNotification"));
+}
+
+void ApplicationController::doEditSelectedFeed()
+{
+    m_notificationCenter.post(QStringLiteral("feedSelectionChanged"));
+    if (m_windows)
+        m_windows->showFeedEditor();
+}
+
+void ApplicationController::doRefreshSelectedFeed()
+{
+    for (const FeedPtr &feed : m_feedLibrary.selectedFeeds())
+        m_feedUpdater.requestFeedDownload(feed);
+}
+
+void ApplicationController::doRefreshAllFeeds()
+{
+    for (const FeedPtr &feed : m_feedLibrary.allFeeds())
+        m_feedUpdater.requestFeedDownload(feed);
+}
+
+void ApplicationController::applySelectedFeedState(int state)
+{
+    for (const FeedPtr &feed : m_feedLibrary.selectedFeeds())
+        m_feedLibrary.applyArticleState(state, feed, false);
+    m_notificationCenter.post(QStringLiteral("FeedUnreadCountChangedNotification"));
+    m_notificationCenter.post(QStringLiteral("feedLibraryModified"));
+}
+
+void ApplicationController::doMarkSelectedFeedAsUnread()
+{
+    applySelectedFeedState(Article::Unread);
+}
+
+void ApplicationController::doMarkSelectedFeedAsRead()
+{
+    applySelectedFeedState(Article::Read);
+}
+
+void ApplicationController::doMarkAllFeedsAsRead()
+{
+    for (const FeedPtr &feed : m_feedLibrary.allFeeds())
+        m_feedLibrary.applyArticleState(Article::Read, feed, false);
+    m_notificationCenter.post(QStringLiteral("feedLibraryModified"));
+    m_notificationCenter.post(QStringLiteral("FeedUnreadCountChangedNotification"));
+}
+
+void ApplicationController::doDeleteAllArticlesForSelectedFeed()
+{
+    const FeedList feeds = m_feedLibrary.selectedFeeds();
+    if (feeds.isEmpty())
+        return;
+    m_feedLibrary.removeChildrenForItem(feeds.last(), true);
+    m_notificationCenter.post(QStringLiteral("feedLibraryModified"));
+    m_notificationCenter.post(QStringLiteral("FeedUnreadCountChangedNotification"));
+}
+
+ArticlePtr ApplicationController::selectedArticle() const
+{
+    const TreeNodeList articles = m_feedLibrary.selectedArticles();
+    return articles.isEmpty() ? nullptr : std::dynamic_pointer_cast<Article>(articles.first());
+}
+
+void ApplicationController::doOpenLink(bool inBackground)
+{
+    if (const ArticlePtr article = selectedArticle())
+        m_mainController->doOpenURL(article->link(), inBackground);
+}
+
+void ApplicationController::doAddToNewsBin()
+{
+    m_mainController->openSideBar();
+    forwardToSideBar([](SideBarActions &bar, const ArticlePtr &a) { bar.doAdd(a); });
+}
+
+void ApplicationController::forwardToSideBar(
+    const std::function<void(SideBarActions &, const ArticlePtr &)> &action)
+{
+    const ArticlePtr article = selectedArticle();
+    if (m_sideBar && article)
+        action(*m_sideBar, article);
+    else
+        m_desktop.beep();
+}
+
+void ApplicationController::doViewAs(int displayMode)
+{
+    m_defaults.setInteger(QStringLiteral("ArticleDisplayModeKey"), displayMode);
+    m_mainController->headlinePage().setDisplayMode(displayMode);
+    m_mainController->updateDisplayModeButtons();
+    m_mainController->reload();
+}
+
+void ApplicationController::doOpenMainWindow()
+{
+    if (MainWindow *window = m_mainController->window()) {
+        window->showNormal();
+        window->raise();
+        window->activateWindow();
+    }
+}

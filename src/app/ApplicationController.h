@@ -1,0 +1,108 @@
+// The program's delegate: it loads the library before any window exists, builds the main window,
+// parks files and feed addresses that arrive early, carries out the menu commands and saves on quit.
+// It owns the long-lived controllers; it never draws anything itself.
+#pragma once
+
+#include "app/MenuCommand.h"
+#include "model/FeedLibrary.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <QUrl>
+#include <functional>
+#include <memory>
+
+class AuxiliaryWindows;
+class Defaults;
+class DesktopServices;
+class FeedUpdater;
+class FindPanel;
+class HeadlineDisplay;
+class MainMenu;
+class NotificationCenter;
+class QuillBayController;
+class SideBarActions;
+class QWidget;
+
+class ApplicationController : public QObject
+{
+    Q_OBJECT
+
+public:
+    // The headline view is made when the window is, after the library has loaded.
+    using DisplayFactory = std::function<HeadlineDisplay *()>;
+
+    ApplicationController(FeedLibrary &feedLibrary, FeedUpdater &feedUpdater, Defaults &defaults,
+                          NotificationCenter &notificationCenter, DesktopServices &desktop,
+                          DisplayFactory displayFactory);
+    ~ApplicationController() override;
+
+    void setSideBar(SideBarActions *sideBar);
+    void setAuxiliaryWindows(AuxiliaryWindows *windows);
+
+    void applicationDidFinishLaunching();
+    void applicationWillTerminate();
+    void applicationDidBecomeActive();
+    bool applicationShouldHandleReopen();
+
+    // Files and feed addresses handed to the program, on its command line or by a second start.
+    bool openFile(const QString &path);
+    void openFiles(const QStringList &paths);
+    void requestNewChannel(const QUrl &address);
+    bool appLoaded() const { return m_appLoaded; }
+
+    QuillBayController *mainWindowController() const { return m_mainController.get(); }
+    FindPanel *findPanel() const { return m_findPanel; }
+
+    bool validateMenuItem(MenuCommand command) const;
+    void perform(MenuCommand command);
+
+    // The commands.
+    void doNewFeed(const QUrl &address);
+    void doImportFeeds(const QString &path);
+    void doExportFeeds();
+    void doFindNext(bool fromFindField = false);
+    void doFindPrevious(bool fromFindField = false);
+    void doOpenSelectedFeedLink();
+    void doEditSelectedFeed();
+    void doRefreshSelectedFeed();
+    void doRefreshAllFeeds();
+    void doMarkSelectedFeedAsUnread();
+    void doMarkSelectedFeedAsRead();
+    void doMarkAllFeedsAsRead();
+    void doDeleteAllArticlesForSelectedFeed();
+    void doOpenLink(bool inBackground);
+    void doAddToNewsBin();
+    void doViewAs(int displayMode);
+    void doOpenMainWindow();
+
+private:
+    void applySelectedFeedState(int state);
+    void forwardToSideBar(const std::function<void(SideBarActions &, const ArticlePtr &)> &action);
+    void find(bool forward, bool fromFindField);
+    ArticlePtr selectedArticle() const;
+    void performFileOrWindowCommand(MenuCommand command);
+    void performFeedCommand(MenuCommand command);
+    void performArticleCommand(MenuCommand command);
+
+    FeedLibrary &m_feedLibrary;
+    FeedUpdater &m_feedUpdater;
+    Defaults &m_defaults;
+    NotificationCenter &m_notificationCenter;
+    DesktopServices &m_desktop;
+    DisplayFactory m_displayFactory;
+    HeadlineDisplay *m_display = nullptr;
+    // The window owns the view once it exists; until then nobody else does.
+    QPointer<QWidget> m_displayWidget;
+    std::unique_ptr<QuillBayController> m_mainController;
+    std::unique_ptr<MainMenu> m_menu;
+    FindPanel *m_findPanel = nullptr;
+    SideBarActions *m_sideBar = nullptr;
+    AuxiliaryWindows *m_windows = nullptr;
+    bool m_appLoaded = false;
+    bool m_performFileDrag = false;
+    QStringList m_draggedFiles;
+    bool m_performAddChannel = false;
+    QUrl m_newFeedURL;
+};

@@ -1,0 +1,48 @@
+// The application-wide commands the menus carry, by name; the application controller carries them out
+// and says which of them may run.
+#pragma once
+
+enum class MenuCommand
+{
+    About,
+    Preferences,
+    Quit,
+    NewFeed,
+    NewGroup,
+    CloseWindow,
+    ImportFeeds,
+    ExportFeeds,
+    Print,
+    Find,
+    FindNext,
+    FindPrevious,
+    OpenSelectedFeedLink,
+    EditSelectedFeed,
+    RemoveSelectedFeed,
+    RefreshSelectedFeed,
+    RefreshAllFeeds,
+    MarkSelectedFeedAsUnread,
+    MarkSelectedFeedAsRead,
+    MarkAllFeedsAsRead,
+    DeleteAllArticlesForSelectedFeed,
+    OpenLink,
+    OpenLinkInBackground,
+    AddToNewsBin,
+    SpeakArticle,
+    PostToBlog,
+    EmailArticle,
+    PostToDigg,
+    PostToDelicious,
+    PostToInstapaper,
+    PostToTwitter,
+    PostToFacebook,
+    ShowPreviousArticle,
+    ShowNextArticle,
+    ShowNextUnreadArticle,
+    BackToParent,
+    ViewAsList,
+    ViewAsPictureTiles,
+    OpenMainWindow,
+    ShowProductPage,
+    ShowSupportForum
+};

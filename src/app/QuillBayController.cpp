@@ -243,8 +243,12 @@ void QuillBayController::updateBreadCrumbs()
     // The unread-only view keeps whatever the side bar showed.
     if (!m_window || m_breadCrumbMode == 4)
         return;
-    m_window->mainNavBar()->setTitle(breadCrumbTitle());
+    const QString title = breadCrumbTitle();
+    m_window->mainNavBar()->setTitle(title);
     m_window->mainNavBar()->setBackEnabled(isBackEnabled());
+    // The task bar shows what is being read, as browsers show the page.
+    m_window->setWindowTitle(title.isEmpty() ? QStringLiteral("QuillBay")
+                                             : title + QStringLiteral(" — QuillBay"));
 }
 
 void QuillBayController::doBreadCrumbClick()

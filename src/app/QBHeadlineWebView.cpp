@@ -38,6 +38,9 @@ QBHeadlineWebView::QBHeadlineWebView(const QString &userAgent, QWidget *parent)
 {
     m_profile->setHttpUserAgent(userAgent);
     m_profile->installUrlSchemeHandler(HeadlinePageSchemeHandler::schemeName(), m_pages);
+    // Without a handler the engine blocks script-set command addresses before asking the page; with
+    // one they reach the policy, which never lets them load.
+    m_profile->installUrlSchemeHandler(QByteArrayLiteral("quillbay"), m_pages);
     m_profile->setUrlRequestInterceptor(m_fileGuard);
     m_page = new QBHeadlineWebPage(m_profile, *m_pages, this);
     m_page->setUserActedRecently([this] { return userActedRecently(); });

@@ -5,12 +5,27 @@
 
 namespace {
 
-// Folders compared by their real paths, each with its separator, so that "images-extra" is not
-// taken for "images" and a symbolic link cannot lead outside.
+// The real path of a file that may not exist: its deepest existing folder resolved, the rest as written,
+// so that a symbolic link on the way cannot lead outside unseen.
+QString realPath(const QString &path)
+{
+    QString existing = QDir::cleanPath(path);
+    QString rest;
+    while (!existing.isEmpty() && !QFileInfo::exists(existing)) {
+        const qsizetype slash = existing.lastIndexOf(u'/');
+        if (slash < 0)
+            return QDir::cleanPath(path);
+        rest = existing.mid(slash) + rest;
+        existing = existing.left(slash);
+    }
+    const QString resolved = QFileInfo(existing.isEmpty() ? QStringLiteral("/") : existing).canonicalFilePath();
+    return resolved == QLatin1String("/") ? rest : resolved + rest;
+}
+
+// Folders carry their separator, so that "images-extra" is not taken for "images".
 QString canonicalFolder(const QString &folder)
 {
-    const QString real = QFileInfo(folder).canonicalFilePath();
-    return (real.isEmpty() ? QDir::cleanPath(folder) : real) + u'/';
+    return realPath(folder) + u'/';
 }
 
 } // namespace
@@ -26,9 +41,7 @@ bool LocalFileGuard::mayLoad(const QUrl &url) const
 {
     if (!url.isLocalFile())
         return url.scheme() != QLatin1String("file");
-    const QString cleaned = QDir::cleanPath(url.toLocalFile());
-    const QString real = QFileInfo(cleaned).canonicalFilePath();
-    const QString path = real.isEmpty() ? cleaned : real;
+    const QString path = realPath(url.toLocalFile());
     for (const QString &folder : m_allowedFolders)
         if (path.startsWith(folder))
             return true;

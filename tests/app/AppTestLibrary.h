@@ -31,6 +31,17 @@ public:
             addArticle(sky, QString("Comet %1").arg(i), 1 + i);
         }
         library.updateUnreadCounts();
+        // Saved, so that a controller that loads the library again finds this one.
+        library.save();
+    }
+
+    // After the library was loaded again, the fixture's names point at the loaded nodes.
+    void rebind()
+    {
+        harbour = std::dynamic_pointer_cast<Feed>(library.itemWithUniqueID(harbour->uniqueID()));
+        kitchen = std::dynamic_pointer_cast<Feed>(library.itemWithUniqueID(kitchen->uniqueID()));
+        folder = std::dynamic_pointer_cast<Folder>(library.itemWithUniqueID(folder->uniqueID()));
+        sky = std::dynamic_pointer_cast<Feed>(library.itemWithUniqueID(sky->uniqueID()));
     }
 
     FeedPtr addFeed(const QString &title, const TreeNodePtr &into)

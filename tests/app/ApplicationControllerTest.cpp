@@ -1,0 +1,128 @@
+#include "app/ApplicationController.h"
+
+#include "AppTestDoubles.h"
+#include "AppTestLibrary.h"
+#include "app/FindPanel.h"
+#include "app/QuillBayController.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class ApplicationControllerTest : public ::testing::Test
+{
+protected:
+    ApplicationControllerTest()
+    {
+        t.defaults.setBoolean("firstRun", false);
+        t.rebind();
+        controller.setAuxiliaryWindows(&windows);
+    }
+
+    AppTestLibrary t;
+    RecordingDesktop desktop;
+    RecordingWindows windows;
+    RecordingDisplay *display = nullptr;
+    ApplicationController controller{t.library, t.updater, t.defaults, t.center, desktop, [this] {
+                                         display = new RecordingDisplay;
+                                         return display;
+                                     }};
+};
+
+TEST_F(ApplicationControllerTest, AddressesAndFilesArrivingDuringLaunchWaitForTheWindowAndTheAddressGoesFirst)
+{
+    EXPECT_TRUE(controller.openFile("/data/old.opml"));
+    controller.openFiles({"/data/Feeds.OPML", "/data/feeds.xml", "/data/notes.txt"});
+    controller.requestNewChannel(QUrl("feed://127.0.0.1/first.xml"));
+    controller.requestNewChannel(QUrl("feed://127.0.0.1/second.xml"));
+    EXPECT_TRUE(windows.calls.isEmpty()) << "nothing happens before the window exists";
+
+    controller.applicationDidFinishLaunching();
+    // A later arrival replaces an earlier one; only the lower-case suffixes are subscription lists.
+    EXPECT_EQ(windows.calls, QStringList({"add feed://127.0.0.1/second.xml", "import /data/feeds.xml"}));
+
+    windows.calls.clear();
+    controller.openFiles({"/data/more.opml"});
+    EXPECT_EQ(windows.calls, QStringList({"import /data/more.opml"})) << "after launching, at once";
+}
+
+TEST_F(ApplicationControllerTest, MenuItemsAreEnabledByWhatIsSelected)
+{
+    using C = MenuCommand;
+    t.library.setSelectedItems({});
+    for (C command : {C::About, C::RefreshAllFeeds, C::MarkAllFeedsAsRead, C::ViewAsList, C::FindNext})
+        EXPECT_TRUE(controller.validateMenuItem(command));
+    for (C command : {C::RefreshSelectedFeed, C::RemoveSelectedFeed, C::OpenLink, C::ShowNextArticle})
+        EXPECT_FALSE(controller.validateMenuItem(command));
+
+    t.library.setSelectedItems({t.folder});
+    EXPECT_TRUE(controller.validateMenuItem(C::RemoveSelectedFeed)) << "any item can be removed";
+    EXPECT_TRUE(controller.validateMenuItem(C::RefreshSelectedFeed)) << "the folder's feed counts";
+
+    t.library.setSelectedItems({t.harbour});
+    EXPECT_TRUE(controller.validateMenuItem(C::ShowNextUnreadArticle));
+    EXPECT_FALSE(controller.validateMenuItem(C::AddToNewsBin)) << "three articles are not one";
+
+    t.library.setSelectedItems({t.article(t.harbour, 0)});
+    for (C command : {C::OpenLink, C::AddToNewsBin, C::PostToDigg, C::BackToParent})
+        EXPECT_TRUE(controller.validateMenuItem(command));
+    EXPECT_FALSE(controller.validateMenuItem(C::MarkSelectedFeedAsRead));
+}
+
+TEST_F(ApplicationControllerTest, FeedCommandsChangeStatesOnlyWhereThePreferencesSay)
+{
+    controller.applicationDidFinishLaunching();
+    t.library.setSelectedItems({t.harbour});
+    t.defaults.setBoolean("behaviorWebOpened", false);
+    controller.perform(MenuCommand::OpenSelectedFeedLink);
+    ASSERT_EQ(desktop.opened.size(), 1);
+    EXPECT_EQ(desktop.opened.first().first, t.harbour->link());
+    EXPECT_EQ(t.article(t.harbour, 0)->state(), Article::Unread);
+
+    t.defaults.setBoolean("behaviorWebOpened", true);
+    controller.perform(MenuCommand::OpenSelectedFeedLink);
+    EXPECT_EQ(t.article(t.harbour, 0)->state(), Article::Read);
+    EXPECT_EQ(t.article(t.kitchen, 0)->state(), Article::Unread);
+
+    controller.perform(MenuCommand::MarkSelectedFeedAsUnread);
+    EXPECT_EQ(t.article(t.harbour, 0)->state(), Article::Unread);
+}
+
+TEST_F(ApplicationControllerTest, FindingNothingBeepsAndFindingFromTheFieldHidesThePanel)
+{
+    controller.applicationDidFinishLaunching();
+    controller.doFindNext();
+    EXPECT_EQ(desktop.beeps, 1);
+    EXPECT_TRUE(display->searches.isEmpty());
+
+    FindPanel *panel = controller.findPanel();
+    panel->present();
+    panel->setText("tide");
+    controller.doFindPrevious();
+    EXPECT_TRUE(panel->isVisible()) << "the buttons keep the panel open";
+    controller.doFindNext(true);
+    EXPECT_FALSE(panel->isVisible()) << "Return in the field hides it";
+    ASSERT_EQ(display->searches.size(), 2);
+    EXPECT_EQ(display->searches.at(0), std::make_pair(QString("tide"), false));
+    EXPECT_EQ(display->searches.at(1), std::make_pair(QString("tide"), true));
+}
+
+TEST_F(ApplicationControllerTest, QuittingMarksEverythingReadFirstWhenAskedThenSavesAndEndsTheFirstRun)
+{
+    controller.applicationDidFinishLaunching();
+    t.defaults.setBoolean("firstRun", true);
+    t.defaults.setBoolean("behaviorOnQuit", true);
+    controller.applicationWillTerminate();
+    EXPECT_FALSE(t.defaults.boolean("firstRun"));
+    EXPECT_EQ(t.library.totalUnreadArticleCount(), 0);
+
+    FeedLibrary reloaded;
+    reloaded.load();
+    int unread = 0;
+    for (const ArticlePtr &article : reloaded.allArticles())
+        unread += article->state() != Article::Read;
+    EXPECT_EQ(reloaded.allFeeds().size(), 3);
+    EXPECT_EQ(unread, 0) << "the states were saved after being marked";
+}
+
+} // namespace

@@ -368,8 +368,10 @@ void ApplicationController::find(bool forward, bool fromFindField)
         return;
     }
     m_mainController->doFind(text, forward);
-    if (fromFindField)
+    if (fromFindField) {
         m_findPanel->hide();
+        doOpenMainWindow();
+    }
 }
 
 void ApplicationController::doFindNext(bool fromFindField)

@@ -20,7 +20,8 @@ const char *const FlatButtons =
     "QToolButton, QPushButton { border: none; background: transparent; padding: 2px 6px; }"
     "QToolButton:hover, QPushButton:hover { background: rgba(255, 255, 255, 60);"
     " border-radius: 4px; }"
-    "QToolButton:pressed, QPushButton:pressed { background: rgba(0, 0, 0, 40); }";
+    "QToolButton:pressed, QPushButton:pressed { background: rgba(0, 0, 0, 40); }"
+    "QToolButton:checked { background: rgba(0, 0, 0, 45); border-radius: 4px; }";
 
 // A left-pointing chevron in the text colour, drawn at the screen's density so it stays crisp.
 QPixmap backArrow(const QColor &colour)

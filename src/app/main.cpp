@@ -17,6 +17,7 @@
 #include <QApplication>
 #include <QFileInfo>
 #include <cstdio>
+#include <unistd.h>
 
 namespace {
 
@@ -62,6 +63,9 @@ int main(int argc, char **argv)
             stderr);
         return 1;
     }
+    // The web engine's sandbox refuses to start for root, as in containers and CI; nothing else does.
+    if (geteuid() == 0 && qEnvironmentVariableIsEmpty("QTWEBENGINE_DISABLE_SANDBOX"))
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
     HeadlinePageSchemeHandler::registerSchemes();
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("QuillBay"));

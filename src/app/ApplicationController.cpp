@@ -79,6 +79,7 @@ void ApplicationController::applicationDidFinishLaunching()
     connect(m_mainController.get(), &QuillBayController::displayModeChanged, m_menu.get(),
             &MainMenu::markDisplayMode);
     m_mainController->updateDisplayModeButtons();
+    m_mainController->setArticleContextualMenu(m_menu->articleMenu());
     m_findPanel = new FindPanel(window);
     connect(m_findPanel, &FindPanel::findNextRequested, this,
             [this](bool fromField) { doFindNext(fromField); });

@@ -18,7 +18,8 @@ QString realPath(const QString &path)
         rest = existing.mid(slash) + rest;
         existing = existing.left(slash);
     }
-    const QString resolved = QFileInfo(existing.isEmpty() ? QStringLiteral("/") : existing).canonicalFilePath();
+    const QString resolved =
+        QFileInfo(existing.isEmpty() ? QStringLiteral("/") : existing).canonicalFilePath();
     return resolved == QLatin1String("/") ? rest : resolved + rest;
 }
 

@@ -86,9 +86,12 @@ QWidget *MainWindow::buildHeadlinePane(QWidget *headlinePane)
     m_normalViewModeButton->setObjectName(QStringLiteral("listModeButton"));
     m_pictureViewModeButton = barButton(QStringLiteral("tiles"), tr("Show as picture tiles"));
     m_pictureViewModeButton->setObjectName(QStringLiteral("tileModeButton"));
+    m_articleActionButton = barButton(QStringLiteral("action"), tr("Article actions"));
+    m_articleActionButton->setObjectName(QStringLiteral("articleActionButton"));
     m_toggleSideBarButton = barButton(QStringLiteral("expand"), tr("Show or hide the side bar"));
     for (QToolButton *button : {m_normalViewModeButton, m_pictureViewModeButton})
         button->setCheckable(true);
+    m_mainNavBar->addTrailingWidget(m_articleActionButton);
     m_mainNavBar->addTrailingWidget(m_normalViewModeButton);
     m_mainNavBar->addTrailingWidget(m_pictureViewModeButton);
     m_mainNavBar->addTrailingWidget(m_toggleSideBarButton);

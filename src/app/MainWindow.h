@@ -31,6 +31,7 @@ public:
     QToolButton *normalViewModeButton() const { return m_normalViewModeButton; }
     QToolButton *pictureViewModeButton() const { return m_pictureViewModeButton; }
     QToolButton *toggleSideBarButton() const { return m_toggleSideBarButton; }
+    QToolButton *articleActionButton() const { return m_articleActionButton; }
     QToolButton *addButton() const { return m_addButton; }
     QToolButton *removeButton() const { return m_removeButton; }
 
@@ -70,6 +71,7 @@ private:
     QToolButton *m_normalViewModeButton = nullptr;
     QToolButton *m_pictureViewModeButton = nullptr;
     QToolButton *m_toggleSideBarButton = nullptr;
+    QToolButton *m_articleActionButton = nullptr;
     QToolButton *m_addButton = nullptr;
     QToolButton *m_removeButton = nullptr;
     QColor m_iconColour = Qt::black;

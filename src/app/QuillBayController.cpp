@@ -561,6 +561,12 @@ void QuillBayController::updateDisplayModeButtons()
     emit displayModeChanged(mode);
 }
 
+void QuillBayController::doArticleActionMenu(QWidget *sender)
+{
+    if (m_articleContextualMenu && sender)
+        m_articleContextualMenu->popup(sender->mapToGlobal(QPoint(0, sender->height())));
+}
+
 void QuillBayController::openSideBar()
 {
     if (m_window)
@@ -761,6 +767,8 @@ void QuillBayController::wireWindow()
     connect(window->pictureViewModeButton(), &QToolButton::clicked, this,
             [this] { doToggleDisplayMode(HeadlinePage::TileMode); });
     connect(window, &MainWindow::sideBarToggled, this, &QuillBayController::doToggleSideBar);
+    connect(window->articleActionButton(), &QToolButton::clicked, this,
+            [this] { doArticleActionMenu(m_window->articleActionButton()); });
     connect(window->addButton(), &QToolButton::clicked, this,
             [this] { doAddItem(QGuiApplication::keyboardModifiers().testFlag(Qt::AltModifier)); });
     connect(window->removeButton(), &QToolButton::clicked, this, &QuillBayController::doRemoveItem);

@@ -19,6 +19,7 @@ class DesktopServices;
 class FeedUpdater;
 class HeadlineDisplay;
 class MainWindow;
+class QMenu;
 class NotificationCenter;
 class SideBarActions;
 class SourceListModel;
@@ -74,6 +75,9 @@ public:
     // Display.
     void doToggleDisplayMode(int mode);
     void updateDisplayModeButtons();
+    void setArticleContextualMenu(QMenu *menu) { m_articleContextualMenu = menu; }
+    // Pops the article menu up below the button, as a right-click there would.
+    void doArticleActionMenu(QWidget *sender);
     void openSideBar();
     void doToggleSideBar();
 
@@ -144,6 +148,7 @@ private:
     HeadlinePage m_page;
     HeadlineLinkPolicy m_linkPolicy;
     SideBarActions *m_sideBar = nullptr;
+    QMenu *m_articleContextualMenu = nullptr;
     AuxiliaryWindows *m_windows = nullptr;
     std::unique_ptr<MainWindow> m_window;
     SourceListModel *m_model = nullptr;

@@ -32,6 +32,15 @@ void drawSideBar(QPainter &painter, bool shown)
     painter.drawPolyline(QPolygonF({QPointF(back, 12), QPointF(tip, 16), QPointF(back, 20)}));
 }
 
+// A box with an arrow leaving it: the article's actions (open, share, keep).
+void drawAction(QPainter &painter)
+{
+    painter.drawPolyline(QPolygonF({QPointF(12, 12), QPointF(8, 12), QPointF(8, 26), QPointF(24, 26),
+                                    QPointF(24, 12), QPointF(20, 12)}));
+    painter.drawLine(QPointF(16, 5), QPointF(16, 19));
+    painter.drawPolyline(QPolygonF({QPointF(12, 9), QPointF(16, 5), QPointF(20, 9)}));
+}
+
 } // namespace
 
 QIcon ToolbarIcons::icon(const QString &name, const QColor &colour)
@@ -45,6 +54,8 @@ QIcon ToolbarIcons::icon(const QString &name, const QColor &colour)
         drawList(painter);
     else if (name == QLatin1String("tiles"))
         drawTiles(painter);
+    else if (name == QLatin1String("action"))
+        drawAction(painter);
     else if (name == QLatin1String("expand") || name == QLatin1String("collapse"))
         drawSideBar(painter, name == QLatin1String("collapse"));
     else {

@@ -9,6 +9,6 @@
 class ToolbarIcons
 {
 public:
-    // "list", "tiles", "add", "remove", "expand" (side bar hidden) and "collapse" (side bar shown).
+    // "list", "tiles", "action", "add", "remove", "expand" (side bar hidden) and "collapse" (side bar shown).
     static QIcon icon(const QString &name, const QColor &colour);
 };

@@ -1,5 +1,6 @@
 #include "app/SourceListView.h"
 
+#include "TestTree.h"
 #include "app/SourceListDelegate.h"
 #include "model/FeedLibrary.h"
 #include "model/SourceListModel.h"
@@ -14,23 +15,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-FolderPtr makeFolder(FeedLibrary &library, const QString &title, const TreeNodePtr &into)
-{
-    auto folder = std::make_shared<Folder>();
-    folder->setTitle(title);
-    library.add(folder, into, into->childCount());
-    return folder;
-}
-
-FeedPtr makeFeed(FeedLibrary &library, const QString &title, const TreeNodePtr &into)
-{
-    auto feed = std::make_shared<Feed>();
-    feed->setTitle(title);
-    feed->setFeed(QUrl("https://example.org/" + title + ".xml"));
-    library.add(feed, into, into->childCount());
-    return feed;
-}
 
 void addUnreadArticles(const FeedPtr &feed, int count)
 {

@@ -1,5 +1,6 @@
 #include "model/SourceListModel.h"
 
+#include "TestTree.h"
 #include "model/FeedLibrary.h"
 #include "platform/Defaults.h"
 
@@ -9,23 +10,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-FolderPtr makeFolder(FeedLibrary &library, const QString &title, const TreeNodePtr &into)
-{
-    auto folder = std::make_shared<Folder>();
-    folder->setTitle(title);
-    library.add(folder, into, into->childCount());
-    return folder;
-}
-
-FeedPtr makeFeed(FeedLibrary &library, const QString &title, const TreeNodePtr &into)
-{
-    auto feed = std::make_shared<Feed>();
-    feed->setTitle(title);
-    feed->setFeed(QUrl("https://example.org/" + title + ".xml"));
-    library.add(feed, into, into->childCount());
-    return feed;
-}
 
 void addArticle(const FeedPtr &feed, int state)
 {

@@ -1,0 +1,9 @@
+// Folders and feeds made and added to a library in one line, for tests that build small trees.
+#pragma once
+
+#include "model/FeedLibrary.h"
+
+// Appended as the last child of the given node.
+FolderPtr makeFolder(FeedLibrary &library, const QString &title, const TreeNodePtr &into);
+// With an address on example.org named after the title.
+FeedPtr makeFeed(FeedLibrary &library, const QString &title, const TreeNodePtr &into);

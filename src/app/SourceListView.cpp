@@ -181,8 +181,17 @@ void SourceListView::dataChanged(const QModelIndex &topLeft, const QModelIndex &
                                  const QList<int> &roles)
 {
     QTreeView::dataChanged(topLeft, bottomRight, roles);
-    if (roles.isEmpty() || roles.contains(SourceListModel::DownloadingRole))
-        updateSpinner();
+    // A refresh of every row signals once per folder; the rows are walked once for all of them.
+    if ((roles.isEmpty() || roles.contains(SourceListModel::DownloadingRole)) && !m_spinnerCheckQueued) {
+        m_spinnerCheckQueued = true;
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                m_spinnerCheckQueued = false;
+                updateSpinner();
+            },
+            Qt::QueuedConnection);
+    }
 }
 
 bool SourceListView::anyRowDownloading(const QModelIndex &parent) const

@@ -55,6 +55,7 @@ private:
     Defaults &m_defaults;
     SourceListDelegate *m_delegate;
     QTimer m_spinnerTimer;
+    bool m_spinnerCheckQueued = false;
     bool m_silent = false;
     bool m_restoring = false;
 };

@@ -2,6 +2,7 @@
 
 #include "app/ApplicationController.h"
 #include "headlines/HeadlinePage.h"
+#include "platform/LocalizedStrings.h"
 
 #include <QActionGroup>
 #include <QMainWindow>
@@ -67,9 +68,13 @@ void MainMenu::buildMenus()
     // N steps to the next unread article too, as in most readers.
     action(C::ShowNextUnreadArticle)->setShortcuts({QKeySequence(Qt::Key_Space), QKeySequence(Qt::Key_N)});
     addMenu(tr("&Window"), {{C::OpenMainWindow, tr("&Main Window"), QKeySequence(QStringLiteral("Ctrl+0"))}});
-    addMenu(tr("&Help"), {{C::ShowProductPage, tr("QuillBay &Web Site"), QKeySequence()},
-                          {C::ShowSupportForum, tr("&Support Forum"), QKeySequence()},
-                          {C::About, tr("&About QuillBay"), QKeySequence()}});
+    QMenu *help = addMenu(tr("&Help"), {{C::ShowProductPage, tr("QuillBay &Web Site"), QKeySequence()},
+                                        {C::ShowSupportForum, tr("&Support Forum"), QKeySequence()},
+                                        {C::About, tr("&About QuillBay"), QKeySequence()}});
+    // Linux packages are updated by the package manager; checking means reading the product page.
+    QAction *checkForUpdates = new QAction(LocalizedStrings::text(QStringLiteral("CheckForUpdates")), help);
+    help->insertAction(help->actions().value(1), checkForUpdates);
+    connect(checkForUpdates, &QAction::triggered, this, [this] { trigger(MenuCommand::ShowProductPage); });
 }
 
 QMenu *MainMenu::addMenu(const QString &title, const QList<Item> &items)

@@ -134,9 +134,6 @@ find_window() {
     [ -n "$window" ]
 }
 wait_for 60 "main window" find_window
-eval "$(xdotool getwindowgeometry --shell "$window")"
-left=$X top=$Y
-step "window $window at ${X},${Y}, ${WIDTH}x${HEIGHT}"
 
 article_count() {
     python3 - "$library/Articles.db" <<'PY' 2>/dev/null
@@ -148,6 +145,11 @@ PY
 all_articles_stored() { [ "$(article_count)" = 7 ]; }
 wait_for 60 "seven stored articles from the three feeds" all_articles_stored
 step "feeds downloaded"
+# The window may be made anew while it settles, so it is looked up again once the feeds are in.
+find_window || fail "the main window went away"
+eval "$(xdotool getwindowgeometry --shell "$window")"
+left=$X top=$Y
+step "window $window at ${X},${Y}, ${WIDTH}x${HEIGHT}"
 
 title_is() { [ "$(xdotool getwindowname "$window" 2>/dev/null)" = "$1 — QuillBay" ]; }
 title_starts() { [[ "$(xdotool getwindowname "$window" 2>/dev/null)" == "$1"* ]]; }

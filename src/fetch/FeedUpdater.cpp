@@ -159,15 +159,24 @@ void FeedUpdater::startDownload(const std::shared_ptr<DownloadItem> &item)
     m_runningDownloads.emplace(raw, std::move(downloader));
     const auto completion = [this](Downloader *finished) { downloadComplete(finished); };
     const QVariant context = item->representedObject();
-    if (const FeedPtr feed = feedInContext(context)) {
-        raw->beginDownloadFromURL(item->downloadURL(), item->username(), item->password(), this, context,
-                                  completion);
+    const FeedPtr feed = feedInContext(context);
+    const bool started =
+        feed ? raw->beginDownloadFromURL(item->downloadURL(), item->username(), item->password(), this,
+                                         context, completion)
+             : raw->beginDownloadFromURL(item->downloadURL(), item->destination(), item->username(),
+                                         item->password(), this, context, completion);
+    if (feed) {
         feed->setState(Feed::Downloading);
         m_notificationCenter.post(QStringLiteral("FeedDownloadBeginingNotification"),
                                   QVariant::fromValue(feed));
-    } else {
-        raw->beginDownloadFromURL(item->downloadURL(), item->destination(), item->username(),
-                                  item->password(), this, context, completion);
+    }
+    // An address no transfer can be made of ends as a failed download, on a later pass like any other
+    // completion; otherwise it would hold its running slot for good.
+    if (!started) {
+        // Left active, as a transfer that never finished is.
+        raw->setState(Downloader::DownloadStateActive);
+        QMetaObject::invokeMethod(
+            this, [this, raw] { downloadComplete(raw); }, Qt::QueuedConnection);
     }
 }
 

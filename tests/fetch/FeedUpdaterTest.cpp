@@ -4,6 +4,8 @@
 #include "fetch/QBDockBadge.h"
 #include "model/Enclosure.h"
 
+#include <QCoreApplication>
+#include <QDir>
 #include <QPainter>
 
 namespace {
@@ -305,4 +307,22 @@ TEST_F(UpdaterTest, TheDockIconShowsTheUnreadCountResetsAtZeroAndIsLeftAloneWhen
     updater.updateDockIcon();
     EXPECT_EQ(tile.icons.size(), 1);
     EXPECT_EQ(tile.resets, 1);
+}
+
+TEST_F(UpdaterTest, AnAddressNoTransferCanBeMadeOfFailsAndFreesItsSlot)
+{
+    defaults.setInteger(QStringLiteral("downloadConcurrent"), 1);
+    const FeedPtr local = addFeed(QStringLiteral("local"), QUrl(QStringLiteral("file:///etc/hostname")));
+    const FeedPtr broken = addFeed(QStringLiteral("broken"), QUrl(QStringLiteral("ftp://127.0.0.1/feed")));
+    updater.requestFeedDownload(local);
+    updater.requestFeedDownload(broken);
+    updater.requestDownload(QUrl(QStringLiteral("gopher://127.0.0.1/x")), QDir::tempPath(), {});
+    for (int pass = 0; pass < 3; ++pass) {
+        updater.processQueuedDownloads();
+        QCoreApplication::processEvents();
+    }
+    EXPECT_EQ(updater.downloadsInProgress(), 0);
+    EXPECT_TRUE(updater.queuedDownloads().isEmpty()) << "each failure freed the one slot for the next";
+    EXPECT_EQ(local->state(), Feed::Failed);
+    EXPECT_EQ(broken->state(), Feed::Failed);
 }

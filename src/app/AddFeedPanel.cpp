@@ -76,6 +76,12 @@ AddFeedPanel::AddFeedPanel(FeedLibrary &feedLibrary, FeedUpdater &feedUpdater, D
 
 bool AddFeedPanel::run(const QUrl &address)
 {
+    // A second address while the sheet is up goes into the running sheet rather than a sheet inside it.
+    if (isVisible()) {
+        if (!address.isEmpty())
+            setURL(address);
+        return false;
+    }
     present(address);
     return exec() == 1;
 }

@@ -250,22 +250,27 @@ void FeedEditorController::doFeedChanged()
         return;
     m_panelTitleField->setText(m_feedTitleField->text());
     m_feed->setTitle(m_feedTitleField->text());
-    if (makesURL(m_webLinkField->text())) {
-        m_feed->setLink(QUrl(m_webLinkField->text().trimmed()));
-    } else {
-        m_desktop.beep();
-        m_webLinkField->setText(m_feed->link().toString());
-    }
-    if (makesURL(m_feedLinkField->text())) {
-        m_feed->setFeed(QUrl(m_feedLinkField->text().trimmed()));
-    } else {
-        m_desktop.beep();
-        m_feedLinkField->setText(m_feed->feed().toString());
-    }
+    if (const std::optional<QUrl> link = editedAddress(m_webLinkField, m_feed->link()))
+        m_feed->setLink(*link);
+    if (const std::optional<QUrl> feed = editedAddress(m_feedLinkField, m_feed->feed()))
+        m_feed->setFeed(*feed);
     m_feed->setRetentionPeriod(m_retentionPeriodPopUp->currentData().toInt());
     m_feed->setUpdateInterval(m_refreshIntervalPopUp->currentData().toInt());
     reloadTable();
     m_notificationCenter.post(QStringLiteral("feedLibraryModified"), QVariant::fromValue(m_feed));
+}
+
+// Unchanged text is left alone: a feed without a web site keeps its empty field without a beep.
+std::optional<QUrl> FeedEditorController::editedAddress(QLineEdit *field, const QUrl &current)
+{
+    const QString text = field->text().trimmed();
+    if (text == current.toString())
+        return std::nullopt;
+    if (makesURL(text))
+        return QUrl(text);
+    m_desktop.beep();
+    field->setText(current.toString());
+    return std::nullopt;
 }
 
 // ---- the enclosure table

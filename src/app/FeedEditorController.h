@@ -11,6 +11,7 @@
 #include <QVariant>
 #include <QWidget>
 #include <memory>
+#include <optional>
 
 class DesktopServices;
 class NotificationCenter;
@@ -72,6 +73,8 @@ private:
     void makeTable();
     void reloadTable();
     QString descriptionPage() const;
+    // The address typed into the field when it is new and names one; a bad one beeps and is restored.
+    std::optional<QUrl> editedAddress(QLineEdit *field, const QUrl &current);
     static void fillPopUp(QComboBox *popUp, const QList<std::pair<QString, int>> &items);
     static void selectTag(QComboBox *popUp, int tag);
     static QImage fileTypeIcon(const QString &fileName);

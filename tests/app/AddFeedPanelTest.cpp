@@ -177,6 +177,10 @@ TEST_F(PanelTest, RunAnswersWhetherAFeedWasAdded)
     QTimer::singleShot(0, &panel, [this] { panel.doAddFeed(); });
     EXPECT_TRUE(panel.run(server.url("/ferry.xml")));
 
-    QTimer::singleShot(0, &panel, [this] { panel.doCancel(); });
+    QTimer::singleShot(0, &panel, [this] {
+        EXPECT_FALSE(panel.run(server.url("/second.xml"))) << "a second request goes into the open sheet";
+        EXPECT_EQ(panel.addressField()->text(), server.url("/second.xml").toString());
+        panel.doCancel();
+    });
     EXPECT_FALSE(panel.run(server.url("/ferry.xml")));
 }

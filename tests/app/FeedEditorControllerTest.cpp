@@ -118,6 +118,13 @@ TEST_F(EditorTest, EditsReachTheFeedAndBadAddressesBeepAndComeBack)
     editor.doFeedChanged();
     EXPECT_EQ(desktop.beeps, 2);
     EXPECT_EQ(editor.feedLinkField()->text(), "https://127.0.0.1:9/log.xml");
+
+    t.kitchen->setLink(QUrl());
+    select(t.kitchen);
+    editor.feedTitleField()->setText("Kitchen");
+    editor.doFeedChanged();
+    EXPECT_EQ(desktop.beeps, 2) << "a feed without a web site can still be renamed";
+    EXPECT_EQ(t.kitchen->title(), "Kitchen");
 }
 
 TEST_F(EditorTest, DescriptionLinksOpenInTheBrowserAndTheViewStays)

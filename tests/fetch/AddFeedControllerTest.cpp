@@ -1,5 +1,16 @@
 #include "fetch/AddFeedController.h"
 
+#include "LoopbackServer.h"
+#include "fetch/DownloadItem.h"
+#include "fetch/Downloader.h"
+#include "fetch/FeedUpdater.h"
+#include "model/SettingsTable.h"
+#include "platform/Defaults.h"
+#include "platform/NotificationCenter.h"
+
+#include <QEventLoop>
+#include <QTemporaryDir>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 TEST(WebsiteProperties, LinkTagsGiveIconsAndFeedsByKind)
@@ -46,4 +57,259 @@ TEST(WebsiteProperties, ALaterTagReplacesAnEarlierAndAnUnclosedTagEndsTheScan)
     EXPECT_FALSE(properties.contains("apple-touch-icon"));
     EXPECT_TRUE(AddFeedController::websitePropertiesFromHTML("<p>no links</p>", QUrl("http://h")).isEmpty());
     EXPECT_TRUE(AddFeedController::websitePropertiesFromHTML("", QUrl("http://h")).isEmpty());
+}
+
+TEST(AddFeedController, TypedAddressesAreNormalisedBeforeTheyAreDownloaded)
+{
+    EXPECT_EQ(AddFeedController::normalisedAddress("harbour"), "http://harbour.com");
+    EXPECT_EQ(AddFeedController::normalisedAddress(" feed://news.example.org/rss "),
+              "http://news.example.org/rss");
+    EXPECT_EQ(AddFeedController::normalisedAddress("feed:https://news.example.org/x"),
+              "https://news.example.org/x");
+    EXPECT_EQ(AddFeedController::normalisedAddress("feed:news.example.org"), "http://news.example.org");
+    EXPECT_EQ(AddFeedController::normalisedAddress("https://news.example.org/a b"),
+              "https://news.example.org/ab");
+    EXPECT_EQ(AddFeedController::normalisedAddress("http://localhost/feed"), "http://localhost/feed.com")
+        << "a dotless address gets .com wherever it stands";
+}
+
+namespace {
+
+using Response = LoopbackServer::Response;
+
+const QByteArray rssWithItem =
+    "<?xml version=\"1.0\"?><rss version=\"2.0\"><channel><title>Tide Tables</title>"
+    "<link>http://127.0.0.1/</link><item><title>High water</title>"
+    "<guid>tide-1</guid><description>At noon.</description></item></channel></rss>";
+const QByteArray rssWithoutItems = "<?xml version=\"1.0\"?><rss version=\"2.0\"><channel><title>Empty</title>"
+                                   "<link>http://127.0.0.1/</link></channel></rss>";
+const QByteArray atomWithEntry =
+    "<?xml version=\"1.0\"?><feed xmlns=\"http://www.w3.org/2005/Atom\"><title>Lighthouse Log</title>"
+    "<link href=\"http://127.0.0.1/\"/><entry><title>Beam</title><id>urn:beam</id>"
+    "<updated>2026-03-01T12:00:00Z</updated><content>Bright.</content></entry></feed>";
+
+class AddFeedTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        SettingsTable::registerWith(defaults);
+        library.load();
+        library.root()->setChildren({});
+        folder = std::make_shared<Folder>();
+        folder->setTitle("Coast");
+        library.add(folder, nullptr, 0);
+        library.add(std::make_shared<Feed>(), folder, 0);
+        QObject::connect(&controller, &AddFeedController::beepRequested, [this] { ++beeps; });
+        QObject::connect(&controller, &AddFeedController::closed, [this](int result) { results << result; });
+        modifiedToken = center.addObserver(
+            "feedLibraryModified", [this](const Notification &n) { modified << n.object.value<FeedPtr>(); });
+    }
+    void TearDown() override { center.removeObserver(modifiedToken); }
+
+    // Runs the event loop until the controller has nothing left to download or the panel closed,
+    // with a bound so that a lost completion fails the test instead of hanging it.
+    void settle(int guardMs = 5000)
+    {
+        QEventLoop loop;
+        QTimer poll;
+        QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+            if (!controller.download())
+                loop.quit();
+        });
+        QTimer::singleShot(guardMs, &loop, &QEventLoop::quit);
+        poll.start(5);
+        loop.exec();
+    }
+
+    bool add(const QUrl &url)
+    {
+        controller.setAddress(url.toString());
+        const bool started = controller.doAddFeed();
+        settle();
+        return started;
+    }
+
+    QStringList queuedIconAddresses() const
+    {
+        QStringList addresses;
+        for (const auto &item : updater.queuedDownloads())
+            addresses << item->downloadURL().toString();
+        return addresses;
+    }
+
+    QTemporaryDir scratch;
+    Defaults defaults{scratch.filePath("settings.ini")};
+    FeedLibrary library;
+    FeedUpdater updater{library, defaults};
+    NotificationCenter center;
+    AddFeedController controller{library, updater, center};
+    LoopbackServer server;
+    FolderPtr folder;
+    int beeps = 0;
+    QList<int> results;
+    QList<FeedPtr> modified;
+    int modifiedToken = 0;
+};
+
+} // namespace
+
+TEST_F(AddFeedTest, AFeedIsAddedAtTheTopOfTheChosenFolderSelectedAnnouncedAndGivenAnIcon)
+{
+    server.route("/tides.xml", Response::ok(rssWithItem, "application/rss+xml"));
+    controller.setFolder(folder);
+
+    ASSERT_TRUE(add(server.url("/tides.xml")));
+
+    ASSERT_EQ(results, QList<int>{1});
+    const FeedPtr feed = controller.addedFeed();
+    ASSERT_TRUE(feed);
+    EXPECT_EQ(folder->children().size(), 2);
+    EXPECT_EQ(folder->children().value(0), feed);
+    EXPECT_EQ(feed->parent(), folder);
+    EXPECT_EQ(library.selectedItems(), TreeNodeList{feed});
+    EXPECT_EQ(modified, QList<FeedPtr>{feed});
+    EXPECT_EQ(feed->title(), "Tide Tables");
+    EXPECT_EQ(feed->feed(), server.url("/tides.xml"));
+    EXPECT_EQ(feed->childCount(), 1);
+    EXPECT_EQ(queuedIconAddresses(), QStringList{"http://127.0.0.1/apple-touch-icon-precomposed.png"});
+    EXPECT_EQ(controller.state(), AddFeedController::Accepted);
+    EXPECT_TRUE(controller.address().isEmpty()) << "the panel is ready for the next use";
+    EXPECT_TRUE(controller.addEnabled());
+    EXPECT_TRUE(controller.addressEditable());
+    EXPECT_FALSE(controller.spinning());
+    EXPECT_EQ(beeps, 0);
+}
+
+TEST_F(AddFeedTest, APageLinkingBothKindsLeadsToTheAtomFeedAndItsTouchIcon)
+{
+    server.route("/", Response::ok("<html><head>"
+                                   "<link rel=\"alternate\" type=\"application/atom+xml\" href=\"/log.atom\">"
+                                   "<link rel=\"alternate\" type=\"application/rss+xml\" href=\"/log.rss\">"
+                                   "<link rel=\"apple-touch-icon\" href=\"/touch.png\">"
+                                   "</head><body>Lighthouse</body></html>",
+                                   "text/html"));
+    server.route("/log.atom", Response::ok(atomWithEntry, "application/atom+xml"));
+    server.route("/log.rss", Response::ok(rssWithItem, "application/rss+xml"));
+
+    ASSERT_TRUE(add(server.url("/")));
+
+    ASSERT_EQ(results, QList<int>{1});
+    EXPECT_EQ(server.requestCount("/log.atom"), 1);
+    EXPECT_EQ(server.requestCount("/log.rss"), 0);
+    const FeedPtr feed = controller.addedFeed();
+    ASSERT_TRUE(feed);
+    EXPECT_EQ(feed->title(), "Lighthouse Log");
+    EXPECT_EQ(feed->feed(), server.url("/log.atom"));
+    EXPECT_EQ(library.root()->children().value(0), feed) << "without a chosen folder it goes to the top";
+    EXPECT_EQ(queuedIconAddresses(), QStringList{server.url("/touch.png").toString()});
+}
+
+TEST_F(AddFeedTest, AFeedWithoutItemsOrAnHtmlPageWithoutLinksTurnsTheAddressRed)
+{
+    server.route("/empty.xml", Response::ok(rssWithoutItems, "application/rss+xml"));
+    server.route("/page.html", Response::ok("<!DOCTYPE html><html><body><rss><channel><title>x</title>"
+                                            "<item><title>y</title></item></channel></rss></body></html>",
+                                            "text/html"));
+    const qsizetype before = library.allFeeds().size();
+
+    for (const char *path : {"/empty.xml", "/page.html"}) {
+        ASSERT_TRUE(add(server.url(path))) << path;
+        EXPECT_EQ(controller.state(), AddFeedController::Rejected) << path;
+        EXPECT_TRUE(controller.addressRed());
+        EXPECT_TRUE(controller.addEnabled());
+        EXPECT_TRUE(controller.addressEditable());
+        EXPECT_FALSE(controller.spinning());
+        EXPECT_EQ(controller.address(), server.url(path).toString());
+        EXPECT_TRUE(controller.textShouldBeginEditing());
+        EXPECT_FALSE(controller.addressRed()) << "typing turns the address black again";
+    }
+    EXPECT_TRUE(results.isEmpty()) << "the panel stays open";
+    EXPECT_EQ(library.allFeeds().size(), before);
+    EXPECT_TRUE(modified.isEmpty());
+    EXPECT_EQ(beeps, 0);
+}
+
+TEST_F(AddFeedTest, APageWhoseLinkedFeedIsItselfIsFollowedFiveTimesThenTurnsRed)
+{
+    const QByteArray selfLink = "<html><head><link rel=\"alternate\" type=\"application/rss+xml\" href=\"" +
+                                server.url("/loop").toString().toUtf8() + "\"></head></html>";
+    server.route("/loop", Response::ok(selfLink, "text/html"));
+
+    ASSERT_TRUE(add(server.url("/loop")));
+
+    EXPECT_EQ(server.requestCount("/loop"), 1 + AddFeedController::maximumDiscoveryHops);
+    EXPECT_EQ(controller.state(), AddFeedController::Rejected);
+    EXPECT_TRUE(controller.addressRed());
+    EXPECT_TRUE(controller.addEnabled());
+    EXPECT_TRUE(results.isEmpty());
+
+    server.route("/loop", Response::ok(rssWithItem, "application/rss+xml"));
+    ASSERT_TRUE(add(server.url("/loop")));
+    EXPECT_EQ(results, QList<int>{1}) << "a new add starts counting afresh";
+}
+
+TEST_F(AddFeedTest, AFailedDownloadBeepsAndLeavesThePanelOpenForAnotherTry)
+{
+    Response broken = Response::ok(rssWithItem, "application/rss+xml");
+    broken.closeMidBody = true;
+    server.route("/broken.xml", broken);
+    const qsizetype before = library.allFeeds().size();
+
+    ASSERT_TRUE(add(server.url("/broken.xml")));
+
+    EXPECT_EQ(beeps, 1);
+    EXPECT_EQ(controller.state(), AddFeedController::Failed);
+    EXPECT_TRUE(controller.addEnabled());
+    EXPECT_FALSE(controller.addressEditable()) << "only the add button comes back";
+    EXPECT_TRUE(controller.spinning());
+    EXPECT_FALSE(controller.addressRed());
+    EXPECT_TRUE(results.isEmpty());
+    EXPECT_EQ(library.allFeeds().size(), before);
+
+    server.route("/broken.xml", Response::ok(rssWithItem, "application/rss+xml"));
+    ASSERT_TRUE(controller.doAddFeed());
+    settle();
+    EXPECT_EQ(results, QList<int>{1});
+}
+
+TEST_F(AddFeedTest, CancellingDuringADownloadAddsNothingAndNoCompletionFollows)
+{
+    Response slow = Response::ok(rssWithItem, "application/rss+xml");
+    slow.delayMs = 300;
+    server.route("/slow.xml", slow);
+    const qsizetype before = library.allFeeds().size();
+    controller.setAddress(server.url("/slow.xml").toString());
+    ASSERT_TRUE(controller.doAddFeed());
+    EXPECT_EQ(controller.state(), AddFeedController::Downloading);
+    EXPECT_FALSE(controller.addEnabled());
+    EXPECT_FALSE(controller.addressEditable());
+    EXPECT_TRUE(controller.spinning());
+
+    controller.doCancel();
+    QEventLoop loop;
+    QTimer::singleShot(600, &loop, &QEventLoop::quit);
+    loop.exec();
+
+    EXPECT_EQ(results, QList<int>{0});
+    EXPECT_EQ(library.allFeeds().size(), before);
+    EXPECT_TRUE(modified.isEmpty());
+    EXPECT_EQ(controller.state(), AddFeedController::Idle);
+    EXPECT_TRUE(controller.address().isEmpty());
+    EXPECT_TRUE(controller.addEnabled());
+    EXPECT_FALSE(controller.spinning());
+    EXPECT_EQ(beeps, 0);
+}
+
+TEST_F(AddFeedTest, AnEmptyAddressOrOneThatMakesNoAddressBeepsWithoutDownloading)
+{
+    controller.setAddress("");
+    EXPECT_FALSE(controller.doAddFeed());
+    controller.setAddress("http://[bad");
+    EXPECT_FALSE(controller.doAddFeed());
+    EXPECT_EQ(beeps, 2);
+    EXPECT_FALSE(controller.download());
+    EXPECT_EQ(controller.state(), AddFeedController::Idle);
+    EXPECT_TRUE(controller.addEnabled());
+    EXPECT_TRUE(server.requests().isEmpty());
 }

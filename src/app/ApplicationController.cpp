@@ -8,11 +8,14 @@
 #include "app/MainWindow.h"
 #include "app/QuillBayController.h"
 #include "app/SideBarActions.h"
+#include "fetch/AddFeedController.h"
+#include "fetch/Downloader.h"
 #include "fetch/FeedUpdater.h"
 #include "headlines/HeadlinePage.h"
 #include "model/OPMLExporter.h"
 #include "platform/Defaults.h"
 #include "platform/NotificationCenter.h"
+#include "reading/TextDecoder.h"
 
 #include <QApplication>
 #include <QFileDialog>
@@ -400,6 +403,42 @@ void ApplicationController::doEditSelectedFeed()
     m_notificationCenter.post(QStringLiteral("feedSelectionChanged"));
     if (m_windows)
         m_windows->showFeedEditor();
+    const FeedList feeds = m_feedLibrary.selectedFeeds();
+    if (!feeds.isEmpty())
+        fetchSiteIcon(feeds.first());
+}
+
+// While the editor is open, the feed's own site is asked for a better icon than the feed named.
+void ApplicationController::fetchSiteIcon(const FeedPtr &feed)
+{
+    auto *download = new Downloader;
+    const auto arrived = [this, feed](Downloader *page) {
+        siteIconPageArrived(*page, feed);
+        page->deleteLater();
+    };
+    if (!download->beginDownloadFromURL(feed->link(), QString(), QString(), this, QVariant(), arrived))
+        delete download;
+}
+
+void ApplicationController::siteIconPageArrived(const Downloader &page, const FeedPtr &feed)
+{
+    if (page.state() != Downloader::DownloadStateDone)
+        return;
+    QString contentType;
+    const QMap<QString, QString> headers = page.responseHeaders();
+    for (auto it = headers.cbegin(); it != headers.cend(); ++it)
+        if (it.key().compare(QLatin1String("Content-Type"), Qt::CaseInsensitive) == 0)
+            contentType = it.value();
+    // A page that names no character set is read as UTF-8, as most of the web is written.
+    const bool declared = contentType.contains(QLatin1String("charset="), Qt::CaseInsensitive);
+    const QString html =
+        TextDecoder::decode(page.receivedData(), declared ? page.encoding() : QStringLiteral("UTF-8"))
+            .value_or(QString::fromUtf8(page.receivedData()));
+    const QMap<QString, QUrl> properties = AddFeedController::websitePropertiesFromHTML(html, feed->link());
+    const QUrl icon =
+        properties.value(QStringLiteral("apple-touch-icon"), properties.value(QStringLiteral("icon")));
+    if (icon.isValid())
+        m_feedUpdater.downloadIconFromURL(icon, feed);
 }
 
 void ApplicationController::doRefreshSelectedFeed()

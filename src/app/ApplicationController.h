@@ -16,6 +16,7 @@
 class AuxiliaryWindows;
 class Defaults;
 class DesktopServices;
+class Downloader;
 class FeedUpdater;
 class FindPanel;
 class HeadlineDisplay;
@@ -79,6 +80,8 @@ public:
 
 private:
     void applySelectedFeedState(int state);
+    void fetchSiteIcon(const FeedPtr &feed);
+    void siteIconPageArrived(const Downloader &page, const FeedPtr &feed);
     void forwardToSideBar(const std::function<void(SideBarActions &, const ArticlePtr &)> &action);
     void find(bool forward, bool fromFindField);
     ArticlePtr selectedArticle() const;

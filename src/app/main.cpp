@@ -1,14 +1,16 @@
 #include "app/ApplicationController.h"
-#include "app/BasicWindows.h"
+#include "app/DesktopWindows.h"
 #include "app/HeadlinePageSchemeHandler.h"
 #include "app/MainWindow.h"
 #include "app/QBHeadlineWebView.h"
 #include "app/QuillBayController.h"
+#include "app/SideBarController.h"
 #include "app/SingleInstance.h"
 #include "app/SystemDesktopServices.h"
 #include "fetch/FeedUpdater.h"
 #include "fetch/ImagingService.h"
 #include "fetch/TransferDefaults.h"
+#include "fetch/URLHandlerCommand.h"
 #include "model/FeedLibrary.h"
 #include "model/SettingsTable.h"
 #include "platform/Defaults.h"
@@ -40,12 +42,15 @@ QStringList handedOverArguments(const QStringList &arguments)
     return handed;
 }
 
-void handOver(ApplicationController &controller, const QStringList &arguments)
+void handOver(ApplicationController &controller, DesktopServices &desktop, const QStringList &arguments)
 {
     QStringList files;
     for (const QString &argument : arguments) {
         if (argument.startsWith(QLatin1String("feed:")))
-            controller.requestNewChannel(QUrl(argument));
+            URLHandlerCommand(
+                argument, [&desktop] { desktop.beep(); },
+                [&controller](const QUrl &address) { controller.requestNewChannel(address); })
+                .performDefaultImplementation();
         else if (!argument.isEmpty())
             files.append(argument);
     }
@@ -88,12 +93,14 @@ int main(int argc, char **argv)
                                          return view;
                                      });
     view->setDelegate(controller.mainWindowController());
-    BasicWindows windows(FeedLibrary::feedLibrary(), updater, NotificationCenter::defaultCenter(), desktop);
+    DesktopWindows windows(FeedLibrary::feedLibrary(), updater, Defaults::standard(),
+                           NotificationCenter::defaultCenter(), desktop,
+                           [&controller] { return controller.mainWindowController()->window(); });
     controller.setAuxiliaryWindows(&windows);
-    handOver(controller, arguments);
+    handOver(controller, desktop, arguments);
     QObject::connect(&instance, &SingleInstance::argumentsReceived, &controller,
-                     [&controller](const QStringList &received) {
-                         handOver(controller, received);
+                     [&controller, &desktop](const QStringList &received) {
+                         handOver(controller, desktop, received);
                          controller.applicationShouldHandleReopen();
                      });
     QObject::connect(&application, &QApplication::aboutToQuit, &controller, [&controller] {
@@ -109,8 +116,12 @@ int main(int argc, char **argv)
         &controller,
         [&] {
             controller.applicationDidFinishLaunching();
-            windows.setParentWindow(controller.mainWindowController()->window());
-            desktop.setDialogParent(controller.mainWindowController()->window());
+            MainWindow *window = controller.mainWindowController()->window();
+            desktop.setDialogParent(window);
+            // The pane owns it; the clippings are loaded once, here.
+            controller.setSideBar(new SideBarController(window->sideBarPane(), FeedLibrary::feedLibrary(),
+                                                        Defaults::standard(),
+                                                        NotificationCenter::defaultCenter(), desktop));
             ImagingService::sharedImagingService().start();
         },
         Qt::QueuedConnection);

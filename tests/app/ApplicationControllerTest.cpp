@@ -2,9 +2,12 @@
 
 #include "AppTestDoubles.h"
 #include "AppTestLibrary.h"
+#include "LoopbackServer.h"
 #include "app/FindPanel.h"
 #include "app/QuillBayController.h"
+#include "fetch/DownloadItem.h"
 
+#include <QTest>
 #include <gtest/gtest.h>
 
 namespace {
@@ -126,3 +129,26 @@ TEST_F(ApplicationControllerTest, QuittingMarksEverythingReadFirstWhenAskedThenS
 }
 
 } // namespace
+
+TEST_F(ApplicationControllerTest, EditingAFeedAsksItsSiteForTheTouchIconBeforeThePlainOne)
+{
+    LoopbackServer site;
+    site.route(
+        "/", LoopbackServer::Response::ok("<html><head><link rel=\"icon\" href=\"/small.ico\">"
+                                          "<link rel=\"apple-touch-icon\" href=\"/touch.png\"></head></html>",
+                                          "text/html"));
+    t.harbour->setLink(site.url("/"));
+    t.library.setSelectedItems({t.harbour});
+    controller.perform(MenuCommand::EditSelectedFeed);
+    EXPECT_EQ(windows.calls, QStringList({"editor"}));
+
+    const auto queuedIcon = [this] {
+        for (const auto &item : t.updater.queuedDownloads())
+            if (item->downloadURL().path() == "/touch.png")
+                return true;
+        return false;
+    };
+    for (int i = 0; i < 200 && !queuedIcon(); ++i)
+        QTest::qWait(10);
+    EXPECT_TRUE(queuedIcon());
+}

@@ -3,6 +3,7 @@
 #include "app/AuxiliaryWindows.h"
 #include "app/DesktopServices.h"
 #include "app/HeadlineDisplay.h"
+#include "app/MailtoAddress.h"
 #include "app/MainWindow.h"
 #include "app/NavigationBar.h"
 #include "app/SideBarActions.h"
@@ -46,11 +47,6 @@ template <typename T> std::shared_ptr<T> as(const TreeNodePtr &item)
 bool contains(const TreeNodeList &items, const TreeNodePtr &item)
 {
     return std::find(items.begin(), items.end(), item) != items.end();
-}
-
-QString percentEscaped(const QString &text)
-{
-    return QString::fromLatin1(QUrl::toPercentEncoding(text));
 }
 
 } // namespace
@@ -523,10 +519,7 @@ void QuillBayController::doEmailFeedLink()
         return;
     const QString body = QStringLiteral("Hi\n\nCheck out the RSS feed for %1\n\n%2\n\n")
                              .arg(feed->title(), feed->feed().toString());
-    const QString address = QStringLiteral("mailto:") +
-                            QStringLiteral("?subject=%1").arg(percentEscaped(feed->title())) +
-                            QStringLiteral("&body=%1").arg(percentEscaped(body));
-    m_desktop.openUrl(QUrl(address, QUrl::StrictMode), false);
+    m_desktop.openUrl(MailtoAddress::forMessage(feed->title(), body), false);
 }
 
 void QuillBayController::doViewFeedSource()

@@ -1,6 +1,7 @@
 #include "app/SideBarController.h"
 
 #include "app/DesktopServices.h"
+#include "app/MailtoAddress.h"
 #include "app/NavigationBar.h"
 #include "app/NewsBinDelegate.h"
 #include "app/NewsBinModel.h"
@@ -651,11 +652,7 @@ void SideBarController::postArticleInEmail(const ArticlePtr &article)
     const QString body =
         QBStringExtras::removeTags(m_feedLibrary.longSummaryForArticle(article)) +
         QStringLiteral("\n\nArticle from %1\n%2").arg(titleOf(article->parent()), linkText(article->link()));
-    // Every delimiter is escaped: an '&' in the text would otherwise end the body early.
-    const QString address = QStringLiteral("mailto:") +
-                            QStringLiteral("?subject=%1").arg(percentEscaped(article->title(), {})) +
-                            QStringLiteral("&body=%1").arg(percentEscaped(body, {}));
-    m_desktop.openUrl(addressFromText(address), false);
+    m_desktop.openUrl(MailtoAddress::forMessage(article->title(), body), false);
 }
 
 void SideBarController::speakArticle(const ArticlePtr &article)

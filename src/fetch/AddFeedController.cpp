@@ -121,6 +121,8 @@ void AddFeedController::downloadComplete(Downloader *downloader)
         accept(feed);
         return;
     }
+    // Reading the document stored what items it had; a document that is no subscription keeps none.
+    m_feedLibrary.deleteHistoryFor(feed, nullptr);
     followLinkedFeed(text);
     m_spinning = false;
     emit changed();

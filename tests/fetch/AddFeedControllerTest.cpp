@@ -1,6 +1,8 @@
 #include "fetch/AddFeedController.h"
 
 #include "LoopbackServer.h"
+#include "db/FMDatabase.h"
+#include "db/FMResultSet.h"
 #include "fetch/DownloadItem.h"
 #include "fetch/Downloader.h"
 #include "fetch/FeedUpdater.h"
@@ -228,6 +230,9 @@ TEST_F(AddFeedTest, AFeedWithoutItemsOrAnHtmlPageWithoutLinksTurnsTheAddressRed)
     EXPECT_EQ(library.allFeeds().size(), before);
     EXPECT_TRUE(modified.isEmpty());
     EXPECT_EQ(beeps, 0);
+    const auto stored = library.database()->executeQuery("SELECT COUNT(*) AS n FROM articles");
+    ASSERT_TRUE(stored && stored->next());
+    EXPECT_EQ(stored->intForColumn("n"), 0) << "the page's items were not kept";
 }
 
 TEST_F(AddFeedTest, APageWhoseLinkedFeedIsItselfIsFollowedFiveTimesThenTurnsRed)

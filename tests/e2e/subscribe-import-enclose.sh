@@ -235,7 +235,9 @@ for attempt in 1 2 3; do
     wait_for 15 "enclosure link drawn in the article page" enclosure_link_at
     seen=$link
     sleep 1
-    enclosure_link_at && [ "$link" = "$seen" ] || continue
+    if ! enclosure_link_at || [ "$link" != "$seen" ]; then
+        continue
+    fi
     read -r link_x link_y <<<"$link"
     xdotool mousemove "$((left + 260 + link_x))" "$((top + 50 + link_y))" click 1
     wait_until 5 shown "Enclosure" && break

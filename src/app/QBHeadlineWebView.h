@@ -38,6 +38,7 @@ protected:
 
 private:
     void configureSettings();
+    void installLinkPrecedence();
     void noteUserInput();
     bool userActedRecently() const;
 

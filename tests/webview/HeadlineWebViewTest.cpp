@@ -206,3 +206,22 @@ TEST_F(HeadlineWebViewTest, TheUsersClickOnAnArticleRunsThePagesOwnHandlerWhileA
 }
 
 } // namespace
+
+TEST_F(HeadlineWebViewTest, AClickOnALinkInsideAClickableArticleFollowsTheLinkNotTheArticle)
+{
+    showSelection();
+    const QVariantList box =
+        evaluate("var r = document.querySelector('a[href^=\"quillbay:open\"]')"
+                 ".getBoundingClientRect(); [r.left + r.width / 2, r.top + r.height / 2]")
+            .toList();
+    ASSERT_EQ(box.size(), 2);
+    QTest::mouseClick(view.focusProxy(), Qt::LeftButton, {}, QPoint(box.at(0).toInt(), box.at(1).toInt()));
+    waitFor([&] { return delegate.count(HeadlineLinkPolicy::ClickedLink) > 0; }, 5000);
+    QTest::qWait(300);
+    QStringList clicked;
+    for (const auto &action : delegate.navigations)
+        if (action.origin == HeadlineLinkPolicy::ClickedLink)
+            clicked << action.url.toString();
+    ASSERT_EQ(clicked.size(), 1) << clicked.join(' ').toStdString();
+    EXPECT_TRUE(clicked.first().startsWith("quillbay:open=")) << clicked.first().toStdString();
+}

@@ -3,6 +3,7 @@
 #include "fetch/Downloader.h"
 #include "fetch/FeedUpdater.h"
 #include "fetch/URLHandlerCommand.h"
+#include "platform/CalendarDate.h"
 #include "platform/NotificationCenter.h"
 #include "reading/QBLiberalRSSParser.h"
 #include "reading/QBParser.h"
@@ -148,6 +149,9 @@ bool AddFeedController::isFeed(const Feed &feed, const QString &text)
 
 void AddFeedController::accept(const FeedPtr &feed)
 {
+    // It was fetched and read just now: neither its selection nor the timed check need fetch it again.
+    feed->setState(Feed::Parsed);
+    feed->setLastDownloaded(CalendarDate::now());
     m_feedLibrary.add(feed, m_folder, 0);
     m_feedLibrary.setSelectedItems({feed});
     m_addedFeed = feed;

@@ -175,6 +175,10 @@ TEST_F(AddFeedTest, AFeedIsAddedAtTheTopOfTheChosenFolderSelectedAnnouncedAndGiv
     EXPECT_EQ(feed->feed(), server.url("/tides.xml"));
     EXPECT_EQ(feed->childCount(), 1);
     EXPECT_EQ(queuedIconAddresses(), QStringList{"http://127.0.0.1/apple-touch-icon-precomposed.png"});
+    updater.checkForDueFeeds();
+    for (const auto &item : updater.queuedDownloads())
+        EXPECT_NE(item->downloadURL(), server.url("/tides.xml")) << "fetched just now, it is not due again";
+    EXPECT_EQ(feed->state(), Feed::Parsed) << "selecting it asks for no second download";
     EXPECT_EQ(controller.state(), AddFeedController::Accepted);
     EXPECT_TRUE(controller.address().isEmpty()) << "the panel is ready for the next use";
     EXPECT_TRUE(controller.addEnabled());

@@ -130,10 +130,12 @@ void Feed::loadIconFromIconFolder()
     const QString folder = FeedLibrary::iconPath();
     for (const char *extension : {"png", "ico"}) {
         const QString path = QStringLiteral("%1/%2.%3").arg(folder, uniqueID(), QLatin1String(extension));
-        if (!QFileInfo::exists(path))
+        // A site's error page saved under the icon's name is no picture, so no icon.
+        const QImage image(path);
+        if (image.isNull())
             continue;
         m_customIconAvailable = true;
-        m_favIcon = QImage(path).scaled(iconSize(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        m_favIcon = image.scaled(iconSize(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
         return;
     }
 }

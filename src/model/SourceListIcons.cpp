@@ -72,9 +72,10 @@ QImage SourceListIcons::customIconForFeed(Feed &feed) const
         return {};
     for (const char *format : {"%1/%2.png", "%1/%2.ico"}) {
         const QString path = QString::fromLatin1(format).arg(FeedLibrary::iconPath(), feed.uniqueID());
-        if (!QFileInfo::exists(path))
+        const QImage image(path);
+        if (image.isNull())
             continue;
-        const QImage icon = QImage(path).scaled(16, 16, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        const QImage icon = image.scaled(16, 16, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
         feed.setFavIcon(icon);
         return icon;
     }

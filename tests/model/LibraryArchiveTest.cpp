@@ -7,6 +7,7 @@
 #include "model/VirtualFolder.h"
 
 #include <QDir>
+#include <QFile>
 #include <gtest/gtest.h>
 
 namespace {
@@ -152,6 +153,11 @@ TEST(LibraryArchive, ADecodedFeedTakesItsIconFromTheIconFolderPreferringPng)
     writeIcon(both->uniqueID() + ".png", Qt::red);
     writeIcon(both->uniqueID() + ".ico", Qt::blue);
     writeIcon(icoOnly->uniqueID() + ".ico", Qt::green);
+    // A site's error page saved under the icon's name is no icon.
+    QFile errorPage(FeedLibrary::iconPath() + "/" + none->uniqueID() + ".png");
+    ASSERT_TRUE(errorPage.open(QIODevice::WriteOnly));
+    errorPage.write("<html><body>404 Not Found</body></html>");
+    errorPage.close();
 
     const auto back = LibraryArchive::unarchiveRoot(LibraryArchive::archivedData(root));
     ASSERT_TRUE(back);

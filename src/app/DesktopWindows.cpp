@@ -6,9 +6,6 @@
 #include "app/FeedEditorController.h"
 #include "app/OPMLImportController.h"
 
-#include <QCoreApplication>
-#include <QMessageBox>
-
 DesktopWindows::DesktopWindows(FeedLibrary &feedLibrary, FeedUpdater &feedUpdater, Defaults &defaults,
                                NotificationCenter &notificationCenter, DesktopServices &desktop,
                                MainWindowProvider mainWindow)
@@ -53,9 +50,7 @@ void DesktopWindows::showPreferences()
 
 void DesktopWindows::showAboutBox()
 {
-    QMessageBox::about(m_mainWindow(), QObject::tr("About QuillBay"),
-                       QObject::tr("<b>QuillBay %1</b><p>A news reader for RSS and Atom feeds.</p>")
-                           .arg(QCoreApplication::applicationVersion()));
+    m_aboutBox.showAboutBox();
 }
 
 void DesktopWindows::runOPMLImporter(const QString &filePath)

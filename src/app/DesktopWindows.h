@@ -3,6 +3,7 @@
 // each window does its own work.
 #pragma once
 
+#include "app/AboutBoxController.h"
 #include "app/AuxiliaryWindows.h"
 
 #include <QPointer>
@@ -50,4 +51,5 @@ private:
     std::unique_ptr<OPMLImportController> m_importer;
     QPointer<AddFeedPanel> m_addFeedPanel;
     QPointer<FeedEditorController> m_feedEditor;
+    AboutBoxController m_aboutBox;
 };

@@ -1,12 +1,16 @@
 #include "app/ApplicationController.h"
+#include "app/DesktopAlert.h"
+#include "app/DesktopNotifier.h"
 #include "app/DesktopWindows.h"
 #include "app/HeadlinePageSchemeHandler.h"
 #include "app/MainWindow.h"
+#include "app/NotificationController.h"
 #include "app/QBHeadlineWebView.h"
 #include "app/QuillBayController.h"
 #include "app/SideBarController.h"
 #include "app/SingleInstance.h"
 #include "app/SystemDesktopServices.h"
+#include "app/WindowIconTile.h"
 #include "fetch/FeedUpdater.h"
 #include "fetch/ImagingService.h"
 #include "fetch/TransferDefaults.h"
@@ -86,6 +90,14 @@ int main(int argc, char **argv)
     SettingsTable::install();
     SystemDesktopServices desktop;
     FeedUpdater &updater = FeedUpdater::sharedFeedUpdater();
+    WindowIconTile tile;
+    tile.setUnreadCount([] { return FeedLibrary::feedLibrary().totalUnreadArticleCount(); });
+    DesktopAlert alert;
+    DesktopNotifier notifier;
+    NotificationController notificationController(NotificationCenter::defaultCenter(), notifier);
+    updater.setUserAlert(&alert);
+    updater.setUserNotifier(&notifier);
+    updater.setDockTile(&tile);
     QBHeadlineWebView *view = nullptr;
     ApplicationController controller(FeedLibrary::feedLibrary(), updater, Defaults::standard(),
                                      NotificationCenter::defaultCenter(), desktop, [&view] {
@@ -118,6 +130,8 @@ int main(int argc, char **argv)
             controller.applicationDidFinishLaunching();
             MainWindow *window = controller.mainWindowController()->window();
             desktop.setDialogParent(window);
+            notificationController.setWindow(window);
+            alert.setWindow(window);
             // The pane owns it; the clippings are loaded once, here.
             controller.setSideBar(new SideBarController(window->sideBarPane(), FeedLibrary::feedLibrary(),
                                                         Defaults::standard(),

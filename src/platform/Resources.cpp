@@ -1,11 +1,28 @@
 #include "platform/Resources.h"
 
+#include <QCoreApplication>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 QString Resources::folder()
 {
-    const QString fromEnvironment = qEnvironmentVariable("QUILLBAY_RESOURCES");
-    return fromEnvironment.isEmpty() ? QStringLiteral(QB_RESOURCE_DIR) : fromEnvironment;
+    const QString programFolder =
+        QCoreApplication::instance() ? QCoreApplication::applicationDirPath() : QString();
+    return folder(qEnvironmentVariable("QUILLBAY_RESOURCES"), programFolder);
+}
+
+QString Resources::folder(const QString &fromEnvironment, const QString &programFolder)
+{
+    if (!fromEnvironment.isEmpty())
+        return fromEnvironment;
+    // An installed program keeps its resources in <prefix>/share beside <prefix>/bin.
+    if (!programFolder.isEmpty()) {
+        const QString installed = programFolder + QStringLiteral("/../share/quillbay/resources");
+        if (QFileInfo(installed).isDir())
+            return QDir::cleanPath(installed);
+    }
+    return QStringLiteral(QB_RESOURCE_DIR);
 }
 
 QUrl Resources::folderUrl()

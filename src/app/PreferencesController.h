@@ -47,7 +47,8 @@ public:
                           const QString &userSoundFolder = QDir::homePath() +
                                                            QStringLiteral("/.local/share/sounds"));
 
-    // Both take effect when the window loads, so set them before the first present() or loadWindow().
+    // The runner and the folders are used whenever the reader list is built: tests set them before the
+    // first present() or loadWindow().
     void setCommandRunner(CommandRunner runner) { m_commandRunner = std::move(runner); }
     // Folders searched for .desktop files, later ones overriding earlier ones of the same name.
     void setApplicationFolders(const QStringList &folders) { m_applicationFolders = folders; }

@@ -1,0 +1,265 @@
+#include "app/PreferencesController.h"
+
+#include "AppTestDoubles.h"
+#include "AppTestLibrary.h"
+#include "LogCapture.h"
+#include "platform/LocalizedStrings.h"
+#include "platform/QBUserAlert.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFile>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QStandardPaths>
+#include <QToolBar>
+#include <gtest/gtest.h>
+
+namespace {
+
+class RecordingAlert : public QBUserAlert
+{
+public:
+    bool playSound(const QString &name) override
+    {
+        played.append(name);
+        return true;
+    }
+    void beep() override {}
+    void requestAttention() override {}
+
+    QStringList played;
+};
+
+class PreferencesWindowTest : public ::testing::Test
+{
+protected:
+    PreferencesWindowTest()
+    {
+        QDir(folders.path()).mkpath("system/stereo");
+        QDir(folders.path()).mkpath("user");
+        QDir(folders.path()).mkpath("applications");
+        prefs.setApplicationFolders({folders.filePath("applications")});
+        prefs.setCommandRunner([this](const QString &program, const QStringList &arguments) {
+            commands.append((QStringList{program} + arguments).join(' '));
+            return arguments.value(0) == "query" ? currentReader : QString();
+        });
+        prefs.setUserAlert(&alert);
+    }
+
+    void writeFile(const QString &relativePath, const QByteArray &content = {})
+    {
+        QFile file(folders.filePath(relativePath));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+    }
+
+    void writeApplication(const QString &fileName, const QString &name, bool opensFeeds)
+    {
+        writeFile("applications/" + fileName,
+                  QString("[Desktop Entry]\nType=Application\nName=%1\nExec=true\n%2")
+                      .arg(name, opensFeeds ? "MimeType=text/html;x-scheme-handler/feed;\n" : "")
+                      .toUtf8());
+    }
+
+    // Separators read as "-", so that a list reads as the user sees it.
+    static QStringList titles(const QComboBox *popUp)
+    {
+        QStringList titles;
+        for (int i = 0; i < popUp->count(); ++i)
+            titles.append(popUp->itemData(i, Qt::AccessibleDescriptionRole).toString() == "separator"
+                              ? QString("-")
+                              : popUp->itemText(i));
+        return titles;
+    }
+
+    static void choose(QComboBox *popUp, int index)
+    {
+        popUp->setCurrentIndex(index);
+        emit popUp->activated(index);
+    }
+
+    AppTestLibrary t;
+    QTemporaryDir folders;
+    RecordingDesktop desktop;
+    RecordingAlert alert;
+    QStringList commands;
+    QString currentReader;
+    PreferencesController prefs{t.updater,
+                                t.defaults,
+                                t.center,
+                                desktop,
+                                nullptr,
+                                folders.filePath("system"),
+                                folders.filePath("user")};
+};
+
+TEST_F(PreferencesWindowTest, DownloadPathOutsideTheUsualFoldersAddsOneItemNamedAfterItJustAboveSelect)
+{
+    const QString custom = folders.filePath("Podcasts/Radio");
+    t.defaults.setString("downloadPath", custom);
+    prefs.loadWindow();
+
+    QComboBox *popUp = prefs.downloadLocationPopUp();
+    EXPECT_EQ(titles(popUp), QStringList({"Downloads", "Desktop", "Documents", "-", "Radio", "Select..."}));
+    EXPECT_EQ(popUp->currentIndex(), 4);
+    EXPECT_EQ(popUp->itemData(4).toString(), custom);
+
+    // Choosing a usual folder stores it and the custom item goes.
+    choose(popUp, 0);
+    const QString downloads =
+        QDir::cleanPath(QStandardPaths::writableLocation(QStandardPaths::DownloadLocation));
+    EXPECT_EQ(Defaults(t.defaults.filePath()).string("downloadPath"), downloads);
+    EXPECT_EQ(titles(popUp), QStringList({"Downloads", "Desktop", "Documents", "-", "Select..."}));
+    EXPECT_EQ(popUp->currentIndex(), 0);
+
+    prefs.setDownloadPath(folders.filePath("Elsewhere/"));
+    EXPECT_EQ(t.defaults.string("downloadPath"), folders.filePath("Elsewhere"));
+    EXPECT_EQ(popUp->currentText(), "Elsewhere");
+    EXPECT_EQ(popUp->count(), 6);
+}
+
+TEST_F(PreferencesWindowTest, SoundListsAddTheUserFolderOnlyWhenItHoldsAnything)
+{
+    writeFile("system/stereo/glass.wav");
+    writeFile("system/bell.oga");
+    writeFile("system/chime.ogg");
+    writeFile("system/stereo/chime.oga");
+    writeFile("system/readme.txt");
+    prefs.loadWindow();
+
+    const QStringList systemOnly{"New Articles", "Download Completed", "-", "bell", "chime", "glass"};
+    EXPECT_EQ(titles(prefs.newArticlesSoundPopUp()), systemOnly);
+    EXPECT_EQ(titles(prefs.downloadSoundPopUp()), systemOnly);
+    EXPECT_EQ(prefs.newArticlesSoundPopUp()->currentText(), "New Articles");
+    EXPECT_EQ(prefs.downloadSoundPopUp()->currentText(), "Download Completed");
+
+    writeFile("user/notes.txt");
+    prefs.buildSoundLists();
+    EXPECT_EQ(titles(prefs.newArticlesSoundPopUp()), systemOnly + QStringList{"-"});
+
+    writeFile("user/Knock.aiff");
+    prefs.buildSoundLists();
+    EXPECT_EQ(titles(prefs.downloadSoundPopUp()), systemOnly + QStringList({"-", "Knock"}));
+
+    // Choosing writes the sound's name and plays it.
+    choose(prefs.downloadSoundPopUp(), 5);
+    EXPECT_EQ(t.defaults.string("downloadAlertSound"), "glass");
+    EXPECT_EQ(t.defaults.string("generalAlertSound"), "New Articles");
+    EXPECT_EQ(alert.played, QStringList{"glass"});
+}
+
+TEST_F(PreferencesWindowTest, ThemeAndTextSizeAreWrittenBeforeTheirNoticesArePosted)
+{
+    QStringList seen;
+    const QList<std::pair<QString, QString>> watched{{"ThemeChangedNotification", "displayColourTheme"},
+                                                     {"SummaryWebViewFontSizeChanged", "displayFontSize"}};
+    for (const auto &notice : watched) {
+        const QString key = notice.second;
+        t.center.addObserver(notice.first, [&, key](const Notification &notification) {
+            seen.append(notification.name + " " + t.defaults.value(key).toString());
+        });
+    }
+    prefs.loadWindow();
+
+    QComboBox *themes = prefs.colourThemePopUp();
+    ASSERT_EQ(themes->count(), 11);
+    EXPECT_EQ(themes->currentText(), "Aluminium");
+    EXPECT_EQ(themes->itemIcon(0).pixmap(16, 16).size(), QSize(16, 16));
+
+    choose(themes, 4);
+    choose(prefs.fontSizePopUp(), 2);
+    EXPECT_EQ(seen, QStringList({"ThemeChangedNotification 4", "SummaryWebViewFontSizeChanged 3"}));
+    EXPECT_EQ(Defaults(t.defaults.filePath()).integer("displayColourTheme"), 4);
+}
+
+TEST_F(PreferencesWindowTest, ToolbarSelectsPanesAndAnInvalidTagLogsAndShowsGeneral)
+{
+    prefs.loadWindow();
+    QStringList order;
+    for (QAction *item : prefs.toolbar()->actions())
+        order.append(item->objectName() + " " + item->text());
+    EXPECT_EQ(order, QStringList({"toolbar general General", "toolbar appearance Display",
+                                  "toolbar behavior Behavior", "toolbar enclosures Downloads",
+                                  "toolbar update Update"}));
+    EXPECT_EQ(prefs.toolbarItem(PreferencesController::Display)->toolTip(),
+              LocalizedStrings::text("DisplayTip"));
+
+    prefs.toolbarItem(PreferencesController::Behavior)->trigger();
+    EXPECT_EQ(prefs.selectedPane(), PreferencesController::Behavior);
+    EXPECT_TRUE(prefs.paneView(PreferencesController::Behavior)->isVisibleTo(&prefs));
+
+    LogCapture log;
+    prefs.switchView(7);
+    EXPECT_EQ(log.lines(),
+              QStringList{"-[PreferencesController switchView] Invalid preference pane number: 7"});
+    EXPECT_EQ(prefs.selectedPane(), PreferencesController::General);
+    EXPECT_TRUE(prefs.toolbarItem(PreferencesController::General)->isChecked());
+    EXPECT_FALSE(prefs.toolbarItem(PreferencesController::Behavior)->isChecked());
+    EXPECT_FALSE(prefs.paneView(PreferencesController::Behavior)->isVisibleTo(&prefs));
+    EXPECT_TRUE(prefs.paneView(PreferencesController::General)->isVisibleTo(&prefs));
+
+    prefs.switchView(PreferencesController::Update);
+    prefs.present();
+    EXPECT_EQ(prefs.selectedPane(), PreferencesController::General);
+}
+
+TEST_F(PreferencesWindowTest, QuillBayIsListedOnceAndFirstWhenItIsTheCurrentReader)
+{
+    writeApplication("quillbay.desktop", "QuillBay", true);
+    writeApplication("otter.desktop", "Otter News", true);
+    writeApplication("pad.desktop", "Note Pad", false);
+    currentReader = "quillbay.desktop\n";
+    prefs.loadWindow();
+    EXPECT_EQ(titles(prefs.feedReaderPopUp()),
+              QStringList({"QuillBay", "-", "Otter News", "-", "Select..."}));
+    EXPECT_EQ(commands, QStringList{"xdg-mime query default x-scheme-handler/feed"});
+
+    // Choosing another reader hands it the scheme and the list shows it first.
+    currentReader = "otter.desktop";
+    choose(prefs.feedReaderPopUp(), 2);
+    EXPECT_EQ(commands.at(1), "xdg-mime default otter.desktop x-scheme-handler/feed");
+    EXPECT_EQ(titles(prefs.feedReaderPopUp()),
+              QStringList({"Otter News", "-", "QuillBay", "-", "Select..."}));
+
+    // No reader at all: this program counts as the current one, still only once.
+    QFile::remove(folders.filePath("applications/quillbay.desktop"));
+    currentReader.clear();
+    prefs.buildFeedReaderList();
+    EXPECT_EQ(titles(prefs.feedReaderPopUp()),
+              QStringList({"QuillBay", "-", "Otter News", "-", "Select..."}));
+    EXPECT_EQ(prefs.appPathDictionary().value("QuillBay"), "quillbay.desktop");
+}
+
+TEST_F(PreferencesWindowTest, ControlsWriteTheirKeysAtOnce)
+{
+    QStringList seen;
+    t.center.addObserver("feedLibraryModified", [&](const Notification &notification) {
+        seen.append(notification.name + " " + t.defaults.value("behaviorOnQuit").toString());
+    });
+    prefs.loadWindow();
+
+    auto *onQuit = prefs.findChild<QCheckBox *>("behaviorOnQuit");
+    ASSERT_NE(onQuit, nullptr);
+    EXPECT_FALSE(onQuit->isChecked());
+    onQuit->click();
+    EXPECT_TRUE(Defaults(t.defaults.filePath()).boolean("behaviorOnQuit"));
+    EXPECT_EQ(seen, QStringList{"feedLibraryModified true"});
+
+    prefs.findChild<QSpinBox *>("downloadConcurrent")->setValue(2);
+    EXPECT_EQ(Defaults(t.defaults.filePath()).integer("downloadConcurrent"), 2);
+
+    // Another window changed a setting: showing the window again reads it.
+    t.defaults.setBoolean("behaviorOnQuit", false);
+    prefs.present();
+    EXPECT_FALSE(onQuit->isChecked());
+
+    prefs.updateCheckBox()->click();
+    EXPECT_TRUE(t.defaults.boolean(PreferencesController::autoUpdateKey()));
+    prefs.updateCheckButton()->click();
+    ASSERT_EQ(desktop.opened.size(), 1);
+    EXPECT_EQ(desktop.opened.first().first, QUrl("https://quillbay.org/"));
+}
+
+} // namespace

@@ -5,6 +5,7 @@
 #include "app/EnclosureDownloadController.h"
 #include "app/FeedEditorController.h"
 #include "app/OPMLImportController.h"
+#include "app/PreferencesController.h"
 
 DesktopWindows::DesktopWindows(FeedLibrary &feedLibrary, FeedUpdater &feedUpdater, Defaults &defaults,
                                NotificationCenter &notificationCenter, DesktopServices &desktop,
@@ -45,7 +46,12 @@ void DesktopWindows::showEnclosureWindow()
 
 void DesktopWindows::showPreferences()
 {
-    m_desktop.beep();
+    if (!m_preferences) {
+        m_preferences = new PreferencesController(m_feedUpdater, m_defaults, m_notificationCenter, m_desktop,
+                                                  m_mainWindow());
+        m_preferences->setUserAlert(m_userAlert);
+    }
+    m_preferences->present();
 }
 
 void DesktopWindows::showAboutBox()

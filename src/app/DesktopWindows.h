@@ -19,6 +19,8 @@ class FeedLibrary;
 class FeedUpdater;
 class NotificationCenter;
 class OPMLImportController;
+class PreferencesController;
+class QBUserAlert;
 class QWidget;
 
 class DesktopWindows : public AuxiliaryWindows
@@ -31,6 +33,9 @@ public:
                    NotificationCenter &notificationCenter, DesktopServices &desktop,
                    MainWindowProvider mainWindow);
     ~DesktopWindows() override;
+
+    // What plays a sound the user picks in the preferences.
+    void setUserAlert(QBUserAlert *alert) { m_userAlert = alert; }
 
     bool runAddFeedSheet(const QUrl &address) override;
     void showFeedEditor() override;
@@ -46,10 +51,12 @@ private:
     NotificationCenter &m_notificationCenter;
     DesktopServices &m_desktop;
     MainWindowProvider m_mainWindow;
+    QBUserAlert *m_userAlert = nullptr;
     // Made at once: it follows every enclosure chosen anywhere from the start.
     std::unique_ptr<EnclosureDownloadController> m_enclosures;
     std::unique_ptr<OPMLImportController> m_importer;
     QPointer<AddFeedPanel> m_addFeedPanel;
     QPointer<FeedEditorController> m_feedEditor;
+    QPointer<PreferencesController> m_preferences;
     AboutBoxController m_aboutBox;
 };

@@ -108,6 +108,7 @@ int main(int argc, char **argv)
     DesktopWindows windows(FeedLibrary::feedLibrary(), updater, Defaults::standard(),
                            NotificationCenter::defaultCenter(), desktop,
                            [&controller] { return controller.mainWindowController()->window(); });
+    windows.setUserAlert(&alert);
     controller.setAuxiliaryWindows(&windows);
     handOver(controller, desktop, arguments);
     QObject::connect(&instance, &SingleInstance::argumentsReceived, &controller,

@@ -12,65 +12,13 @@ set -uo pipefail
 app=$1
 cli=$2
 shot_dir=${3:-$PWD}
-here=$(cd "$(dirname "$0")" && pwd)
-root=$(cd "$here/../.." && pwd)
-fixtures=$root/tests/data/e2e
-
-for tool in Xvfb xdotool import convert python3; do
-    if ! command -v "$tool" >/dev/null; then
-        echo "skipped: $tool is missing (apt-get install -y xvfb xauth xdotool imagemagick python3)"
-        exit 77
-    fi
-done
-
-work=$(mktemp -d)
 shot=$shot_dir/end-to-end.png
-xvfb_pid="" server_pid="" app_pid="" window=""
-started=$SECONDS
-
-cleanup() {
-    for pid in $app_pid $server_pid $xvfb_pid; do
-        kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null
-    done
-    rm -rf "$work"
-}
-trap cleanup EXIT
-
-step() { echo "[$((SECONDS - started))s] $*"; }
-
-fail() {
-    echo "FAILED: $*"
+describe_failure() {
     if [ -n "$window" ]; then
         echo "window title: $(xdotool getwindowname "$window" 2>/dev/null || echo '(window gone)')"
     fi
-    echo "--- requests the server saw"
-    cat "$work/server.log" 2>/dev/null
-    echo "--- addresses handed to the browser"
-    cat "$work/opened.log" 2>/dev/null
-    echo "--- the program's output (last lines)"
-    tail -n 30 "$work/app.log" 2>/dev/null
-    if [ -n "$xvfb_pid" ] && import -window root "$shot" 2>/dev/null; then
-        echo "screenshot: $shot"
-    fi
-    exit 1
 }
-
-# wait_until SECONDS COMMAND...: polls COMMAND every 0.2 s; false if it never succeeds in time.
-wait_until() {
-    local deadline=$((SECONDS + $1))
-    shift
-    until "$@"; do
-        [ $SECONDS -lt $deadline ] || return 1
-        sleep 0.2
-    done
-}
-
-# wait_for SECONDS DESCRIPTION COMMAND...: as wait_until, but the test cannot go on without it.
-wait_for() {
-    local limit=$1 what=$2
-    shift 2
-    wait_until "$limit" "$@" || fail "no $what within ${limit}s"
-}
+source "$(dirname "$0")/harness.sh"
 
 # A fault that leaves the rest worth checking is noted, and the test fails at its end.
 problems=()
@@ -79,60 +27,14 @@ note_problem() {
     problems+=("$*")
 }
 
-# ---- the loopback server and its feeds
-mkdir -p "$work"/{feeds,outside,data,config,cache,tmp,runtime,bin,resources}
-chmod 700 "$work/runtime"
-python3 "$here/loopback_server.py" "$work/feeds" "$work/port" "$work/server.log" 2>"$work/server.err" &
-server_pid=$!
-wait_for 10 "port from the feed server" test -s "$work/port"
-port=$(cat "$work/port")
-
-# Dates are set relative to now, so that no article is old enough to expire; the files that must never
-# load are kept outside every folder the program serves or owns.
-python3 - "$fixtures" "$work/feeds" "$work/outside" "$port" <<'PY'
-import datetime as dt, email.utils, pathlib, re, sys
-source, feeds, outside, port = sys.argv[1:5]
-now = dt.datetime.now(dt.timezone.utc).replace(microsecond=0)
-def ago(hours):
-    return now - dt.timedelta(hours=int(hours))
-for path in pathlib.Path(source).iterdir():
-    text = path.read_text(encoding="utf-8").replace("@PORT@", port).replace("@OUTSIDE@", outside)
-    text = re.sub(r"@HOURS_AGO:(\d+)@", lambda m: email.utils.format_datetime(ago(m[1])), text)
-    text = re.sub(r"@ISO_HOURS_AGO:(\d+)@", lambda m: ago(m[1]).strftime("%Y-%m-%dT%H:%M:%SZ"), text)
-    target = outside if path.name.startswith("outside.") else feeds
-    pathlib.Path(target, path.name).write_text(text, encoding="utf-8")
-PY
-cp -r "$root/resources/." "$work/resources/"
+serve_fixtures
 cp "$work/feeds/feeds.opml" "$work/resources/DefaultFeeds.opml"
-
-# Whatever the program hands to the browser is written down here instead of being opened.
-cat >"$work/bin/xdg-open" <<EOF
-#!/bin/sh
-echo "\$*" >>"$work/opened.log"
-EOF
-chmod +x "$work/bin/xdg-open"
-
-# ---- the X server
-Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$work/display" 2>"$work/xvfb.log" &
-xvfb_pid=$!
-wait_for 10 "display number from Xvfb" test -s "$work/display"
-export DISPLAY=:$(cat "$work/display")
-
-# ---- the program, in folders of its own: TMPDIR too, since the single-instance socket lives there
-export XDG_DATA_HOME=$work/data XDG_CONFIG_HOME=$work/config XDG_CACHE_HOME=$work/cache
-export XDG_RUNTIME_DIR=$work/runtime TMPDIR=$work/tmp QUILLBAY_RESOURCES=$work/resources
-export QTWEBENGINE_DISABLE_SANDBOX=1 QTWEBENGINE_CHROMIUM_FLAGS=--disable-gpu
-export PATH=$work/bin:$PATH BROWSER=$work/bin/xdg-open
-library=$XDG_DATA_HOME/QuillBay
+start_private_desktop
 
 step "starting $app on $DISPLAY, feeds at 127.0.0.1:$port"
 "$app" >"$work/app.log" 2>&1 &
 app_pid=$!
 
-find_window() {
-    window=$(xdotool search --onlyvisible --name 'QuillBay$' 2>/dev/null | head -n 1)
-    [ -n "$window" ]
-}
 wait_for 60 "main window" find_window
 
 article_count() {

@@ -14,101 +14,27 @@ set -uo pipefail
 app=$1
 cli=$2
 shot_dir=${3:-$PWD}
-here=$(cd "$(dirname "$0")" && pwd)
-root=$(cd "$here/../.." && pwd)
-fixtures=$root/tests/data/e2e
-
-for tool in Xvfb xdotool import convert python3; do
-    if ! command -v "$tool" >/dev/null; then
-        echo "skipped: $tool is missing (apt-get install -y xvfb xauth xdotool imagemagick python3)"
-        exit 77
-    fi
-done
-
-work=$(mktemp -d)
 shot=$shot_dir/subscribe-import-enclose.png
-xvfb_pid="" server_pid="" app_pid="" window=""
-started=$SECONDS
-
-cleanup() {
-    for pid in $app_pid $server_pid $xvfb_pid; do
-        kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null
-    done
-    rm -rf "$work"
-}
-trap cleanup EXIT
-
-step() { echo "[$((SECONDS - started))s] $*"; }
-
-fail() {
-    echo "FAILED: $*"
+describe_failure() {
     if [ -n "$xvfb_pid" ]; then
         echo "windows on the screen:"
         for id in $(xdotool search --onlyvisible --name '.' 2>/dev/null); do
             echo "  $id '$(xdotool getwindowname "$id" 2>/dev/null)'"
         done
     fi
-    echo "--- requests the server saw"
-    cat "$work/server.log" 2>/dev/null
-    echo "--- addresses and files handed to the desktop"
-    cat "$work/opened.log" 2>/dev/null
     echo "--- the download folder"
     ls -l "$work/downloads" 2>/dev/null
-    echo "--- the program's output (last lines)"
-    tail -n 30 "$work/app.log" 2>/dev/null
-    # Once the program has gone, the picture taken while it ran is the one worth keeping.
-    if [ -n "$app_pid" ] && import -window root "$shot" 2>/dev/null; then
-        echo "screenshot: $shot"
-    elif [ -s "$shot" ]; then
-        echo "screenshot (before quitting): $shot"
-    fi
-    exit 1
 }
-
-# wait_until SECONDS COMMAND...: polls COMMAND every 0.2 s; false if it never succeeds in time.
-wait_until() {
-    local deadline=$((SECONDS + $1))
-    shift
-    until "$@"; do
-        [ $SECONDS -lt $deadline ] || return 1
-        sleep 0.2
-    done
-}
-
-# wait_for SECONDS DESCRIPTION COMMAND...: as wait_until, but the test cannot go on without it.
-wait_for() {
-    local limit=$1 what=$2
-    shift 2
-    wait_until "$limit" "$@" || fail "no $what within ${limit}s"
-}
+source "$(dirname "$0")/harness.sh"
 
 # ---- the loopback server, its feeds and the enclosure's bytes
-mkdir -p "$work"/{feeds,data,config/QuillBay,cache,tmp,runtime,bin,resources,downloads}
-chmod 700 "$work/runtime"
-python3 "$here/loopback_server.py" "$work/feeds" "$work/port" "$work/server.log" 2>"$work/server.err" &
-server_pid=$!
-wait_for 10 "port from the feed server" test -s "$work/port"
-port=$(cat "$work/port")
-
-# Dates are set relative to now, so that no article is old enough to expire. The episode is noise from
-# a fixed seed: any byte lost or changed on the way shows in the comparison.
-python3 - "$fixtures" "$work/feeds" "$port" <<'PY'
-import datetime as dt, email.utils, pathlib, random, re, sys
-source, feeds, port = sys.argv[1:4]
-now = dt.datetime.now(dt.timezone.utc).replace(microsecond=0)
-def ago(hours):
-    return now - dt.timedelta(hours=int(hours))
-for name in ("ferry-radio.xml", "lantern-works.xml", "tide-notes.atom", "reading-list.opml"):
-    text = pathlib.Path(source, name).read_text(encoding="utf-8").replace("@PORT@", port)
-    text = re.sub(r"@HOURS_AGO:(\d+)@", lambda m: email.utils.format_datetime(ago(m[1])), text)
-    text = re.sub(r"@ISO_HOURS_AGO:(\d+)@", lambda m: ago(m[1]).strftime("%Y-%m-%dT%H:%M:%SZ"), text)
-    pathlib.Path(feeds, name).write_text(text, encoding="utf-8")
-pathlib.Path(feeds, "ferry-radio-episode-2.mp3").write_bytes(random.Random(2).randbytes(40960))
-PY
+serve_fixtures
+# The episode is noise from a fixed seed: any byte lost or changed on the way shows in the comparison.
+python3 -c 'import random, sys; open(sys.argv[1], "wb").write(random.Random(2).randbytes(40960))' \
+    "$work/feeds/ferry-radio-episode-2.mp3"
 episode=$work/feeds/ferry-radio-episode-2.mp3
 # The site's icon, which the subscribe sheet asks for beside the feed.
 convert -size 57x57 xc:'#1f6f8b' -fill '#f4d35e' -draw 'circle 28,28 28,12' "$work/feeds/apple-touch-icon.png"
-cp -r "$root/resources/." "$work/resources/"
 # A new library then starts with no feed at all: every one it ends with came through a sheet.
 cat >"$work/resources/DefaultFeeds.opml" <<'EOF'
 <?xml version="1.0" encoding="UTF-8"?>
@@ -120,34 +46,12 @@ downloadPath=$work/downloads
 downloadOpenAudio=false
 EOF
 
-# Whatever the program hands to the browser or the desktop is written down here instead of being opened.
-cat >"$work/bin/xdg-open" <<EOF
-#!/bin/sh
-echo "\$*" >>"$work/opened.log"
-EOF
-chmod +x "$work/bin/xdg-open"
-
-# ---- the X server
-Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$work/display" 2>"$work/xvfb.log" &
-xvfb_pid=$!
-wait_for 10 "display number from Xvfb" test -s "$work/display"
-export DISPLAY=:$(cat "$work/display")
-
-# ---- the program, in folders of its own: TMPDIR too, since the single-instance socket lives there
-export XDG_DATA_HOME=$work/data XDG_CONFIG_HOME=$work/config XDG_CACHE_HOME=$work/cache
-export XDG_RUNTIME_DIR=$work/runtime TMPDIR=$work/tmp QUILLBAY_RESOURCES=$work/resources
-export QTWEBENGINE_DISABLE_SANDBOX=1 QTWEBENGINE_CHROMIUM_FLAGS=--disable-gpu
-export PATH=$work/bin:$PATH BROWSER=$work/bin/xdg-open
-library=$XDG_DATA_HOME/QuillBay
+start_private_desktop
 
 # A window of the program by its exact title; the visible one, since Qt keeps hidden ones around.
 window_named() { xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | head -n 1; }
 shown() { [ -n "$(window_named "$1")" ]; }
 gone() { [ -z "$(window_named "$1")" ]; }
-find_window() {
-    window=$(xdotool search --onlyvisible --name 'QuillBay$' 2>/dev/null | head -n 1)
-    [ -n "$window" ]
-}
 title_is() { [ "$(xdotool getwindowname "$window" 2>/dev/null)" = "$1 — QuillBay" ]; }
 title_starts() { [[ "$(xdotool getwindowname "$window" 2>/dev/null)" == "$1"* ]]; }
 

@@ -178,12 +178,12 @@ bool ApplicationController::validateMenuItem(MenuCommand command) const
     case C::PostToTwitter:
     case C::PostToFacebook:
     case C::PostToDigg:
-        return m_feedLibrary.selectedArticles().size() == 1;
+        return m_feedLibrary.selectedArticleCount() == 1;
     case C::ShowPreviousArticle:
     case C::ShowNextArticle:
     case C::ShowNextUnreadArticle:
     case C::BackToParent:
-        return !m_feedLibrary.selectedArticles().isEmpty();
+        return m_feedLibrary.selectedArticleCount() > 0;
     default:
         return true;
     }

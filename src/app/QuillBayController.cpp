@@ -211,10 +211,16 @@ void QuillBayController::taskEnded()
 
 // ---- breadcrumbs
 
+// Search results, one day's or one author's articles: a list of its own, not a place in the tree.
+bool QuillBayController::showsResults() const
+{
+    return m_breadCrumbMode == 2 || m_breadCrumbMode == DayMode || m_breadCrumbMode == AuthorMode;
+}
+
 QString QuillBayController::breadCrumbTitle() const
 {
     const TreeNodePtr last = lastSelectedItem();
-    if (m_breadCrumbMode == 2 || m_breadCrumbMode == DayMode || m_breadCrumbMode == AuthorMode) {
+    if (showsResults()) {
         if (last && last->kindOfObject() == TreeNode::ArticleKind)
             return SourceListModel::objectValueForItem(last);
         const TreeNodePtr folder = m_feedLibrary.selectedFolder();
@@ -226,7 +232,7 @@ QString QuillBayController::breadCrumbTitle() const
 bool QuillBayController::isBackEnabled() const
 {
     const TreeNodePtr last = lastSelectedItem();
-    if (m_breadCrumbMode == 2 || m_breadCrumbMode == DayMode || m_breadCrumbMode == AuthorMode)
+    if (showsResults())
         return last && last->kindOfObject() == TreeNode::ArticleKind;
     if (!last)
         return false;
@@ -252,7 +258,7 @@ void QuillBayController::doBreadCrumbClick()
     const TreeNodePtr last = lastSelectedItem();
     if (!last || last == m_feedLibrary.root())
         return;
-    if (m_breadCrumbMode == 2 || m_breadCrumbMode == DayMode || m_breadCrumbMode == AuthorMode) {
+    if (showsResults()) {
         if (const VirtualFolderPtr results = m_feedLibrary.searchFolder())
             m_feedLibrary.setSelectedItems({results});
     } else if (const TreeNodePtr parent = last->parent()) {
@@ -715,7 +721,7 @@ ArticlePtr QuillBayController::lastSelectedArticle() const
 
 bool QuillBayController::exactlyOneArticleSelected() const
 {
-    return m_feedLibrary.selectedArticles().size() == 1;
+    return m_feedLibrary.selectedArticleCount() == 1;
 }
 
 // ---- the window

@@ -119,6 +119,7 @@ private:
     void updateStatusBar(const Notification &notification);
     void fileDownloadNotifications(const Notification &notification);
     void updateBreadCrumbs();
+    bool showsResults() const;
     void rebuildNow();
     void applyFontSize();
     void applyRowHeight();

@@ -655,6 +655,24 @@ TreeNodeList FeedLibrary::selectedArticles() const
     return articles;
 }
 
+qsizetype FeedLibrary::selectedArticleCount() const
+{
+    const FeedList feeds = selectedFeeds();
+    qsizetype count = 0;
+    if (!feeds.isEmpty()) {
+        for (const FeedPtr &feed : feeds)
+            count += feed->childCount();
+        return count;
+    }
+    for (const TreeNodePtr &item : m_selectedItems) {
+        if (isKind(item, TreeNode::ArticleKind))
+            ++count;
+        else if (isKind(item, TreeNode::VirtualFolderKind))
+            count += item->childCount();
+    }
+    return count;
+}
+
 // ---- navigation
 
 ArticlePtr FeedLibrary::neighbour(const TreeNodeList &list, const ArticlePtr &article, int step)

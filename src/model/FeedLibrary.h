@@ -93,6 +93,9 @@ public:
     TreeNodePtr selectedFolder() const;
     FeedList selectedFeeds() const;
     TreeNodeList selectedArticles() const;
+    // The size of selectedArticles() without gathering them: the windows ask it on every notification
+    // and menu opening, when the selection may be a folder of thousands of articles.
+    qsizetype selectedArticleCount() const;
 
     // Navigation.
     ArticlePtr nextArticleAfter(const ArticlePtr &article) const;

@@ -1,8 +1,9 @@
+#include "model/FeedLibrary.h"
+
 #include "LogCapture.h"
 #include "db/FMDatabase.h"
 #include "db/FMResultSet.h"
 #include "model/ArticleRow.h"
-#include "model/FeedLibrary.h"
 #include "platform/NotificationCenter.h"
 #include "platform/Resources.h"
 
@@ -40,8 +41,8 @@ FeedPtr addFeed(FeedLibrary &library, const QString &title, const TreeNodePtr &i
     return feed;
 }
 
-ArticlePtr storeArticle(FeedLibrary &library, const FeedPtr &feed, const QString &title, const QString &fullText,
-                        int day = 1)
+ArticlePtr storeArticle(FeedLibrary &library, const FeedPtr &feed, const QString &title,
+                        const QString &fullText, int day = 1)
 {
     auto article = std::make_shared<Article>();
     article->setTitle(title);
@@ -71,10 +72,20 @@ QStringList titlesOf(const TreeNodeList &nodes)
     return titles;
 }
 
-const QStringList defaultFeedTitles = {
-    "BBC News – Top Stories", "BBC News – World", "NPR News", "The Guardian – World news", "Al Jazeera",
-    "NASA News Releases", "Nature", "ScienceDaily", "New Scientist", "Ars Technica", "BBC News – Technology",
-    "The Verge", "Wired", "Hacker News"};
+const QStringList defaultFeedTitles = {"BBC News – Top Stories",
+                                       "BBC News – World",
+                                       "NPR News",
+                                       "The Guardian – World news",
+                                       "Al Jazeera",
+                                       "NASA News Releases",
+                                       "Nature",
+                                       "ScienceDaily",
+                                       "New Scientist",
+                                       "Ars Technica",
+                                       "BBC News – Technology",
+                                       "The Verge",
+                                       "Wired",
+                                       "Hacker News"};
 
 QByteArray fileBytes(const QString &path)
 {
@@ -116,7 +127,8 @@ TEST(FeedLibraryLoad, AFirstRunCreatesBothTablesAndSeedsTheClippingsWithWelcomeT
     EXPECT_EQ(welcome->title(), "Welcome to QuillBay");
     EXPECT_EQ(welcome->parent(), folder);
     const QString page = library.longSummaryForArticle(welcome);
-    EXPECT_TRUE(page.contains(Resources::folderUrl().toString() + "/pages.css")) << "the page's images resolve";
+    EXPECT_TRUE(page.contains(Resources::folderUrl().toString() + "/pages.css"))
+        << "the page's images resolve";
     EXPECT_FALSE(page.contains("$IMAGE_PATH", Qt::CaseInsensitive));
 }
 
@@ -192,7 +204,8 @@ TEST(FeedLibraryLoad, ALibrarySavedAndLoadedAgainKeepsItsTreeAndReattachesCounte
     EXPECT_EQ(feed->unreadCount(), 2) << "new articles come back unread and are counted";
     EXPECT_FALSE(feed->hasNewArticles());
     EXPECT_EQ(library.totalUnreadArticleCount(), 2);
-    EXPECT_EQ(library.longSummaryForArticle(std::dynamic_pointer_cast<Article>(feed->children().at(0))), "new text");
+    EXPECT_EQ(library.longSummaryForArticle(std::dynamic_pointer_cast<Article>(feed->children().at(0))),
+              "new text");
 }
 
 TEST(FeedLibraryLoad, ADatabaseWithoutALibraryFileIsNeitherRecreatedNorReseeded)
@@ -271,7 +284,8 @@ TEST(FeedLibraryLoad, ADatabaseFileThatIsNotSQLiteIsLeftAloneAndTheLibraryStillR
         loadWithoutDefaultFeeds(library);
         auto feed = addFeed(library, "survivor");
         storeArticle(library, feed, "a", "text");
-        EXPECT_EQ(library.longSummaryForArticle(std::dynamic_pointer_cast<Article>(feed->children().first())), "");
+        EXPECT_EQ(library.longSummaryForArticle(std::dynamic_pointer_cast<Article>(feed->children().first())),
+                  "");
         library.performSearchWithString("a");
         EXPECT_EQ(library.searchFolder()->childCount(), 0);
         library.save();
@@ -319,9 +333,8 @@ TEST(FeedLibrarySearch, LikeWildcardsWorkAndAnEmptyResultStillSelectsASearchFold
     storeArticle(library, feed, "Other", "nothing here");
 
     QStringList heard;
-    const int token = NotificationCenter::defaultCenter().addObserver({}, [&](const Notification &n) {
-        heard << n.name;
-    });
+    const int token =
+        NotificationCenter::defaultCenter().addObserver({}, [&](const Notification &n) { heard << n.name; });
     library.performSearchWithString("50%");
     EXPECT_EQ(library.searchFolder()->childCount(), 2) << "% in the text is a wildcard";
     library.performSearchWithString("RATES");
@@ -368,9 +381,16 @@ TEST(FeedLibraryQueries, SelectionNavigationAndMovesFollowTheTreeOrder)
     auto clipped = std::make_shared<Article>();
     library.setSelectedItems({folder, clipped});
     EXPECT_EQ(library.selectedArticles(), TreeNodeList({y, x})) << "feeds win over loose articles";
+    EXPECT_EQ(library.selectedArticleCount(), 2);
     EXPECT_EQ(library.selectedFolder(), folder);
     library.setSelectedItems({clipped});
     EXPECT_EQ(library.selectedArticles(), TreeNodeList({clipped}));
+    EXPECT_EQ(library.selectedArticleCount(), 1);
+    auto results = std::make_shared<VirtualFolder>("results");
+    results->addChildren({x, y});
+    library.setSelectedItems({results, clipped});
+    EXPECT_EQ(library.selectedArticleCount(), library.selectedArticles().size());
+    EXPECT_EQ(library.selectedArticleCount(), 3);
     library.setSelectedItems({b});
     EXPECT_EQ(library.selectedFolder(), folder);
 
@@ -424,8 +444,8 @@ TEST(FeedLibraryHistory, TheThumbnailCleanUpDeletesOnlyPicturesOfArticlesThatAre
     writeFile(images + "/" + article->uniqueID() + ".jpg", "kept");
 
     int progressPosts = 0;
-    const int token = NotificationCenter::defaultCenter().addObserver("ActiveTaskNotification",
-                                                                        [&](const Notification &) { ++progressPosts; });
+    const int token = NotificationCenter::defaultCenter().addObserver(
+        "ActiveTaskNotification", [&](const Notification &) { ++progressPosts; });
     std::thread worker([&] { library.removeOrphanedThumbnailImages(std::chrono::milliseconds(0)); });
     // The tree keeps changing on this thread while the clean-up reads it.
     for (int i = 0; i < 200; ++i)

@@ -12,6 +12,7 @@
 #include "reading/QBUtilities.h"
 
 #include <QUrl>
+#include <algorithm>
 
 namespace {
 const QString flickrPhotos = QStringLiteral("http://www.flickr.com/photos");
@@ -74,6 +75,7 @@ QString HeadlinePage::generateHTML()
     page.openInBrowser = m_defaults.boolean(QStringLiteral("behaviorOpenInBrowser"));
     page.showInfoBar = m_defaults.boolean(QStringLiteral("displayShowInfoBar"));
     page.showSummaries = m_defaults.boolean(QStringLiteral("displayShowArticleSummaries"));
+    page.articleLength = articleLength();
     HeadlineRenderer renderer(
         page, [this](const ArticlePtr &article) { return m_feedLibrary.longSummaryForArticle(article); });
 
@@ -94,6 +96,13 @@ QString HeadlinePage::generateHTML()
         html += QStringLiteral("<br clear=\"both\"><div style=\"height: 10px; width: 10px;\"></div>\n");
     html += QStringLiteral("</body>\n</html>\n");
     return html;
+}
+
+// The slider registers its own default; a page built where there is no slider shows whole summaries.
+double HeadlinePage::articleLength() const
+{
+    const QVariant length = m_defaults.value(QStringLiteral("articleLength"));
+    return length.isValid() ? std::clamp(length.toDouble(), 0.0, 1.0) : 1.0;
 }
 
 QString HeadlinePage::head(const QString &securityPolicy, qsizetype articleCount) const

@@ -49,6 +49,7 @@ private:
     void decidePhotoMode();
     qsizetype cap() const;
     QString head(const QString &securityPolicy, qsizetype articleCount) const;
+    double articleLength() const;
 
     FeedLibrary &m_feedLibrary;
     Defaults &m_defaults;

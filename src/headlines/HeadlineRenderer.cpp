@@ -3,6 +3,7 @@
 
 #include "headlines/HeadlineRenderer.h"
 
+#include "headlines/SummaryExcerpt.h"
 #include "headlines/SummaryRewriter.h"
 #include "model/Feed.h"
 #include "platform/LocalizedStrings.h"
@@ -303,7 +304,7 @@ QString HeadlineRenderer::listEntry(const ArticlePtr &article, qsizetype positio
 QString HeadlineRenderer::entrySummary(const ArticlePtr &article) const
 {
     if (m_page.articleCount != 1)
-        return article->summary();
+        return SummaryExcerpt::excerpt(article->summary(), m_page.articleLength);
     const QString full = m_longSummary ? m_longSummary(article) : QString();
     if (!m_page.photoMode)
         return SummaryRewriter::stripImagingSizesFromSummary(full);

@@ -27,6 +27,7 @@ public:
         bool openInBrowser = false;
         bool showInfoBar = true;
         bool showSummaries = true;
+        double articleLength = 1.0; // how much of each summary a list of several articles shows, 0 to 1
         QDateTime now = QDateTime::currentDateTime(); // one present moment for every friendly date
     };
     using LongSummary = std::function<QString(const ArticlePtr &)>;

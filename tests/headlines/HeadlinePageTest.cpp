@@ -187,7 +187,7 @@ TEST_F(HeadlinePageTest, EveryClickHandlerOfThePageIsAllowedByItsHashAndNothingE
     EXPECT_LT(metaAt, html.indexOf("</head>"));
     const QString policy = html.sliced(metaAt).section('"', 3, 3);
     for (const char *directive : {"default-src 'none'", "form-action 'none'", "frame-src 'none'",
-                                     "connect-src 'none'", "object-src 'none'"})
+                                  "connect-src 'none'", "object-src 'none'"})
         EXPECT_TRUE(policy.contains(directive)) << directive;
     EXPECT_TRUE(policy.contains("script-src 'unsafe-hashes' 'sha256-"));
     EXPECT_FALSE(policy.section("script-src", 1).section(';', 0, 0).contains("unsafe-inline"));
@@ -272,7 +272,7 @@ TEST_F(HeadlinePageTest, TilesShowThePictureWithAStatusIconOrElseTheTitleAsText)
         bare->uniqueID() + "\">Pier repaired</a></div></div></div>\n</div>\n"));
     // Tiles carry no summary, info bar, divider or click handler.
     for (const char *absent : {"class=\"summary\"", "articleInfo", "divider", "onclick",
-                                  "statusIconPM\"/>\n<div class=\"textOnlyCell"})
+                               "statusIconPM\"/>\n<div class=\"textOnlyCell"})
         EXPECT_FALSE(html.contains(absent)) << absent;
 
     page.setSortMethod(2);
@@ -518,4 +518,32 @@ TEST_F(HeadlinePageTest, OpeningInTheBrowserMakesTitlesAndClicksOpenTheWebPage)
         html.contains("<div class=\"textOnlyCell\"><div class=\"textCellPadding\"><a href=\"quillbay:open=" +
                       first->uniqueID() + "\">Ferry returns</a></div></div>"));
     EXPECT_FALSE(html.contains("qb-followlink.png"));
+}
+
+TEST_F(HeadlinePageTest, TheArticleLengthSliderShortensListSummariesButNeverASingleArticle)
+{
+    const FeedPtr feed = addFeed("Slider");
+    const ArticlePtr first = addArticle(feed, "Long read");
+    first->setSummary("<p>" + QString("word ").repeated(200) + "</p>");
+    addArticle(feed, "Short read");
+    library.setSelectedItems({feed});
+
+    QString html = page.generateHTML();
+    EXPECT_TRUE(html.contains("<p>" + QString("word ").repeated(200))) << "no slider yet: whole summaries";
+
+    defaults.setDouble("articleLength", 0.1);
+    html = page.generateHTML();
+    EXPECT_FALSE(html.contains("<p>word"));
+    EXPECT_TRUE(html.contains(QString("word ").repeated(11) + "word…"));
+    EXPECT_TRUE(html.contains("Summary of Short read"));
+
+    defaults.setDouble("articleLength", 0.0);
+    html = page.generateHTML();
+    EXPECT_FALSE(html.contains("word"));
+    EXPECT_FALSE(html.contains("Summary of Short read"));
+    EXPECT_TRUE(html.contains("Short read")) << "the titles stay";
+
+    library.setSelectedItems({first});
+    library.saveSummary(first->summary(), first);
+    EXPECT_TRUE(page.generateHTML().contains(QString("word ").repeated(200)));
 }

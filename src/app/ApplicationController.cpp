@@ -51,10 +51,13 @@ ApplicationController::ApplicationController(FeedLibrary &feedLibrary, FeedUpdat
             &ApplicationController::doMarkSelectedFeedAsUnread);
     connect(m_mainController.get(), &QuillBayController::editFeedRequested, this,
             &ApplicationController::doEditSelectedFeed);
+    m_selectionObserver = m_notificationCenter.addObserver(
+        QStringLiteral("feedSelectionChanged"), [this](const Notification &) { postChannelSelection(); });
 }
 
 ApplicationController::~ApplicationController()
 {
+    m_notificationCenter.removeObserver(m_selectionObserver);
     m_menu.reset();
     m_mainController.reset();
     delete m_displayWidget;
@@ -160,6 +163,7 @@ bool ApplicationController::validateMenuItem(MenuCommand command) const
     switch (command) {
     case C::OpenSelectedFeedLink:
     case C::EditSelectedFeed:
+    case C::EditSelectedFeedTags:
     case C::RefreshSelectedFeed:
     case C::MarkSelectedFeedAsUnread:
     case C::MarkSelectedFeedAsRead:
@@ -257,6 +261,9 @@ void ApplicationController::performFeedCommand(MenuCommand command)
         break;
     case C::EditSelectedFeed:
         doEditSelectedFeed();
+        break;
+    case C::EditSelectedFeedTags:
+        doEditSelectedFeedTags();
         break;
     case C::RemoveSelectedFeed:
         m_mainController->doRemoveItem();
@@ -406,6 +413,20 @@ void ApplicationController::doEditSelectedFeed()
     const FeedList feeds = m_feedLibrary.selectedFeeds();
     if (!feeds.isEmpty())
         fetchSiteIcon(feeds.first());
+}
+
+void ApplicationController::doEditSelectedFeedTags()
+{
+    if (m_windows)
+        m_windows->showInspector();
+    postChannelSelection();
+}
+
+// The inspector only listens once shown, so telling it of every selection change costs nothing before.
+void ApplicationController::postChannelSelection()
+{
+    m_notificationCenter.post(QStringLiteral("channelSelectionChanged"),
+                              QVariant::fromValue(m_feedLibrary.selectedFeeds()));
 }
 
 // While the editor is open, the feed's own site is asked for a better icon than the feed named.

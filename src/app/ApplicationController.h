@@ -67,6 +67,7 @@ public:
     void doFindPrevious(bool fromFindField = false);
     void doOpenSelectedFeedLink();
     void doEditSelectedFeed();
+    void doEditSelectedFeedTags();
     void doRefreshSelectedFeed();
     void doRefreshAllFeeds();
     void doMarkSelectedFeedAsUnread();
@@ -88,6 +89,7 @@ private:
     void performFileOrWindowCommand(MenuCommand command);
     void performFeedCommand(MenuCommand command);
     void performArticleCommand(MenuCommand command);
+    void postChannelSelection();
 
     FeedLibrary &m_feedLibrary;
     FeedUpdater &m_feedUpdater;
@@ -103,6 +105,7 @@ private:
     FindPanel *m_findPanel = nullptr;
     SideBarActions *m_sideBar = nullptr;
     AuxiliaryWindows *m_windows = nullptr;
+    int m_selectionObserver = 0;
     bool m_appLoaded = false;
     bool m_performFileDrag = false;
     QStringList m_draggedFiles;

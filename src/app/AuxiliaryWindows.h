@@ -1,5 +1,6 @@
 // The windows the main window and the menus open besides themselves: subscribing, the feed editor, the
-// enclosure downloads, preferences, the about box and the OPML import. Each opens on request only.
+// enclosure downloads, preferences, the about box, the tag inspector and the OPML import. Each opens on
+// request only.
 #pragma once
 
 #include <QString>
@@ -16,6 +17,8 @@ public:
     virtual void showEnclosureWindow() = 0;
     virtual void showPreferences() = 0;
     virtual void showAboutBox() = 0;
+    // The tag editor, following "channelSelectionChanged".
+    virtual void showInspector() = 0;
     // An empty path lets the user choose the file.
     virtual void runOPMLImporter(const QString &filePath) = 0;
 };

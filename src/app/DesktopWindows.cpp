@@ -4,6 +4,7 @@
 #include "app/DesktopServices.h"
 #include "app/EnclosureDownloadController.h"
 #include "app/FeedEditorController.h"
+#include "app/InspectorController.h"
 #include "app/OPMLImportController.h"
 #include "app/PreferencesController.h"
 
@@ -52,6 +53,13 @@ void DesktopWindows::showPreferences()
         m_preferences->setUserAlert(m_userAlert);
     }
     m_preferences->present();
+}
+
+void DesktopWindows::showInspector()
+{
+    if (!m_inspector)
+        m_inspector = std::make_unique<InspectorController>(m_notificationCenter, m_desktop);
+    m_inspector->showInspector();
 }
 
 void DesktopWindows::showAboutBox()

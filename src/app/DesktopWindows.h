@@ -1,6 +1,6 @@
 // The windows beside the main window, each made once on first use and kept: the subscribe sheet, the
-// feed editor, the OPML import sheet, the enclosure downloads and the about box. It only opens them;
-// each window does its own work.
+// feed editor, the OPML import sheet, the enclosure downloads, the tag inspector and the about box.
+// It only opens them; each window does its own work.
 #pragma once
 
 #include "app/AboutBoxController.h"
@@ -17,6 +17,7 @@ class EnclosureDownloadController;
 class FeedEditorController;
 class FeedLibrary;
 class FeedUpdater;
+class InspectorController;
 class NotificationCenter;
 class OPMLImportController;
 class PreferencesController;
@@ -42,6 +43,7 @@ public:
     void showEnclosureWindow() override;
     void showPreferences() override;
     void showAboutBox() override;
+    void showInspector() override;
     void runOPMLImporter(const QString &filePath) override;
 
 private:
@@ -58,5 +60,6 @@ private:
     QPointer<AddFeedPanel> m_addFeedPanel;
     QPointer<FeedEditorController> m_feedEditor;
     QPointer<PreferencesController> m_preferences;
+    std::unique_ptr<InspectorController> m_inspector;
     AboutBoxController m_aboutBox;
 };

@@ -46,6 +46,7 @@ void MainMenu::buildMenus()
          {C::MarkAllFeedsAsRead, tr("Mark All as R&ead"), QKeySequence(QStringLiteral("Ctrl+Shift+K"))},
          {C::OpenSelectedFeedLink, tr("&Open Web Page"), QKeySequence(QStringLiteral("Ctrl+Shift+O"))},
          {C::EditSelectedFeed, tr("&Edit Feed..."), QKeySequence(QStringLiteral("Ctrl+Shift+E"))},
+         {C::EditSelectedFeedTags, tr("&Tags..."), QKeySequence(QStringLiteral("Ctrl+T"))},
          {C::DeleteAllArticlesForSelectedFeed, tr("&Delete All Articles"), QKeySequence()},
          {C::RemoveSelectedFeed, tr("Re&move"), QKeySequence(Qt::Key_Delete)}});
     m_articleMenu = addMenu(

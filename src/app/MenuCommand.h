@@ -18,6 +18,7 @@ enum class MenuCommand
     FindPrevious,
     OpenSelectedFeedLink,
     EditSelectedFeed,
+    EditSelectedFeedTags,
     RemoveSelectedFeed,
     RefreshSelectedFeed,
     RefreshAllFeeds,

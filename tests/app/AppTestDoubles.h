@@ -64,6 +64,7 @@ public:
     void showEnclosureWindow() override { calls.append("enclosure"); }
     void showPreferences() override { calls.append("preferences"); }
     void showAboutBox() override { calls.append("about"); }
+    void showInspector() override { calls.append("inspector"); }
     void runOPMLImporter(const QString &filePath) override { calls.append("import " + filePath); }
 
     QStringList calls;

@@ -4,6 +4,7 @@
 #include "AppTestLibrary.h"
 #include "LoopbackServer.h"
 #include "app/FindPanel.h"
+#include "app/InspectorController.h"
 #include "app/QuillBayController.h"
 #include "fetch/DownloadItem.h"
 
@@ -151,4 +152,32 @@ TEST_F(ApplicationControllerTest, EditingAFeedAsksItsSiteForTheTouchIconBeforeTh
     for (int i = 0; i < 200 && !queuedIcon(); ++i)
         QTest::qWait(10);
     EXPECT_TRUE(queuedIcon());
+}
+
+TEST_F(ApplicationControllerTest, TheTagsCommandShowsTheSelectedFeedsInTheInspectorWhichFollowsTheSelection)
+{
+    using C = MenuCommand;
+    InspectorController inspector(t.center, desktop);
+    t.harbour->setKeywords({"sea", "weather"});
+    t.sky->setKeywords({"stars"});
+
+    t.library.setSelectedItems({});
+    EXPECT_FALSE(controller.validateMenuItem(C::EditSelectedFeedTags));
+    t.library.setSelectedItems({t.harbour});
+    ASSERT_TRUE(controller.validateMenuItem(C::EditSelectedFeedTags));
+    controller.perform(C::EditSelectedFeedTags);
+    EXPECT_EQ(windows.calls, QStringList({"inspector"}));
+
+    // The stand-in window list does not make the inspector; shown, it hears the next selection.
+    inspector.showInspector();
+    controller.perform(C::EditSelectedFeedTags);
+    EXPECT_EQ(inspector.channels(), QList<FeedPtr>({t.harbour}));
+    EXPECT_EQ(inspector.tags(), QStringList({"sea", "weather"}));
+
+    t.library.setSelectedItems({t.folder});
+    t.center.post("feedSelectionChanged");
+    EXPECT_EQ(inspector.channels(), QList<FeedPtr>({t.sky})) << "a folder stands for its feeds";
+    inspector.addTag();
+    EXPECT_EQ(t.sky->keywords(), QStringList({"stars", "Tag"}));
+    EXPECT_EQ(t.harbour->keywords(), QStringList({"sea", "weather"}));
 }

@@ -1,6 +1,7 @@
 #include "app/AboutBoxController.h"
 
 #include "app/WindowIconTile.h"
+#include "platform/QuillBayIcon.h"
 #include "platform/Resources.h"
 
 #include <QCoreApplication>
@@ -54,7 +55,7 @@ void AboutBoxController::loadWindow()
     m_window = new QWidget(nullptr, Qt::Dialog);
     m_window->setWindowTitle(QStringLiteral("About QuillBay"));
     auto *icon = new QLabel;
-    icon->setPixmap(QPixmap::fromImage(WindowIconTile::drawIcon()));
+    icon->setPixmap(QPixmap::fromImage(QuillBayIcon::draw(WindowIconTile::iconSize)));
     icon->setAlignment(Qt::AlignCenter);
     auto *name = new QLabel(QStringLiteral("<b>QuillBay</b>"));
     name->setAlignment(Qt::AlignCenter);

@@ -20,8 +20,8 @@ public:
     void setIcon(const QImage &image) override;
     void resetIcon() override;
 
-    // A quill over a wave, 128 pixels square.
-    static QImage drawIcon();
+    // The side of the icon the tile starts from and the badge is drawn on.
+    static constexpr int iconSize = 128;
 
 private:
     void sendLauncherCount() const;

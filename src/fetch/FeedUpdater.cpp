@@ -97,6 +97,9 @@ void FeedUpdater::requestDownload(const QUrl &url, const QString &toDestination,
 
 void FeedUpdater::downloadIconForFeed(const FeedPtr &feed)
 {
+    // A feed whose site address is missing or unreadable has no site to ask.
+    if (feed->link().host().isEmpty())
+        return;
     queueIcon(QUrl(QStringLiteral("http://%1/apple-touch-icon-precomposed.png").arg(feed->link().host())),
               feed);
 }

@@ -236,6 +236,12 @@ TEST_F(UpdaterTest, WhenEveryArticleWouldExpireTheListStaysButTheirHistoryGoes)
 TEST_F(UpdaterTest, IconRequestsQueueTheFirstCandidateIntoTheIconFolder)
 {
     const FeedPtr feed = addFeed(QStringLiteral("with icon"));
+    // A missing or unreadable site address names no site to ask.
+    for (const char *link : {"", "/news/", "http://127.0.0.1:@PORT@/news/"}) {
+        feed->setLink(QUrl(QString::fromLatin1(link)));
+        updater.downloadIconForFeed(feed);
+    }
+    EXPECT_TRUE(updater.queuedDownloads().isEmpty());
     feed->setLink(QUrl(QStringLiteral("https://www.example.org/news/index.html")));
     updater.downloadIconForFeed(feed);
     updater.downloadIconFromURL(QUrl(), feed);

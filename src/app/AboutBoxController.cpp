@@ -65,6 +65,8 @@ void AboutBoxController::loadWindow()
     m_creditsText->setOpenExternalLinks(true);
     QTextCursor start(m_creditsText->document());
     start.insertHtml(Resources::text(QStringLiteral("Credits"), QStringLiteral("html")));
+    // The view's own cursor was pushed past the inserted text, and a first showing scrolls to it.
+    m_creditsText->moveCursor(QTextCursor::Start);
     auto *layout = new QVBoxLayout(m_window);
     layout->addWidget(icon);
     layout->addWidget(name);

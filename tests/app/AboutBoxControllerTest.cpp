@@ -1,6 +1,8 @@
 #include "app/AboutBoxController.h"
 
 #include <QCoreApplication>
+#include <QScrollBar>
+#include <QTextBrowser>
 #include <QWidget>
 #include <gtest/gtest.h>
 
@@ -16,6 +18,9 @@ TEST(AboutBoxController, ShowsTheVersionAndCreditsInOneWindowKeptForLater)
     EXPECT_EQ(about.versionString(), "Version 2.7.1");
     for (const char *library : {"Qt", "SQLite", "libxml2", "libcurl"})
         EXPECT_TRUE(about.creditsText().contains(library)) << library;
+    const QTextBrowser *credits = about.window()->findChild<QTextBrowser *>();
+    ASSERT_GT(credits->verticalScrollBar()->maximum(), 0) << "the credits are longer than their view";
+    EXPECT_EQ(credits->verticalScrollBar()->value(), 0) << "they are read from the top";
 
     QWidget *first = about.window();
     about.window()->hide();

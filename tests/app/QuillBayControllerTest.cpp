@@ -207,3 +207,24 @@ TEST_F(QuillBayControllerTest, DisplayModeFontSizeAndFeedCommandsReachTheirTarge
 }
 
 } // namespace
+
+TEST_F(QuillBayControllerTest, WebPagesOpenBehindTheWindowWhenThePreferenceOrTheAltKeyAsksForIt)
+{
+    clickRow(t.harbour);
+    const QUrl story("https://example.org/story");
+    const auto clickStory = [&](Qt::KeyboardModifiers modifiers) {
+        controller.acceptNavigation({story, HeadlineLinkPolicy::ClickedLink, modifiers});
+        return desktop.opened.isEmpty() ? std::pair<QUrl, bool>() : desktop.opened.last();
+    };
+
+    EXPECT_EQ(clickStory(Qt::NoModifier), std::make_pair(story, false));
+    EXPECT_EQ(clickStory(Qt::AltModifier), std::make_pair(story, true));
+    controller.doOpenFeedLink();
+    EXPECT_EQ(desktop.opened.last(), std::make_pair(t.harbour->link(), false));
+
+    t.defaults.setBoolean("behaviorOpenInBackground", true);
+    EXPECT_EQ(clickStory(Qt::NoModifier), std::make_pair(story, true));
+    controller.doOpenFeedLink();
+    EXPECT_EQ(desktop.opened.last(), std::make_pair(t.harbour->link(), true));
+    EXPECT_EQ(desktop.opened.size(), 5);
+}

@@ -145,3 +145,45 @@ TEST_F(UpdaterTest, FailedNotModifiedAndRefusedDownloadsLeaveTheFeedFailedAndUnp
     EXPECT_TRUE(alert.events.isEmpty());
     EXPECT_TRUE(tile.icons.isEmpty());
 }
+
+TEST_F(UpdaterTest, TheNewArticlesAlertPlaysTheChosenSoundBeepsForAMissingOneAndHonoursBothSwitches)
+{
+    LoopbackServer server;
+    const FeedPtr feed = addFeed(QStringLiteral("alerting"), server.url(QStringLiteral("/alerts.xml")));
+    alert.knownSounds = QStringList({"New Articles", "Chime"});
+    NotificationLog log;
+    updater.setPauseScheduledUpdates(true);
+    int batches = 0;
+    // Each batch serves one article not seen before, so that every batch ends with an alert.
+    const auto alertOfNextBatch = [&] {
+        ++batches;
+        server.route(
+            QStringLiteral("/alerts.xml"),
+            Response::ok("<rss version=\"2.0\"><channel><title>Alerts</title><item><guid>alert-" +
+                             QByteArray::number(batches) +
+                             "</guid><title>Item</title>"
+                             "<pubDate>Fri, 20 Mar 2026 12:00:00 +0000</pubDate></item></channel></rss>",
+                         "application/rss+xml"));
+        alert.events.clear();
+        updater.requestFeedDownload(feed);
+        EXPECT_TRUE(waitForFeeds(log, batches));
+        EXPECT_EQ(notifier.delivered.size(), batches) << "batch " << batches << " brought a new article";
+        return alert.events;
+    };
+
+    EXPECT_EQ(alertOfNextBatch(), QStringList({"sound New Articles", "attention"}));
+
+    defaults.setString(QStringLiteral("generalAlertSound"), QStringLiteral("Chime"));
+    EXPECT_EQ(alertOfNextBatch(), QStringList({"sound Chime", "attention"}));
+
+    defaults.setString(QStringLiteral("generalAlertSound"), QStringLiteral("No Such Sound"));
+    EXPECT_EQ(alertOfNextBatch(), QStringList({"sound No Such Sound", "beep", "attention"}));
+
+    defaults.setBoolean(QStringLiteral("generalPlaySound"), false);
+    EXPECT_EQ(alertOfNextBatch(), QStringList({"attention"}));
+
+    defaults.setBoolean(QStringLiteral("generalPlaySound"), true);
+    defaults.setString(QStringLiteral("generalAlertSound"), QStringLiteral("Chime"));
+    defaults.setBoolean(QStringLiteral("generalBounceDockIcon"), false);
+    EXPECT_EQ(alertOfNextBatch(), QStringList({"sound Chime"}));
+}

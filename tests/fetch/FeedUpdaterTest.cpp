@@ -332,3 +332,26 @@ TEST_F(UpdaterTest, AnAddressNoTransferCanBeMadeOfFailsAndFreesItsSlot)
     EXPECT_EQ(local->state(), Feed::Failed);
     EXPECT_EQ(broken->state(), Feed::Failed);
 }
+
+TEST_F(UpdaterTest, TheExpirySettingSetsTheRetentionOfFeedsWithoutOneOfTheirOwn)
+{
+    const FeedPtr usesSetting = addFeed(QStringLiteral("global retention"));
+    const FeedPtr ownWeek = addFeed(QStringLiteral("own retention of seven days"));
+    ownWeek->setRetentionPeriod(7);
+    for (const FeedPtr &feed : {usesSetting, ownWeek}) {
+        addArticle(feed, feed->title() + "/newest", 20, true);
+        addArticle(feed, feed->title() + "/two-days-older", 18, false);
+        addArticle(feed, feed->title() + "/exactly-three-days-older", 17, false);
+        addArticle(feed, feed->title() + "/five-days-older", 15, false);
+    }
+
+    updater.expireOldArticlesForFeed(usesSetting);
+    EXPECT_EQ(usesSetting->childCount(), 4) << "seven days unless set";
+
+    defaults.setInteger(QStringLiteral("generalExpireAfter"), 3);
+    updater.expireOldArticlesForFeed(usesSetting);
+    updater.expireOldArticlesForFeed(ownWeek);
+    EXPECT_EQ(childGuids(usesSetting),
+              QStringList({"global retention/newest", "global retention/two-days-older"}));
+    EXPECT_EQ(ownWeek->childCount(), 4) << "a feed's own retention wins over the setting";
+}

@@ -547,3 +547,30 @@ TEST_F(HeadlinePageTest, TheArticleLengthSliderShortensListSummariesButNeverASin
     library.saveSummary(first->summary(), first);
     EXPECT_TRUE(page.generateHTML().contains(QString("word ").repeated(200)));
 }
+
+TEST_F(HeadlinePageTest, TheInfoBarSettingShowsOrHidesTheBarOfEveryListEntryAndOfASingleArticle)
+{
+    const FeedPtr feed = addFeed("Harbour Notes");
+    const ArticlePtr ferry = addArticle(feed, "Ferry returns");
+    const ArticlePtr pier = addArticle(feed, "Pier repaired");
+    auto enclosure = std::make_shared<Enclosure>();
+    enclosure->setTitle("Interview");
+    enclosure->setMimeType("audio/mpeg");
+    pier->setEnclosure(enclosure);
+
+    QString html = render({feed});
+    EXPECT_EQ(occurrences(html, "<div class=\"articleInfo\">"), 2);
+    EXPECT_EQ(occurrences(html, "quillbay:feed=" + feed->uniqueID()), 2);
+    EXPECT_EQ(occurrences(render({ferry}), "<div class=\"articleInfo\">"), 1);
+
+    defaults.setBoolean("displayShowInfoBar", false);
+    html = render({feed});
+    EXPECT_FALSE(html.contains("articleInfo"));
+    EXPECT_FALSE(html.contains("quillbay:date="));
+    EXPECT_FALSE(html.contains("quillbay:feed="));
+    // Only the bar goes: each entry still closes right after its summary or enclosure line.
+    EXPECT_TRUE(html.contains("<div class=\"summary\">\nSummary of Ferry returns\n</div>\n\n</div>\n"));
+    EXPECT_TRUE(html.contains("<span><b>Type:</b> audio/mpeg</span>\n</div>\n\n</div>\n"));
+    EXPECT_EQ(occurrences(html, "<div class=\"divider\"></div>"), 1);
+    EXPECT_FALSE(render({ferry}).contains("articleInfo"));
+}

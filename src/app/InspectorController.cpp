@@ -87,6 +87,17 @@ void InspectorController::channelSelectionChanged(const Notification &notificati
     m_channels = feedsIn(notification.object);
     m_tags = m_channels.isEmpty() ? QStringList() : m_channels.first()->keywords();
     reloadTable();
+    m_window->setWindowTitle(windowTitle());
+}
+
+// Edits reach every inspected feed, so the title says which, or how many, they are.
+QString InspectorController::windowTitle() const
+{
+    if (m_channels.isEmpty())
+        return tr("Tags");
+    if (m_channels.size() == 1)
+        return tr("Tags of %1").arg(m_channels.first()->title());
+    return tr("Tags of %n feeds", nullptr, int(m_channels.size()));
 }
 
 void InspectorController::_extractTagsFromChannels()
@@ -118,7 +129,7 @@ void InspectorController::tableView(const QString &value, int row)
 void InspectorController::loadWindow()
 {
     m_window = new QWidget(nullptr, Qt::Tool);
-    m_window->setWindowTitle(QStringLiteral("Inspector"));
+    m_window->setWindowTitle(windowTitle());
     m_tagTable = new QTableWidget(0, 1);
     m_tagTable->setHorizontalHeaderLabels({QStringLiteral("Tags")});
     m_tagTable->horizontalHeader()->setStretchLastSection(true);

@@ -52,6 +52,7 @@ private:
     void reloadTable();
     void selectLastRow();
     void cellEdited(QTableWidgetItem *item);
+    QString windowTitle() const;
 
     NotificationCenter &m_notificationCenter;
     DesktopServices &m_desktop;

@@ -43,11 +43,13 @@ TEST_F(InspectorTest, ShowsTheFirstFeedsTagsOnlyOnceItsWindowExists)
     EXPECT_EQ(inspector.tags(), QStringList({"a", "b"}));
     EXPECT_EQ(inspector.tagTable()->rowCount(), 2);
     EXPECT_EQ(inspector.tableView(1), "b");
+    EXPECT_EQ(inspector.window()->windowTitle(), "Tags of 2 feeds") << "an edit reaches both";
 
     // Feeds may also come as tree nodes, among which folders are passed over.
     center.post("channelSelectionChanged",
                 QVariant::fromValue(QList<TreeNodePtr>{std::make_shared<Folder>(), second}));
     EXPECT_EQ(inspector.tags(), QStringList({"b", "c"}));
+    EXPECT_EQ(inspector.window()->windowTitle(), "Tags of " + second->title());
 
     select({});
     EXPECT_TRUE(inspector.tags().isEmpty());

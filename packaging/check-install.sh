@@ -21,7 +21,7 @@ expect bin/quillbay bin/quillbay-cli \
   share/quillbay/resources/welcome.html share/quillbay/resources/stylesheet.css \
   share/applications/quillbay.desktop share/metainfo/org.quillbay.QuillBay.metainfo.xml \
   share/icons/hicolor/scalable/apps/quillbay.svg share/man/man1/quillbay.1.gz share/man/man1/quillbay-cli.1.gz \
-  share/doc/quillbay/changelog.gz
+  share/doc/quillbay/changelog.gz share/quillbay/resources/help/index.html
 for size in 16 32 48 64 128 256; do
   expect "share/icons/hicolor/${size}x${size}/apps/quillbay.png"
 done

@@ -14,11 +14,14 @@
 #include "headlines/HeadlinePage.h"
 #include "model/OPMLExporter.h"
 #include "platform/Defaults.h"
+#include "platform/Log.h"
 #include "platform/NotificationCenter.h"
+#include "platform/Resources.h"
 #include "reading/TextDecoder.h"
 
 #include <QApplication>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QWidget>
 
 namespace {
@@ -338,6 +341,9 @@ void ApplicationController::performArticleCommand(MenuCommand command)
     case C::OpenMainWindow:
         doOpenMainWindow();
         break;
+    case C::ShowHelp:
+        showHelpBookAnchor(QString());
+        break;
     case C::ShowProductPage:
         m_desktop.openUrl(QUrl(productPage), false);
         break;
@@ -348,6 +354,21 @@ void ApplicationController::performArticleCommand(MenuCommand command)
 }
 
 // ---- commands
+
+// The help book is a page among the resources, read in the browser; an anchor names one of its sections.
+void ApplicationController::showHelpBookAnchor(const QString &anchor)
+{
+    const QString book = Resources::folder() + QStringLiteral("/help/index.html");
+    if (!QFileInfo::exists(book)) {
+        Log::write(QStringLiteral("QuillBay Help is missing: %1").arg(book));
+        m_desktop.beep();
+        return;
+    }
+    QUrl address = QUrl::fromLocalFile(book);
+    if (!anchor.isEmpty())
+        address.setFragment(anchor);
+    m_desktop.openUrl(address, false);
+}
 
 void ApplicationController::doNewFeed(const QUrl &address)
 {

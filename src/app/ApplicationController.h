@@ -58,6 +58,8 @@ public:
 
     bool validateMenuItem(MenuCommand command) const;
     void perform(MenuCommand command);
+    // Opens the help in the browser, at the section of that anchor when one is given.
+    void showHelpBookAnchor(const QString &anchor);
 
     // The commands.
     void doNewFeed(const QUrl &address);

@@ -69,12 +69,13 @@ void MainMenu::buildMenus()
     // N steps to the next unread article too, as in most readers.
     action(C::ShowNextUnreadArticle)->setShortcuts({QKeySequence(Qt::Key_Space), QKeySequence(Qt::Key_N)});
     addMenu(tr("&Window"), {{C::OpenMainWindow, tr("&Main Window"), QKeySequence(QStringLiteral("Ctrl+0"))}});
-    QMenu *help = addMenu(tr("&Help"), {{C::ShowProductPage, tr("QuillBay &Web Site"), QKeySequence()},
+    QMenu *help = addMenu(tr("&Help"), {{C::ShowHelp, tr("QuillBay &Help"), QKeySequence::HelpContents},
+                                        {C::ShowProductPage, tr("QuillBay &Web Site"), QKeySequence()},
                                         {C::ShowSupportForum, tr("&Support Forum"), QKeySequence()},
                                         {C::About, tr("&About QuillBay"), QKeySequence()}});
     // Linux packages are updated by the package manager; checking means reading the product page.
     QAction *checkForUpdates = new QAction(LocalizedStrings::text(QStringLiteral("CheckForUpdates")), help);
-    help->insertAction(help->actions().value(1), checkForUpdates);
+    help->insertAction(help->actions().value(2), checkForUpdates);
     connect(checkForUpdates, &QAction::triggered, this, [this] { trigger(MenuCommand::ShowProductPage); });
 }
 

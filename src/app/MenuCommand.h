@@ -44,6 +44,7 @@ enum class MenuCommand
     ViewAsList,
     ViewAsPictureTiles,
     OpenMainWindow,
+    ShowHelp,
     ShowProductPage,
     ShowSupportForum
 };

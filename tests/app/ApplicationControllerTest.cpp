@@ -8,6 +8,8 @@
 #include "app/QuillBayController.h"
 #include "fetch/DownloadItem.h"
 
+#include <QFile>
+#include <QRegularExpression>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -180,4 +182,27 @@ TEST_F(ApplicationControllerTest, TheTagsCommandShowsTheSelectedFeedsInTheInspec
     inspector.addTag();
     EXPECT_EQ(t.sky->keywords(), QStringList({"stars", "Tag"}));
     EXPECT_EQ(t.harbour->keywords(), QStringList({"sea", "weather"}));
+}
+
+TEST_F(ApplicationControllerTest, HelpOpensTheBundledBookWhoseContentsLeadToSectionsThatExist)
+{
+    controller.perform(MenuCommand::ShowHelp);
+    ASSERT_EQ(desktop.opened.size(), 1);
+    const QUrl book = desktop.opened.first().first;
+    ASSERT_TRUE(book.isLocalFile());
+    QFile file(book.toLocalFile());
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << book.toString().toStdString();
+    const QString text = QString::fromUtf8(file.readAll());
+
+    const QRegularExpression contentsLink(QStringLiteral("href=\"#([a-z-]+)\""));
+    QStringList anchors;
+    for (const QRegularExpressionMatch &link : contentsLink.globalMatch(text))
+        anchors.append(link.captured(1));
+    ASSERT_GE(anchors.size(), 10);
+    for (const QString &anchor : anchors)
+        EXPECT_TRUE(text.contains("id=\"" + anchor + "\"")) << anchor.toStdString();
+
+    controller.showHelpBookAnchor("shortcuts");
+    EXPECT_EQ(desktop.opened.last().first.fragment(), "shortcuts");
+    EXPECT_EQ(desktop.opened.last().first.adjusted(QUrl::RemoveFragment), book);
 }

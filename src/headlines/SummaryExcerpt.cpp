@@ -60,9 +60,21 @@ qsizetype skipUnreadableElement(const QString &html, qsizetype tagStart, qsizety
     return tagEnd + 1;
 }
 
-QString escaped(const QString &text)
+// Tags inside a run of text join what stands around them; any other tag breaks words apart.
+bool isInlineTag(const QString &html, qsizetype tagStart, qsizetype tagEnd)
 {
-    return text.toHtmlEscaped();
+    static const QStringList inlineNames{
+        QStringLiteral("a"),   QStringLiteral("abbr"),  QStringLiteral("b"),    QStringLiteral("code"),
+        QStringLiteral("em"),  QStringLiteral("font"),  QStringLiteral("i"),    QStringLiteral("mark"),
+        QStringLiteral("s"),   QStringLiteral("small"), QStringLiteral("span"), QStringLiteral("strong"),
+        QStringLiteral("sub"), QStringLiteral("sup"),   QStringLiteral("u")};
+    qsizetype start = tagStart + 1;
+    if (start < tagEnd && html.at(start) == u'/')
+        ++start;
+    qsizetype end = start;
+    while (end < tagEnd && html.at(end).isLetter())
+        ++end;
+    return inlineNames.contains(html.mid(start, end - start).toLower());
 }
 
 } // namespace
@@ -78,7 +90,8 @@ QString SummaryExcerpt::plainText(const QString &html)
             const qsizetype tagEnd = html.indexOf(u'>', position);
             if (tagEnd < 0)
                 break;
-            text += u' ';
+            if (!isInlineTag(html, position, tagEnd))
+                text += u' ';
             position = skipUnreadableElement(html, position, tagEnd);
         } else if (c == u'&') {
             position = appendEntity(html, position + 1, text);
@@ -99,12 +112,12 @@ QString SummaryExcerpt::excerpt(const QString &summaryHTML, double length)
     const QString text = plainText(summaryHTML);
     const qsizetype budget = std::max<qsizetype>(1, std::lround(length * longestExcerpt));
     if (text.size() <= budget)
-        return escaped(text);
+        return text.toHtmlEscaped();
     qsizetype cut = text.lastIndexOf(u' ', budget);
     // One long word (an address, say) is cut where the budget ends rather than dropped whole.
     if (cut < budget / 2)
         cut = budget;
     if (cut > 0 && text.at(cut - 1).isHighSurrogate())
         --cut;
-    return escaped(text.left(cut).trimmed()) + QStringLiteral("…");
+    return text.left(cut).trimmed().toHtmlEscaped() + QStringLiteral("…");
 }

@@ -608,6 +608,12 @@ QWidget *PreferencesController::makeUpdatePane()
     connect(m_updateCheckButton, &QPushButton::clicked, this,
             [this] { m_desktop.openUrl(QUrl(QStringLiteral("https://quillbay.org/")), false); });
     form->addRow(m_updateCheckButton);
+    // On Linux the package manager brings new versions; the pane says so rather than promise more.
+    auto *note = new QLabel(tr("QuillBay is updated with the rest of your system's software. Check Now "
+                               "opens QuillBay's web site, which lists every release."),
+                            pane);
+    note->setWordWrap(true);
+    form->addRow(note);
     return pane;
 }
 

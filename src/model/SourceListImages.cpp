@@ -1,6 +1,7 @@
 #include "model/SourceListImages.h"
 
 #include "platform/Resources.h"
+#include "platform/ScaledDrawing.h"
 
 #include <QFileInfo>
 #include <QHash>
@@ -11,19 +12,7 @@
 
 namespace {
 
-using Drawing = std::function<void(QPainter &)>;
-
-// Every picture is drawn on a 16-unit grid and scaled, so the small and regular sizes agree.
-QImage paint(int side, const Drawing &drawing)
-{
-    QImage image(side, side, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.scale(side / 16.0, side / 16.0);
-    drawing(painter);
-    return image;
-}
+using Drawing = ScaledDrawing::Drawing;
 
 void drawFolder(QPainter &painter)
 {
@@ -122,5 +111,6 @@ QImage SourceListImages::drawnImageNamed(const QString &name)
     const auto drawing = drawings.constFind(name);
     if (drawing == drawings.constEnd())
         return {};
-    return paint(name.endsWith(QLatin1String("16")) ? 16 : 32, *drawing);
+    // Every picture is drawn on a 16-unit grid, so the small and regular sizes agree.
+    return ScaledDrawing::paint(name.endsWith(QLatin1String("16")) ? 16 : 32, 16, *drawing);
 }

@@ -1,5 +1,7 @@
 #include "platform/QuillBayIcon.h"
 
+#include "platform/ScaledDrawing.h"
+
 #include <QLinearGradient>
 #include <QPainter>
 #include <QPainterPath>
@@ -70,12 +72,8 @@ void drawQuill(QPainter &painter)
 
 QImage QuillBayIcon::draw(int size)
 {
-    QImage image(size, size, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.scale(size / 256.0, size / 256.0);
-    drawTile(painter);
-    drawQuill(painter);
-    return image;
+    return ScaledDrawing::paint(size, 256, [](QPainter &painter) {
+        drawTile(painter);
+        drawQuill(painter);
+    });
 }

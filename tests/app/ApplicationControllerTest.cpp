@@ -28,10 +28,11 @@ protected:
     AppTestLibrary t;
     RecordingDesktop desktop;
     RecordingWindows windows;
-    RecordingDisplay *display = nullptr;
+    // The controller deletes only the view's widget; the stand-in around it is the test's to delete.
+    std::unique_ptr<RecordingDisplay> display;
     ApplicationController controller{t.library, t.updater, t.defaults, t.center, desktop, [this] {
-                                         display = new RecordingDisplay;
-                                         return display;
+                                         display = std::make_unique<RecordingDisplay>();
+                                         return display.get();
                                      }};
 };
 

@@ -115,3 +115,17 @@ find_window() {
     window=$(xdotool search --onlyvisible --name 'QuillBay$' 2>/dev/null | head -n 1)
     [ -n "$window" ]
 }
+
+# After Ctrl+Q: the program must end within 30 s, and cleanly.
+wait_for_quit() {
+    local deadline=$((SECONDS + 30)) status
+    while kill -0 "$app_pid" 2>/dev/null; do
+        [ $SECONDS -lt $deadline ] || fail "the program did not quit within 30s of Ctrl+Q"
+        sleep 0.2
+    done
+    wait "$app_pid"
+    status=$?
+    app_pid=""
+    [ "$status" = 0 ] || fail "the program quit with status $status"
+    step "quit with Ctrl+Q"
+}

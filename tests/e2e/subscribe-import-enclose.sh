@@ -182,16 +182,7 @@ import -window root "$shot" || fail "no screenshot"
 step "screenshot: $shot"
 
 key_in "$window" ctrl+q
-quit_deadline=$((SECONDS + 30))
-while kill -0 "$app_pid" 2>/dev/null; do
-    [ $SECONDS -lt $quit_deadline ] || fail "the program did not quit within 30s of Ctrl+Q"
-    sleep 0.2
-done
-wait "$app_pid"
-status=$?
-app_pid=""
-[ "$status" = 0 ] || fail "the program quit with status $status"
-step "quit with Ctrl+Q"
+wait_for_quit
 
 # ---- what the program left behind
 kept=$(sql "select title, link from clippings where title = 'The engineer who tunes the foghorn'")

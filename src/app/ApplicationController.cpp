@@ -54,8 +54,12 @@ ApplicationController::ApplicationController(FeedLibrary &feedLibrary, FeedUpdat
             &ApplicationController::doMarkSelectedFeedAsUnread);
     connect(m_mainController.get(), &QuillBayController::editFeedRequested, this,
             &ApplicationController::doEditSelectedFeed);
-    m_selectionObserver = m_notificationCenter.addObserver(
-        QStringLiteral("feedSelectionChanged"), [this](const Notification &) { postChannelSelection(); });
+    // Until the inspector is first opened nobody listens, so the selection's feeds are not gathered.
+    m_selectionObserver = m_notificationCenter.addObserver(QStringLiteral("feedSelectionChanged"),
+                                                           [this](const Notification &) {
+                                                               if (m_inspectorOpened)
+                                                                   postChannelSelection();
+                                                           });
 }
 
 ApplicationController::~ApplicationController()
@@ -440,10 +444,10 @@ void ApplicationController::doEditSelectedFeedTags()
 {
     if (m_windows)
         m_windows->showInspector();
+    m_inspectorOpened = true;
     postChannelSelection();
 }
 
-// The inspector only listens once shown, so telling it of every selection change costs nothing before.
 void ApplicationController::postChannelSelection()
 {
     m_notificationCenter.post(QStringLiteral("channelSelectionChanged"),

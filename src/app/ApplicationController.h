@@ -108,6 +108,7 @@ private:
     SideBarActions *m_sideBar = nullptr;
     AuxiliaryWindows *m_windows = nullptr;
     int m_selectionObserver = 0;
+    bool m_inspectorOpened = false;
     bool m_appLoaded = false;
     bool m_performFileDrag = false;
     QStringList m_draggedFiles;

@@ -97,11 +97,11 @@ void FeedUpdater::requestDownload(const QUrl &url, const QString &toDestination,
 
 void FeedUpdater::downloadIconForFeed(const FeedPtr &feed)
 {
+    const QString host = feed->link().host();
     // A feed whose site address is missing or unreadable has no site to ask.
-    if (feed->link().host().isEmpty())
+    if (host.isEmpty())
         return;
-    queueIcon(QUrl(QStringLiteral("http://%1/apple-touch-icon-precomposed.png").arg(feed->link().host())),
-              feed);
+    queueIcon(QUrl(QStringLiteral("http://%1/apple-touch-icon-precomposed.png").arg(host)), feed);
 }
 
 void FeedUpdater::downloadIconFromURL(const QUrl &url, const FeedPtr &forFeed)

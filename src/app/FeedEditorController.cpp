@@ -4,6 +4,7 @@
 #include "model/SourceListImages.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/NotificationCenter.h"
+#include "platform/ScaledDrawing.h"
 
 #include <QComboBox>
 #include <QFileIconProvider>
@@ -332,18 +333,16 @@ QImage FeedEditorController::fileTypeIcon(const QString &fileName)
 // A white tick on a green disc: the enclosure is saved on this computer.
 QImage FeedEditorController::successImage()
 {
-    QImage image = emptyImage();
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor(52, 168, 83));
-    painter.drawEllipse(QRectF(0.5, 0.5, 15, 15));
-    QPainterPath tick;
-    tick.moveTo(4.2, 8.3);
-    tick.lineTo(7, 11);
-    tick.lineTo(11.8, 5.2);
-    painter.setPen(QPen(Qt::white, 2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-    painter.setBrush(Qt::NoBrush);
-    painter.drawPath(tick);
-    return image;
+    return ScaledDrawing::paint(16, 16, [](QPainter &painter) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(QColor(52, 168, 83));
+        painter.drawEllipse(QRectF(0.5, 0.5, 15, 15));
+        QPainterPath tick;
+        tick.moveTo(4.2, 8.3);
+        tick.lineTo(7, 11);
+        tick.lineTo(11.8, 5.2);
+        painter.setPen(QPen(Qt::white, 2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawPath(tick);
+    });
 }

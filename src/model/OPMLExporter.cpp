@@ -6,6 +6,35 @@
 #include "platform/Log.h"
 
 namespace {
+// The characters of XML 1.0: no other control character, no lone surrogate, no U+FFFE or U+FFFF.
+bool isXmlCharacter(char32_t c)
+{
+    return (c >= 0x20 && c <= 0xD7FF) || (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF);
+}
+
+// What stands for a character that an attribute value cannot hold as it is; empty for the others.
+QLatin1String attributeReference(char32_t c)
+{
+    switch (c) {
+    case U'&':
+        return QLatin1String("&amp;");
+    case U'<':
+        return QLatin1String("&lt;");
+    case U'>':
+        return QLatin1String("&gt;");
+    case U'"':
+        return QLatin1String("&quot;");
+    case U'\t':
+        return QLatin1String("&#9;");
+    case U'\n':
+        return QLatin1String("&#10;");
+    case U'\r':
+        return QLatin1String("&#13;");
+    default:
+        return {};
+    }
+}
+
 QString urlText(const QUrl &url)
 {
     return url.isEmpty() ? QStringLiteral("(null)")
@@ -50,19 +79,17 @@ void OPMLExporter::appendOutlines(QString &text, const TreeNodePtr &parent)
     }
 }
 
+// Feed titles are whatever a server sent: characters XML cannot carry at all are dropped, and the
+// ones an attribute would change (markup, quotes, line breaks, tabs) are written as references.
 QString OPMLExporter::escapedAttribute(const QString &value)
 {
     QString escaped;
     escaped.reserve(value.size());
-    for (const QChar c : value) {
-        if (c == u'&')
-            escaped += QLatin1String("&amp;");
-        else if (c == u'<')
-            escaped += QLatin1String("&lt;");
-        else if (c == u'"')
-            escaped += QLatin1String("&quot;");
-        else
-            escaped += c;
+    for (const char32_t c : value.toUcs4()) {
+        if (const QLatin1String reference = attributeReference(c); !reference.isEmpty())
+            escaped += reference;
+        else if (isXmlCharacter(c))
+            escaped += QString::fromUcs4(&c, 1);
     }
     return escaped;
 }

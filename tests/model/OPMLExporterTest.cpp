@@ -9,9 +9,11 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QXmlStreamReader>
 #include <csignal>
+#include <functional>
 #include <gtest/gtest.h>
+#include <libxml/parser.h>
+#include <libxml/tree.h>
 #include <sys/resource.h>
 
 namespace {
@@ -107,28 +109,41 @@ TEST(OPMLExport, AFolderAndItsFeedsAreWrittenLineByLineAtTwoTabsWhateverTheDepth
     EXPECT_EQ(OPMLExporter(std::make_shared<Folder>()).text(), head + tail);
 }
 
-TEST(OPMLExport, AmpersandsAnglesAndQuotesInTitlesAndAddressesStayWellFormed)
+TEST(OPMLExport, MarkupAndControlCharactersInTitlesStillMakeAFileThatLibxml2ReadsBackAsTheSameFeeds)
 {
     auto root = std::make_shared<Folder>();
     const QString folderTitle = "Q&A <\"best\"> 100%1 %2";
-    const QString feedTitle = "Tom & Jerry's \"<news>\"";
+    const QString feedTitle = QString("Bell\x07 and\tform\x0c feed\r\nnews") + QChar(0xFFFE) + "\U0001F30A";
     auto folder = folderIn(root, folderTitle);
     feedIn(folder, feedTitle, "https://example.org/feed?a=1&b=<2>");
-    const QString text = OPMLExporter(root).text();
-    EXPECT_TRUE(text.contains("title=\"Q&amp;A &lt;&quot;best&quot;> 100%1 %2\"")) << text.toStdString();
+    QTemporaryDir scratch;
+    const QString path = scratch.filePath("Feeds.opml");
+    ASSERT_TRUE(OPMLExporter(root).saveToOPMLFile(path));
+    EXPECT_TRUE(fileBytes(path).contains("title=\"Q&amp;A &lt;&quot;best&quot;&gt; 100%1 %2\""));
 
-    QXmlStreamReader reader(text);
+    const std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> document(
+        xmlReadFile(QFile::encodeName(path).constData(), nullptr, XML_PARSE_NONET), &xmlFreeDoc);
+    ASSERT_TRUE(document) << "not XML: " << fileBytes(path).toStdString();
     QStringList titles;
     QStringList addresses;
-    while (!reader.atEnd()) {
-        if (reader.readNext() == QXmlStreamReader::StartElement &&
-            reader.name() == QLatin1String("outline")) {
-            titles << reader.attributes().value("title").toString();
-            addresses << reader.attributes().value("xmlUrl").toString();
+    const auto attribute = [](xmlNode *node, const char *name) {
+        xmlChar *value = xmlGetProp(node, reinterpret_cast<const xmlChar *>(name));
+        const QString text = QString::fromUtf8(reinterpret_cast<const char *>(value));
+        xmlFree(value);
+        return text;
+    };
+    const std::function<void(xmlNode *)> walk = [&](xmlNode *node) {
+        for (; node; node = node->next) {
+            if (node->type == XML_ELEMENT_NODE && xmlStrEqual(node->name, BAD_CAST "outline")) {
+                titles << attribute(node, "title");
+                addresses << attribute(node, "xmlUrl");
+            }
+            walk(node->children);
         }
-    }
-    EXPECT_FALSE(reader.hasError()) << reader.errorString().toStdString();
-    EXPECT_EQ(titles, QStringList({folderTitle, feedTitle}));
+    };
+    walk(xmlDocGetRootElement(document.get()));
+    EXPECT_EQ(titles, QStringList({folderTitle, "Bell and\tform feed\r\nnews\U0001F30A"}))
+        << "what XML cannot hold is dropped, line breaks and tabs come back as they were";
     EXPECT_EQ(addresses.last(), QUrl("https://example.org/feed?a=1&b=<2>").toString(QUrl::FullyEncoded));
 }
 

@@ -2,6 +2,8 @@
 
 #include "Log.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <QMutexLocker>
 #include <QSettings>
 #include <QStandardPaths>
@@ -88,6 +90,15 @@ QString Defaults::standardFilePath()
 Defaults::Defaults(const QString &filePath) : m_filePath(filePath)
 {
     loadUserValues();
+    keepFilePrivate();
+}
+
+// The settings name the user's folders and services; no other user of the machine reads them, also
+// when an older version left the file readable to all. QSettings keeps the modes on later writes.
+void Defaults::keepFilePrivate() const
+{
+    if (QFileInfo::exists(m_filePath))
+        QFile::setPermissions(m_filePath, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
 }
 
 void Defaults::registerDefaults(const QVariantMap &defaults)
@@ -179,6 +190,8 @@ void Defaults::writeThrough(const QString &key, const QVariant &value) const
     file.sync();
     if (file.status() != QSettings::NoError)
         Log::write(QStringLiteral("-[Defaults setValue] could not write %1").arg(m_filePath));
+    else
+        keepFilePrivate();
 }
 
 QVariant Defaults::lookUp(const QString &key) const

@@ -44,6 +44,7 @@ public:
 
 private:
     bool loadUserValues();
+    void keepFilePrivate() const;
     void writeThrough(const QString &key, const QVariant &value) const;
     QVariant lookUp(const QString &key) const;
 

@@ -2,6 +2,7 @@
 
 #include "LogCapture.h"
 
+#include <QFile>
 #include <QTemporaryDir>
 #include <climits>
 #include <gtest/gtest.h>
@@ -15,6 +16,14 @@ QString scratchFile(const QTemporaryDir &dir)
     return dir.path() + "/QuillBay/QuillBay.conf";
 }
 
+bool isOwnersAlone(const QString &path)
+{
+    const QFileDevice::Permissions others = QFileDevice::ReadGroup | QFileDevice::WriteGroup |
+                                            QFileDevice::ExeGroup | QFileDevice::ReadOther |
+                                            QFileDevice::WriteOther | QFileDevice::ExeOther;
+    return QFile::exists(path) && !(QFile::permissions(path) & others);
+}
+
 } // namespace
 
 TEST(Defaults, TheSharedStoreLivesInTheConfigFolderOfTheRunningProgram)
@@ -24,7 +33,7 @@ TEST(Defaults, TheSharedStoreLivesInTheConfigFolderOfTheRunningProgram)
     EXPECT_EQ(Defaults::standard().filePath(), expected);
 }
 
-TEST(Defaults, UserValuesWinPersistForASecondStoreAndFallBackWhenRemoved)
+TEST(Defaults, UserValuesWinPersistForASecondStoreInAFileOnlyTheOwnerReadsAndFallBackWhenRemoved)
 {
     const QTemporaryDir dir;
     Defaults first(scratchFile(dir));
@@ -33,8 +42,11 @@ TEST(Defaults, UserValuesWinPersistForASecondStoreAndFallBackWhenRemoved)
     first.setString("generalBlogEditor", "Ecto");
     first.registerDefaults({{"downloadConcurrent", 7}});
     EXPECT_EQ(first.integer("downloadConcurrent"), 2);
+    EXPECT_TRUE(isOwnersAlone(scratchFile(dir)));
+    QFile::setPermissions(scratchFile(dir), QFile::permissions(scratchFile(dir)) | QFileDevice::ReadOther);
 
     Defaults second(scratchFile(dir));
+    EXPECT_TRUE(isOwnersAlone(scratchFile(dir))) << "a file an older version left open to all is narrowed";
     second.registerDefaults({{"downloadConcurrent", 5}});
     EXPECT_EQ(second.integer("downloadConcurrent"), 2);
     EXPECT_EQ(second.string("generalBlogEditor"), "Ecto");

@@ -5,6 +5,8 @@
 #include "fetch/FeedUpdater.h"
 #include "model/ArticleRow.h"
 #include "model/LibraryArchive.h"
+#include "model/LibraryBackups.h"
+#include "model/LibraryLock.h"
 #include "platform/AtomicFile.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/Log.h"
@@ -188,6 +190,7 @@ void FeedLibrary::setRoot(const FolderPtr &root)
 
 void FeedLibrary::load()
 {
+    m_treeTrouble = TreeTrouble::None;
     prepareFolders();
     openDatabase();
     FolderPtr decoded = QFileInfo::exists(libraryFilePath()) ? readLibraryFile() : FolderPtr();
@@ -196,23 +199,48 @@ void FeedLibrary::load()
         for (const FeedPtr &feed : allFeeds())
             attachStoredArticles(feed);
     } else {
-        auto fresh = std::make_shared<Folder>();
-        fresh->setTitle(QStringLiteral("Feed Library"));
-        fresh->setUniqueID(QStringLiteral("root"));
-        setRoot(fresh);
-        // A new library starts with the shipped subscriptions, flattened into the root in list order.
-        const QString list = Resources::path(QStringLiteral("DefaultFeeds"), QStringLiteral("opml"));
-        const FeedList defaults = OPMLImporter::importFeedsFromPath(list).feeds();
-        for (int i = 0; i < defaults.size(); ++i)
-            add(defaults.at(i), fresh, i);
+        setRoot(emptyRoot());
+        // A new library starts with the shipped subscriptions, flattened into the root in list order;
+        // one whose tree could not be read starts empty, so that nobody takes the defaults for their own.
+        if (m_treeTrouble == TreeTrouble::None)
+            addDefaultFeeds();
     }
     startThumbnailCleanup();
 }
 
+FolderPtr FeedLibrary::emptyRoot()
+{
+    auto fresh = std::make_shared<Folder>();
+    fresh->setTitle(QStringLiteral("Feed Library"));
+    fresh->setUniqueID(QStringLiteral("root"));
+    return fresh;
+}
+
+void FeedLibrary::addDefaultFeeds()
+{
+    const QString list = Resources::path(QStringLiteral("DefaultFeeds"), QStringLiteral("opml"));
+    const FeedList defaults = OPMLImporter::importFeedsFromPath(list).feeds();
+    const FolderPtr top = root();
+    for (int i = 0; i < defaults.size(); ++i)
+        add(defaults.at(i), top, i);
+}
+
+// The folder and every file in it are the user's alone: feed passwords live in the tree. Older
+// libraries made with wider modes are narrowed too.
 void FeedLibrary::prepareFolders() const
 {
     for (const QString &folder : {libraryPath(), iconPath(), articleImagePath()})
         QDir().mkpath(folder);
+    QFile::setPermissions(libraryPath(),
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    const LibraryBackups backups(libraryFilePath());
+    QStringList files{libraryFilePath(), databasePath(), databasePath() + QStringLiteral("-wal"),
+                      databasePath() + QStringLiteral("-shm")};
+    for (int generation = 1; generation <= LibraryBackups::generations; ++generation)
+        files << backups.path(generation);
+    for (const QString &file : files)
+        if (QFileInfo::exists(file))
+            QFile::setPermissions(file, AtomicFile::privateFileModes);
 }
 
 void FeedLibrary::openDatabase()
@@ -221,6 +249,8 @@ void FeedLibrary::openDatabase()
     m_database = FMDatabase::databaseWithPath(databasePath());
     if (!m_database || !m_database->open())
         return;
+    // Before the journal files exist: SQLite gives them the database's own modes.
+    QFile::setPermissions(databasePath(), AtomicFile::privateFileModes);
     if (!existed) {
         createTablesAndSeedClippings();
     } else if (!m_database->executeQuery(QStringLiteral("SELECT count(*) FROM sqlite_master"))) {
@@ -266,31 +296,84 @@ void FeedLibrary::createTablesAndSeedClippings()
     addArticle(newsClippingsArticle(), m_newsClippings);
 }
 
+// A tree that cannot be read is left exactly where it is and never saved over: what to do with it
+// is the user's choice (keepUnreadableTreeAside, restoreBackup, startNewLibrary).
 FolderPtr FeedLibrary::readLibraryFile()
 {
     QFile file(libraryFilePath());
     if (!file.open(QIODevice::ReadOnly)) {
-        Log::write(QStringLiteral("-[FeedLibrary load] cannot read %1: %2")
+        m_treeTrouble = TreeTrouble::Unopenable;
+        m_treeTroubleReason = file.errorString();
+        Log::write(QStringLiteral("-[FeedLibrary load] cannot read %1: %2; it is left as it is and never "
+                                  "saved over")
                        .arg(file.fileName(), file.errorString()));
         return {};
     }
-    const auto root = as<Folder>(LibraryArchive::unarchiveRoot(file.readAll()));
+    const QByteArray bytes = file.readAll();
     file.close();
-    if (!root)
-        keepUnreadableLibraryFile();
-    return root;
+    const auto decoded = as<Folder>(LibraryArchive::unarchiveRoot(bytes));
+    if (!decoded) {
+        m_treeTrouble = TreeTrouble::Unreadable;
+        m_treeTroubleReason = QStringLiteral("it is damaged or not a QuillBay library");
+        Log::write(QStringLiteral("-[FeedLibrary load] %1 could not be read; it is left as it is and the "
+                                  "library starts empty")
+                       .arg(libraryFilePath()));
+    } else if (holdsWriteLock()) {
+        LibraryBackups(libraryFilePath()).keep(bytes);
+    }
+    return decoded;
+}
+
+QString FeedLibrary::newestReadableBackup() const
+{
+    return LibraryBackups(libraryFilePath()).newestReadable();
 }
 
 // A library file that cannot be read may still be rescued by hand, so it is moved aside, never overwritten.
-void FeedLibrary::keepUnreadableLibraryFile() const
+QString FeedLibrary::keepUnreadableTreeAside()
 {
+    if (m_treeTrouble != TreeTrouble::Unreadable)
+        return {};
     const QString kept =
         QStringLiteral("%1.unreadable-%2")
             .arg(libraryFilePath(), QDateTime::currentDateTime().toString("yyyyMMdd-HHmmss"));
-    const bool moved = QFile::rename(libraryFilePath(), kept);
-    Log::write(QStringLiteral("-[FeedLibrary load] %1 could not be read; %2 and starting afresh")
-                   .arg(libraryFilePath(),
-                        moved ? QStringLiteral("kept it as ") + kept : QStringLiteral("left it in place")));
+    if (!QFile::rename(libraryFilePath(), kept)) {
+        Log::write(QStringLiteral("-[FeedLibrary load] could not move %1 aside; it is left in place")
+                       .arg(libraryFilePath()));
+        return libraryFilePath();
+    }
+    Log::write(QStringLiteral("-[FeedLibrary load] %1 could not be read; kept it as %2")
+                   .arg(libraryFilePath(), kept));
+    return kept;
+}
+
+bool FeedLibrary::restoreBackup(const QString &path)
+{
+    QFile file(path);
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    const FolderPtr decoded = as<Folder>(LibraryArchive::unarchiveRoot(bytes));
+    QString error;
+    if (!decoded || !AtomicFile::writePrivate(libraryFilePath(), bytes, &error)) {
+        Log::write(QStringLiteral("-[FeedLibrary restoreBackup:] could not restore %1 %2")
+                       .arg(path, error.isEmpty() ? QString() : QStringLiteral(": ") + error));
+        return false;
+    }
+    m_treeTrouble = TreeTrouble::None;
+    m_treeTroubleReason.clear();
+    setRoot(decoded);
+    m_libraryDirty = true;
+    for (const FeedPtr &feed : allFeeds())
+        attachStoredArticles(feed);
+    return true;
+}
+
+void FeedLibrary::startNewLibrary()
+{
+    if (m_treeTrouble == TreeTrouble::Unreadable && !QFileInfo::exists(libraryFilePath())) {
+        m_treeTrouble = TreeTrouble::None;
+        m_treeTroubleReason.clear();
+        treeDidChange();
+    }
 }
 
 void FeedLibrary::attachStoredArticles(const FeedPtr &feed)
@@ -327,12 +410,75 @@ VirtualFolderPtr FeedLibrary::loadNewsClippings()
 
 void FeedLibrary::save()
 {
+    if (m_treeTrouble != TreeTrouble::None) {
+        Log::write(QStringLiteral("-[FeedLibrary save] %1 could not be read at start; it is not saved over")
+                       .arg(libraryFilePath()));
+        return;
+    }
+    if (!lockForWriting()) {
+        Log::write(QStringLiteral("-[FeedLibrary save] %1 is in use by %2; the tree is not saved")
+                       .arg(libraryPath(), lockHolder()));
+        return;
+    }
     QString error;
-    if (!AtomicFile::write(libraryFilePath(), LibraryArchive::archivedData(root()), &error))
+    if (!AtomicFile::writePrivate(libraryFilePath(), LibraryArchive::archivedData(root()), &error))
         Log::write(
             QStringLiteral("-[FeedLibrary save] could not write %1: %2").arg(libraryFilePath(), error));
-    if (m_database)
+}
+
+// Deleted articles leave free pages that SQLite reuses; giving them back to the disk rewrites the
+// whole file, so it is done only when a fifth of the file or more would come back.
+void FeedLibrary::compactDatabase()
+{
+    if (!m_database || !holdsWriteLock())
+        return;
+    const auto pragma = [this](const QString &name) -> qint64 {
+        const auto results = m_database->executeQuery(QStringLiteral("PRAGMA ") + name);
+        const qint64 value = results && results->next() ? results->longLongIntForColumn(name) : 0;
+        if (results)
+            results->close();
+        return value;
+    };
+    const qint64 pages = pragma(QStringLiteral("page_count"));
+    const qint64 free = pragma(QStringLiteral("freelist_count"));
+    if (free > 0 && free * 5 >= pages)
         m_database->executeUpdate(QStringLiteral("VACUUM"));
+}
+
+bool FeedLibrary::lockForWriting(std::chrono::milliseconds wait)
+{
+    if (!m_lock || m_lock->folder() != libraryPath()) {
+        QDir().mkpath(libraryPath());
+        m_lock = std::make_unique<LibraryLock>(libraryPath());
+    }
+    return m_lock->tryLock(wait);
+}
+
+bool FeedLibrary::holdsWriteLock() const
+{
+    return m_lock && m_lock->isLocked() && m_lock->folder() == libraryPath();
+}
+
+QString FeedLibrary::lockHolder() const
+{
+    return LibraryLock(libraryPath()).holder();
+}
+
+void FeedLibrary::treeDidChange()
+{
+    std::function<void()> observer;
+    {
+        std::lock_guard<std::mutex> locker(m_observerLock);
+        observer = m_treeChangeObserver;
+    }
+    if (observer)
+        observer();
+}
+
+void FeedLibrary::setTreeChangeObserver(std::function<void()> observer)
+{
+    std::lock_guard<std::mutex> locker(m_observerLock);
+    m_treeChangeObserver = std::move(observer);
 }
 
 ArticlePtr FeedLibrary::welcomeArticle() const
@@ -821,6 +967,8 @@ void FeedLibrary::add(const TreeNodePtr &item, const TreeNodePtr &into, int atIn
     else
         insert(item, into ? into : TreeNodePtr(root()), atIndex);
     pauseScheduledUpdates(false);
+    if (item)
+        treeDidChange();
 }
 
 void FeedLibrary::insert(const TreeNodePtr &item, const TreeNodePtr &parent, int atIndex)
@@ -845,6 +993,7 @@ void FeedLibrary::remove(const TreeNodePtr &item, const TreeNodePtr &from)
         from->removeChild(item);
     m_libraryDirty = true;
     pauseScheduledUpdates(false);
+    treeDidChange();
 }
 
 void FeedLibrary::removeFeedHistory(const FeedPtr &feed)
@@ -877,6 +1026,7 @@ void FeedLibrary::removeChildrenForItem(const TreeNodePtr &item, bool deletingHi
         removeFeedHistory(as<Feed>(item));
     item->removeChildren();
     m_libraryDirty = true;
+    treeDidChange();
 }
 
 // ---- thumbnail clean-up

@@ -21,6 +21,7 @@
 
 class FMDatabase;
 class FMResultSet;
+class LibraryLock;
 
 using FeedPtr = std::shared_ptr<Feed>;
 using FolderPtr = std::shared_ptr<Folder>;
@@ -51,10 +52,44 @@ public:
     // answer of any statement, only its speed; off is for measuring what they buy.
     static void setTunesDatabase(bool tunes);
 
-    // Start-up and saving.
+    // Start-up and saving. Saving writes the tree only, and only while this program holds the
+    // library folder (taking it when nobody does) and the tree was read whole or restored.
     void load();
     VirtualFolderPtr loadNewsClippings();
     void save();
+    // Gives the space of deleted articles back to the disk when a fifth of the database or more is
+    // free; it rewrites the whole file, so it is for quitting, never for every save.
+    void compactDatabase();
+
+    // One writer at a time: the library folder is taken for this program alone, waiting up to `wait`
+    // for another writer to let go. A lock left by a program that has died is taken over.
+    bool lockForWriting(std::chrono::milliseconds wait = std::chrono::milliseconds::zero());
+    bool holdsWriteLock() const;
+    // The program holding the library folder, as "quillbay-cli (process 4242)"; empty when none does.
+    QString lockHolder() const;
+
+    // What load found wrong with Feeds.library. While there is trouble the library holds an empty tree
+    // and never saves, so that an existing library is never replaced unasked.
+    enum class TreeTrouble
+    {
+        None,
+        Unreadable, // the file opens but does not decode
+        Unopenable  // the file exists but cannot be opened at all; it stays untouched for the whole run
+    };
+    TreeTrouble treeTrouble() const { return m_treeTrouble; }
+    QString treeTroubleReason() const { return m_treeTroubleReason; }
+    QString newestReadableBackup() const;
+    // Moves an unreadable Feeds.library aside and answers where it went.
+    QString keepUnreadableTreeAside();
+    // Puts a backup in place of Feeds.library and loads its tree, ending any trouble.
+    bool restoreBackup(const QString &path);
+    // Once the unreadable file has been kept aside: the empty tree becomes the library and is saved.
+    void startNewLibrary();
+
+    // Whatever may have changed the archived tree calls treeDidChange: the structural changes below do
+    // it themselves, edits of a node in place (a rename) must. The observer hears it on that thread.
+    void treeDidChange();
+    void setTreeChangeObserver(std::function<void()> observer);
 
     FolderPtr root() const;
     void setRoot(const FolderPtr &root);
@@ -126,12 +161,13 @@ public:
 
 private:
     ArticleList allArticlesWhere(const std::function<bool(const Article &)> &matches) const;
+    static FolderPtr emptyRoot();
+    void addDefaultFeeds();
     void prepareFolders() const;
     void openDatabase();
     void createTablesAndSeedClippings();
     void tuneDatabase();
     FolderPtr readLibraryFile();
-    void keepUnreadableLibraryFile() const;
     void attachStoredArticles(const FeedPtr &feed);
     ArticlePtr welcomeArticle() const;
     ArticlePtr newsClippingsArticle() const;
@@ -156,6 +192,11 @@ private:
     TreeNodeList m_selectedItems;
     std::shared_ptr<FMDatabase> m_database;
     bool m_libraryDirty = true;
+    TreeTrouble m_treeTrouble = TreeTrouble::None;
+    QString m_treeTroubleReason;
+    std::unique_ptr<LibraryLock> m_lock;
+    std::mutex m_observerLock;
+    std::function<void()> m_treeChangeObserver;
 
     std::thread m_cleanupThread;
     std::mutex m_cleanupLock;

@@ -189,6 +189,7 @@ bool SourceListModel::setData(const QModelIndex &index, const QVariant &value, i
     if (!setTitleOf<Folder>(item, title) && !setTitleOf<Feed>(item, title) &&
         !setTitleOf<Article>(item, title) && !setTitleOf<VirtualFolder>(item, title))
         return false;
+    m_library.treeDidChange();
     emit dataChanged(index, index, {Qt::DisplayRole, Qt::EditRole});
     return true;
 }

@@ -4,12 +4,24 @@
 #include "db/FMDatabase.h"
 #include "db/FMResultSet.h"
 #include "model/ArticleRow.h"
+#include "model/LibraryArchive.h"
+#include "model/LibraryAutosave.h"
+#include "model/LibraryBackups.h"
 #include "platform/NotificationCenter.h"
 #include "platform/Resources.h"
 
+#include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
+#include <QProcess>
+#include <QThread>
+#include <QTimer>
+#include <csignal>
+#include <cstdio>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace {
 struct StoredRow
@@ -260,19 +272,52 @@ TEST(FeedLibraryLoad, TwoRowsWithOneGuidLoadAsOneArticleTheLaterInTheEarliersPla
     EXPECT_EQ(feed->children().first()->uniqueID(), laterID);
 }
 
-TEST(FeedLibraryLoad, AnUnreadableLibraryFileIsKeptAsideAndNeverOverwritten)
+TEST(FeedLibraryLoad, EachStartKeepsThreeBackupsAndAnUnreadableLibraryIsNeverSavedOverButCanBeRestored)
 {
+    // Five starts of a program that writes: a feed added in each of the first two.
+    for (const QString &title : {"one", "two", "", "", ""}) {
+        const bool firstRun = !QFile::exists(FeedLibrary::libraryFilePath());
+        FeedLibrary library;
+        ASSERT_TRUE(library.lockForWriting());
+        library.load();
+        if (firstRun)
+            library.root()->removeChildren();
+        if (!title.isEmpty())
+            addFeed(library, title);
+        library.save();
+    }
+    const LibraryBackups backups(FeedLibrary::libraryFilePath());
+    const auto backupTitles = [&backups](int generation) {
+        return titlesOf(LibraryArchive::unarchiveRoot(fileBytes(backups.path(generation)))->children());
+    };
+    EXPECT_EQ(fileBytes(backups.path(1)), fileBytes(FeedLibrary::libraryFilePath()));
+    EXPECT_EQ(backupTitles(3), QStringList({"one"}))
+        << "a start that finds the newest copy unchanged rotates nothing";
     const QByteArray damaged("not a library at all");
     writeFile(FeedLibrary::libraryFilePath(), damaged);
+    writeFile(backups.path(1), damaged);
+
     LogCapture log;
     FeedLibrary library;
+    ASSERT_TRUE(library.lockForWriting());
     library.load();
-    EXPECT_EQ(titlesOf(library.root()->children()), defaultFeedTitles) << "starting afresh is a first run";
-    const QStringList kept = QDir(FeedLibrary::libraryPath()).entryList({"Feeds.library.unreadable-*"});
-    ASSERT_EQ(kept.size(), 1);
-    EXPECT_EQ(fileBytes(FeedLibrary::libraryPath() + "/" + kept.first()), damaged);
-    EXPECT_TRUE(std::any_of(log.lines().cbegin(), log.lines().cend(),
-                            [](const QString &line) { return line.contains("could not be read"); }));
+    EXPECT_EQ(library.treeTrouble(), FeedLibrary::TreeTrouble::Unreadable);
+    EXPECT_EQ(library.root()->childCount(), 0) << "no default feeds stand in for the user's own";
+    EXPECT_EQ(library.newestReadableBackup(), backups.path(2)) << "a damaged backup is passed over";
+    library.save();
+    EXPECT_EQ(fileBytes(FeedLibrary::libraryFilePath()), damaged);
+    EXPECT_TRUE(log.contains("-[FeedLibrary save] " + FeedLibrary::libraryFilePath() +
+                             " could not be read at start; it is not saved over"));
+
+    const QString kept = library.keepUnreadableTreeAside();
+    EXPECT_TRUE(kept.startsWith(FeedLibrary::libraryFilePath() + ".unreadable-"));
+    EXPECT_EQ(fileBytes(kept), damaged);
+    ASSERT_TRUE(library.restoreBackup(library.newestReadableBackup()));
+    EXPECT_EQ(library.treeTrouble(), FeedLibrary::TreeTrouble::None);
+    EXPECT_EQ(titlesOf(library.root()->children()), QStringList({"one", "two"}));
+    FeedLibrary again;
+    again.load();
+    EXPECT_EQ(titlesOf(again.root()->children()), QStringList({"one", "two"}));
 }
 
 TEST(FeedLibraryLoad, ADatabaseFileThatIsNotSQLiteIsLeftAloneAndTheLibraryStillRuns)
@@ -456,4 +501,180 @@ TEST(FeedLibraryHistory, TheThumbnailCleanUpDeletesOnlyPicturesOfArticlesThatAre
     EXPECT_FALSE(QFile::exists(images + "/abc.jpg"));
     EXPECT_TRUE(QFile::exists(images + "/" + article->uniqueID() + ".jpg"));
     EXPECT_GE(progressPosts, 2);
+}
+
+namespace {
+// A second program on the same library: this test program again, running one of the disabled
+// FeedLibraryChild tests on the folder handed to it. It is ready once it has printed "ready".
+class ChildProgram
+{
+public:
+    explicit ChildProgram(const QString &test)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("QB_CHILD_LIBRARY", FeedLibrary::libraryPath());
+        m_process.setProcessEnvironment(environment);
+        m_process.start(
+            QCoreApplication::applicationFilePath(),
+            {"--gtest_also_run_disabled_tests", "--gtest_filter=FeedLibraryChild.DISABLED_" + test});
+        while (!m_output.contains("ready\n") && m_process.waitForReadyRead(10000))
+            m_output += m_process.readAllStandardOutput();
+    }
+    ~ChildProgram() { kill(); }
+
+    bool isReady() const { return m_output.contains("ready\n"); }
+    qint64 processId() const { return m_process.processId(); }
+    void kill()
+    {
+        if (m_process.state() == QProcess::NotRunning)
+            return;
+        ::kill(pid_t(m_process.processId()), SIGKILL);
+        m_process.waitForFinished();
+    }
+
+private:
+    QProcess m_process;
+    QByteArray m_output;
+};
+
+void useChildLibraryAndSayReady(FeedLibrary &library)
+{
+    FeedLibrary::setLibraryPath(qEnvironmentVariable("QB_CHILD_LIBRARY"));
+    ASSERT_TRUE(library.lockForWriting());
+    library.load();
+}
+
+void runUntilKilled()
+{
+    std::puts("ready");
+    std::fflush(stdout);
+    QEventLoop loop;
+    QTimer::singleShot(std::chrono::seconds(30), &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+mode_t modeOf(const QString &path)
+{
+    struct stat status = {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 0777 : 0;
+}
+} // namespace
+
+TEST(FeedLibraryChild, DISABLED_HoldsTheLibraryUntilKilled)
+{
+    FeedLibrary library;
+    useChildLibraryAndSayReady(library);
+    runUntilKilled();
+}
+
+TEST(FeedLibraryChild, DISABLED_AddsAFeedAndRunsUntilKilled)
+{
+    FeedLibrary library;
+    useChildLibraryAndSayReady(library);
+    library.root()->removeChildren();
+    LibraryAutosave autosave(library, NotificationCenter::defaultCenter());
+    addFeed(library, "made just now");
+    runUntilKilled();
+}
+
+TEST(FeedLibrarySave, AnEditIsOnDiskWithinTwoSecondsSoAProgramKilledRightAfterLosesNothing)
+{
+    ChildProgram child("AddsAFeedAndRunsUntilKilled");
+    ASSERT_TRUE(child.isReady());
+    QElapsedTimer sinceTheEdit;
+    sinceTheEdit.start();
+    while (!QFile::exists(FeedLibrary::libraryFilePath()) && sinceTheEdit.elapsed() < 5000)
+        QThread::msleep(20);
+    const qint64 savedAfter = sinceTheEdit.elapsed();
+    child.kill();
+    EXPECT_LE(savedAfter, 2500);
+    FeedLibrary library;
+    library.load();
+    EXPECT_EQ(titlesOf(library.root()->children()), QStringList({"made just now"}));
+}
+
+TEST(FeedLibraryLock, ASecondWriterIsRefusedWhileTheFirstRunsAndTakesTheLibraryOverOnceItWasKilled)
+{
+    {
+        FeedLibrary library;
+        loadWithoutDefaultFeeds(library);
+        addFeed(library, "mine");
+        library.save();
+    }
+    ChildProgram child("HoldsTheLibraryUntilKilled");
+    ASSERT_TRUE(child.isReady());
+    LogCapture log;
+    FeedLibrary second;
+    second.load();
+    EXPECT_FALSE(second.lockForWriting());
+    EXPECT_EQ(second.lockHolder(), QString("model_tests (process %1)").arg(child.processId()));
+    second.root()->removeChildren();
+    second.save();
+    EXPECT_TRUE(
+        log.contains(QString("-[FeedLibrary save] %1 is in use by model_tests (process %2); the tree is "
+                             "not saved")
+                         .arg(FeedLibrary::libraryPath())
+                         .arg(child.processId())));
+
+    child.kill();
+    EXPECT_TRUE(second.lockForWriting()) << "the lock of a program that died is stale";
+    FeedLibrary reloaded;
+    reloaded.load();
+    EXPECT_EQ(titlesOf(reloaded.root()->children()), QStringList({"mine"}));
+}
+
+TEST(FeedLibraryFiles, TheFolderAndItsFilesAreTheOwnersAloneAlsoWhereAnOlderLibraryWasOpenToAll)
+{
+    const mode_t savedMask = umask(022);
+    {
+        FeedLibrary library;
+        library.load();
+        library.save();
+    }
+    EXPECT_EQ(modeOf(FeedLibrary::libraryPath()), 0700u);
+    EXPECT_EQ(modeOf(FeedLibrary::libraryFilePath()), 0600u);
+    EXPECT_EQ(modeOf(FeedLibrary::databasePath()), 0600u);
+
+    chmod(QFile::encodeName(FeedLibrary::libraryPath()).constData(), 0755);
+    for (const QString &file : {FeedLibrary::libraryFilePath(), FeedLibrary::databasePath()})
+        chmod(QFile::encodeName(file).constData(), 0644);
+    FeedLibrary library;
+    ASSERT_TRUE(library.lockForWriting());
+    library.load();
+    umask(savedMask);
+    EXPECT_EQ(modeOf(FeedLibrary::libraryPath()), 0700u);
+    for (const QString &file :
+         {FeedLibrary::libraryFilePath(), FeedLibrary::databasePath(), FeedLibrary::databasePath() + "-wal",
+          LibraryBackups(FeedLibrary::libraryFilePath()).path(1)})
+        EXPECT_EQ(modeOf(file), 0600u) << file.toStdString();
+}
+
+TEST(FeedLibrarySave, SavingNeverRewritesTheDatabaseWhichIsCompactedOnlyWhenAFifthOfItIsFree)
+{
+    FeedLibrary library;
+    loadWithoutDefaultFeeds(library);
+    const auto pragma = [&library](const QString &name) {
+        const auto results = library.database()->executeQuery("PRAGMA " + name);
+        const qint64 value = results && results->next() ? results->longLongIntForColumn(name) : -1;
+        results->close();
+        return value;
+    };
+    auto feed = addFeed(library, "wordy");
+    ArticleList articles;
+    for (int i = 0; i < 100; ++i)
+        articles << storeArticle(library, feed, QString::number(i), QString(4000, QChar('a' + i % 26)));
+    for (int i = 0; i < 10; ++i)
+        library.deleteHistoryFor(articles.at(i), feed);
+    const qint64 freeAfterSmallDeletion = pragma("freelist_count");
+    ASSERT_GT(freeAfterSmallDeletion, 0);
+    library.save();
+    library.compactDatabase();
+    EXPECT_EQ(pragma("freelist_count"), freeAfterSmallDeletion) << "a tenth free is not worth a rewrite";
+
+    for (int i = 10; i < 60; ++i)
+        library.deleteHistoryFor(articles.at(i), feed);
+    const qint64 pages = pragma("page_count");
+    library.compactDatabase();
+    EXPECT_EQ(pragma("freelist_count"), 0);
+    EXPECT_LT(pragma("page_count"), pages * 3 / 4);
 }

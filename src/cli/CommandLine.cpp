@@ -193,8 +193,12 @@ int CommandLine::printHelp()
                        "  --help          show this text\n"
                        "  --version       show the program's version\n"
                        "\n"
+                       "import and refresh change the library, so they refuse to run while another program\n"
+                       "(the desktop program, or another import or refresh) has it open; the other\n"
+                       "commands only read it and work alongside.\n"
+                       "\n"
                        "Log lines go to standard error. Exit status: 0 on success, 1 when a file or the\n"
                        "library cannot be read or an export cannot be written, 2 when the arguments are\n"
-                       "wrong.\n"));
+                       "wrong, 3 when the library is in use by another program and nothing was changed.\n"));
     return ExitSuccess;
 }

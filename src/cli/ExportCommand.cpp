@@ -11,8 +11,8 @@ ExportCommand::ExportCommand(const QString &path) : m_path(path) {}
 int ExportCommand::run() const
 {
     FeedLibrary &library = FeedLibrary::feedLibrary();
-    if (!LibraryLoader::load(library))
-        return ExitUnreadable;
+    if (const ExitStatus status = LibraryLoader::load(library); status != ExitSuccess)
+        return status;
     OPMLExporter exporter(library.root());
     if (!exporter.saveToOPMLFile(m_path)) {
         Console::complain(QStringLiteral("cannot write %1: %2").arg(m_path, exporter.errorString()));

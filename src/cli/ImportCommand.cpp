@@ -15,8 +15,8 @@ int ImportCommand::run() const
     if (!InputFile::read(m_path))
         return ExitUnreadable;
     FeedLibrary &library = FeedLibrary::feedLibrary();
-    if (!LibraryLoader::load(library))
-        return ExitUnreadable;
+    if (const ExitStatus status = LibraryLoader::loadForWriting(library); status != ExitSuccess)
+        return status;
 
     const OPMLImporter importer = OPMLImporter::importFeedsFromPath(m_path);
     const FolderPtr root = library.root();

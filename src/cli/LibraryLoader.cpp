@@ -4,10 +4,31 @@
 #include "model/FeedLibrary.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
+#include <QLocale>
 
-bool LibraryLoader::load(FeedLibrary &library)
+ExitStatus LibraryLoader::load(FeedLibrary &library)
+{
+    if (!prepareFolder())
+        return ExitUnreadable;
+    library.load();
+    return reportTreeTrouble(library) ? ExitUnreadable : ExitSuccess;
+}
+
+ExitStatus LibraryLoader::loadForWriting(FeedLibrary &library)
+{
+    if (!prepareFolder())
+        return ExitUnreadable;
+    if (!library.lockForWriting()) {
+        Console::complain(QStringLiteral("the library %1 is in use by %2, so nothing was changed; run the "
+                                         "command again once that program has quit")
+                              .arg(FeedLibrary::libraryPath(), library.lockHolder()));
+        return ExitLibraryInUse;
+    }
+    return load(library);
+}
+
+bool LibraryLoader::prepareFolder()
 {
     const QString folder = FeedLibrary::libraryPath();
     const QFileInfo folderInfo(folder);
@@ -20,13 +41,34 @@ bool LibraryLoader::load(FeedLibrary &library)
             QStringLiteral("cannot read the library %1: the folder cannot be made").arg(folder));
         return false;
     }
-    // The library would start afresh from a tree it cannot open, and the next save would replace it.
-    QFile tree(FeedLibrary::libraryFilePath());
-    if (tree.exists() && !tree.open(QIODevice::ReadOnly)) {
-        Console::complain(QStringLiteral("cannot read %1: %2").arg(tree.fileName(), tree.errorString()));
+    return true;
+}
+
+// A command never decides what becomes of a tree it cannot read: the file stays where it is, and the
+// line says how to restore it.
+bool LibraryLoader::reportTreeTrouble(const FeedLibrary &library)
+{
+    const QString file = FeedLibrary::libraryFilePath();
+    switch (library.treeTrouble()) {
+    case FeedLibrary::TreeTrouble::None:
         return false;
+    case FeedLibrary::TreeTrouble::Unopenable:
+        Console::complain(QStringLiteral("cannot read %1: %2").arg(file, library.treeTroubleReason()));
+        return true;
+    case FeedLibrary::TreeTrouble::Unreadable:
+        break;
     }
-    tree.close();
-    library.load();
+    const QString backup = library.newestReadableBackup();
+    const QString remedy =
+        backup.isEmpty()
+            ? QStringLiteral("no readable backup of it exists")
+            : QStringLiteral("the newest readable backup is %1, made %2: copy it over %3 to restore it, or "
+                             "start QuillBay to choose")
+                  .arg(backup,
+                       QLocale::c().toString(QFileInfo(backup).lastModified(),
+                                             QStringLiteral("yyyy-MM-dd HH:mm")),
+                       file);
+    Console::complain(QStringLiteral("cannot read %1: %2; it is kept as it is and nothing was changed; %3")
+                          .arg(file, library.treeTroubleReason(), remedy));
     return true;
 }

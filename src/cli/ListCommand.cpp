@@ -8,8 +8,8 @@
 int ListCommand::run() const
 {
     FeedLibrary &library = FeedLibrary::feedLibrary();
-    if (!LibraryLoader::load(library))
-        return ExitUnreadable;
+    if (const ExitStatus status = LibraryLoader::load(library); status != ExitSuccess)
+        return status;
     Console::print(treeText(library.root()));
     return ExitSuccess;
 }

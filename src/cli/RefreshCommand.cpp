@@ -33,8 +33,8 @@ RefreshCommand::RefreshCommand(std::optional<int> concurrent) : m_concurrent(con
 int RefreshCommand::run() const
 {
     FeedLibrary &library = FeedLibrary::feedLibrary();
-    if (!LibraryLoader::load(library))
-        return ExitUnreadable;
+    if (const ExitStatus status = LibraryLoader::loadForWriting(library); status != ExitSuccess)
+        return status;
     SettingsTable::install();
 
     // The updater reads the user's settings from a copy, so that --concurrent lasts for this run only.
@@ -80,6 +80,7 @@ int RefreshCommand::run() const
         loop.exec();
     NotificationCenter::defaultCenter().removeObserver(token);
     library.save();
+    library.compactDatabase();
 
     Console::print(QStringLiteral("Refreshed %1 feeds: %2 new articles, %3 failed\n")
                        .arg(feeds.size())

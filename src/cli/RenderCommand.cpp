@@ -138,8 +138,8 @@ int RenderCommand::run()
     if (m_library)
         FeedLibrary::setLibraryPath(QFileInfo(*m_library).absoluteFilePath());
     FeedLibrary &library = FeedLibrary::feedLibrary();
-    if (!LibraryLoader::load(library))
-        return ExitUnreadable;
+    if (const ExitStatus status = LibraryLoader::load(library); status != ExitSuccess)
+        return status;
     if (!select(library))
         return ExitUnreadable;
     SettingsTable::install();

@@ -10,8 +10,8 @@ SearchCommand::SearchCommand(const QString &text) : m_text(text) {}
 int SearchCommand::run() const
 {
     FeedLibrary &library = FeedLibrary::feedLibrary();
-    if (!LibraryLoader::load(library))
-        return ExitUnreadable;
+    if (const ExitStatus status = LibraryLoader::load(library); status != ExitSuccess)
+        return status;
     library.performSearchWithString(m_text);
     QString lines;
     for (const TreeNodePtr &node : library.searchFolder()->children()) {

@@ -2,8 +2,11 @@
 #include "HarbourLibrary.h"
 #include "model/FeedLibrary.h"
 
+#include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -40,6 +43,61 @@ TEST(ImportAndList, ImportKeepsTheFileFoldersUnderTheRootAndListShowsThemIndente
     ASSERT_EQ(CliRun({"--library=" + folder, "import", CliRun::dataFile("harbour.opml")}).exitCode(), 0);
     const QString twice = CliRun({"list", "--library", folder}).outputText();
     EXPECT_TRUE(twice.endsWith(importedTree + importedTree)) << twice.toStdString();
+}
+
+TEST(ImportAndList, ImportRefusesALibraryAnotherProgramHoldsOrCannotReadAndChangesNothingWhileListStillReads)
+{
+    QTemporaryDir scratch;
+    const QString folder = scratch.filePath("library");
+    // Two imports: the second start of a writer keeps the first one's library as a backup.
+    for (int i = 0; i < 2; ++i)
+        ASSERT_EQ(CliRun({"--library", folder, "import", CliRun::dataFile("harbour.opml")}).exitCode(), 0);
+    const QString tree = folder + "/Feeds.library";
+    QFile file(tree);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray saved = file.readAll();
+    file.close();
+
+    FeedLibrary::setLibraryPath(folder);
+    {
+        FeedLibrary holder;
+        ASSERT_TRUE(holder.lockForWriting());
+        const CliRun refused({"--library", folder, "import", CliRun::dataFile("harbour.opml")});
+        EXPECT_EQ(refused.exitCode(), 3);
+        EXPECT_EQ(
+            refused.errorLines(),
+            QStringList({QString("quillbay-cli: the library %1 is in use by cli_tests (process %2), so "
+                                 "nothing was changed; run the command again once that program has quit")
+                             .arg(folder)
+                             .arg(QCoreApplication::applicationPid())}));
+        const CliRun list({"--library", folder, "list"});
+        EXPECT_EQ(list.exitCode(), 0) << "reading works beside a writer";
+        EXPECT_TRUE(list.outputText().endsWith(importedTree + importedTree));
+    }
+    FeedLibrary::setLibraryPath({});
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), saved);
+    file.close();
+
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write("damaged");
+    file.close();
+    for (const QStringList &command :
+         {QStringList{"list"}, QStringList{"import", CliRun::dataFile("harbour.opml")}}) {
+        const CliRun damaged(QStringList{"--library", folder} + command);
+        EXPECT_EQ(damaged.exitCode(), 1);
+        const QString line = damaged.errorLines().filter(QRegularExpression("^quillbay-cli: ")).value(0);
+        EXPECT_TRUE(
+            line.startsWith(QString("quillbay-cli: cannot read %1: it is damaged or not a QuillBay library; "
+                                    "it is kept as it is and nothing was changed; the newest readable "
+                                    "backup is %1.backup-1, made ")
+                                .arg(tree)))
+            << line.toStdString();
+        EXPECT_TRUE(
+            line.endsWith(QString(": copy it over %1 to restore it, or start QuillBay to choose").arg(tree)));
+    }
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), "damaged");
 }
 
 TEST(SearchAndList, StoredArticlesAreFoundByTitleOrTextAndCountedAsUnread)

@@ -1,9 +1,15 @@
 #include "CliRun.h"
 #include "LoopbackServer.h"
+#include "db/FMDatabase.h"
+#include "db/FMResultSet.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
 #include <QTemporaryDir>
+#include <QThread>
+#include <csignal>
 #include <gtest/gtest.h>
 
 namespace {
@@ -60,4 +66,58 @@ TEST(RefreshCommand, FetchesEveryFeedOnceCountsNewArticlesAndFailuresAndSavesThe
     EXPECT_EQ(wrong.exitCode(), 2);
     const CliRun misplaced({"list", "--library", library, "--concurrent", "2"}, 30000, environment);
     EXPECT_EQ(misplaced.exitCode(), 2);
+}
+
+TEST(RefreshCommand, ARefreshKilledHalfWayKeepsEveryArticleStoredInADatabaseThatOpensAndFreesTheLibrary)
+{
+    LoopbackServer server;
+    server.route(
+        QStringLiteral("/quick.xml"),
+        LoopbackServer::Response::ok("<rss version=\"2.0\"><channel><title>Quick</title>"
+                                     "<item><title>A</title><guid>kill-a</guid></item>"
+                                     "<item><title>B</title><guid>kill-b</guid></item></channel></rss>",
+                                     "application/rss+xml"));
+    LoopbackServer::Response never;
+    never.stall = true;
+    server.route(QStringLiteral("/never.xml"), never);
+    QTemporaryDir scratch;
+    const QProcessEnvironment environment = resourcesWithDefaultFeeds(scratch.filePath("resources"), {});
+    const QString library = scratch.filePath("library");
+    QFile opml(scratch.filePath("two.opml"));
+    ASSERT_TRUE(opml.open(QIODevice::WriteOnly));
+    opml.write("<opml version=\"1.0\"><body><outline text=\"Quick\" xmlUrl=\"" +
+               server.url("/quick.xml").toEncoded() + "\"/><outline text=\"Never\" xmlUrl=\"" +
+               server.url("/never.xml").toEncoded() + "\"/></body></opml>");
+    opml.close();
+    ASSERT_EQ(CliRun({"--library", library, "import", opml.fileName()}, 30000, environment).exitCode(), 0);
+
+    QProcess refresh;
+    refresh.setProcessEnvironment(environment);
+    refresh.start(QStringLiteral(QB_CLI_PATH), {"--library", library, "refresh"});
+    const auto storedCount = [&library] {
+        auto database = FMDatabase::databaseWithPath(library + "/Articles.db");
+        const auto results =
+            database->open() ? database->executeQuery("SELECT count(*) AS n FROM articles") : nullptr;
+        return results && results->next() ? results->intForColumn("n") : -1;
+    };
+    QElapsedTimer waited;
+    waited.start();
+    while (storedCount() < 2 && waited.elapsed() < 20000)
+        QThread::msleep(50);
+    ASSERT_EQ(storedCount(), 2) << "the quick feed is in while the other one hangs";
+    ::kill(pid_t(refresh.processId()), SIGKILL);
+    refresh.waitForFinished();
+
+    auto database = FMDatabase::databaseWithPath(library + "/Articles.db");
+    ASSERT_TRUE(database->open());
+    const auto check = database->executeQuery("PRAGMA integrity_check");
+    ASSERT_TRUE(check && check->next());
+    EXPECT_EQ(check->stringForColumn("integrity_check"), "ok");
+    check->close();
+    const CliRun list({"--library", library, "list"}, 30000, environment);
+    EXPECT_EQ(list.outputText(),
+              QString("Quick  <%1>  (2 unread)\nNever  <%2>  (0 unread)\n")
+                  .arg(server.url("/quick.xml").toString(), server.url("/never.xml").toString()));
+    EXPECT_EQ(CliRun({"--library", library, "import", opml.fileName()}, 30000, environment).exitCode(), 0)
+        << "the lock of the killed refresh is taken over";
 }

@@ -12,6 +12,7 @@
 #include "fetch/Downloader.h"
 #include "fetch/FeedUpdater.h"
 #include "headlines/HeadlinePage.h"
+#include "model/LibraryAutosave.h"
 #include "model/OPMLExporter.h"
 #include "platform/Defaults.h"
 #include "platform/Log.h"
@@ -22,6 +23,8 @@
 #include <QApplication>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLocale>
+#include <QTimer>
 #include <QWidget>
 
 namespace {
@@ -39,6 +42,7 @@ ApplicationController::ApplicationController(FeedLibrary &feedLibrary, FeedUpdat
       m_displayFactory(std::move(displayFactory))
 {
     m_feedLibrary.load();
+    m_autosave = std::make_unique<LibraryAutosave>(m_feedLibrary, m_notificationCenter);
     // The view announces itself with this from its first request.
     m_defaults.setString(QStringLiteral("UserAgent"),
                          QStringLiteral("QuillBay/%1 Macintosh").arg(QCoreApplication::applicationVersion()));
@@ -67,6 +71,7 @@ ApplicationController::~ApplicationController()
     m_notificationCenter.removeObserver(m_selectionObserver);
     m_menu.reset();
     m_mainController.reset();
+    m_autosave.reset();
     delete m_displayWidget;
 }
 
@@ -108,6 +113,56 @@ void ApplicationController::applicationDidFinishLaunching()
         m_performFileDrag = false;
         openFiles(m_draggedFiles);
     }
+    answerTreeTrouble();
+}
+
+// Asked once the window is there: the library holds an empty tree and saves nothing until the user
+// has chosen what becomes of a Feeds.library that could not be read.
+void ApplicationController::answerTreeTrouble()
+{
+    if (m_feedLibrary.treeTrouble() == FeedLibrary::TreeTrouble::Unreadable) {
+        answerUnreadableTree();
+        return;
+    }
+    if (m_feedLibrary.treeTrouble() != FeedLibrary::TreeTrouble::Unopenable)
+        return;
+    if (m_desktop.confirm(
+            tr("Your feed library cannot be opened: %1.").arg(m_feedLibrary.treeTroubleReason()), tr("Quit"),
+            tr("Continue Without Saving"),
+            tr("QuillBay never replaces a library it cannot open, so nothing you change now "
+               "would be saved. Make %1 readable and start QuillBay again.")
+                .arg(FeedLibrary::libraryFilePath())))
+        QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+}
+
+void ApplicationController::answerUnreadableTree()
+{
+    const QString kept = m_feedLibrary.keepUnreadableTreeAside();
+    const QString backup = m_feedLibrary.newestReadableBackup();
+    const QString message = tr("Your feed library could not be read.");
+    if (backup.isEmpty()) {
+        if (m_desktop.confirm(message, tr("Start a New Library"), tr("Quit"),
+                              tr("The damaged file has been kept as %1. There is no readable backup of it, "
+                                 "so QuillBay can only start with a new, empty library.")
+                                  .arg(kept)))
+            m_feedLibrary.startNewLibrary();
+        else
+            QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+        return;
+    }
+    const QString saved = QLocale().toString(QFileInfo(backup).lastModified(), QLocale::LongFormat);
+    if (!m_desktop.confirm(message, tr("Restore Backup"), tr("Start a New Library"),
+                           tr("The damaged file has been kept as %1. The newest readable backup, %2, was "
+                              "made on %3: restoring it brings back your feeds and folders as they were "
+                              "then, with the articles stored since.")
+                               .arg(kept, backup, saved))) {
+        m_feedLibrary.startNewLibrary();
+        return;
+    }
+    if (m_feedLibrary.restoreBackup(backup))
+        m_notificationCenter.post(QStringLiteral("feedLibraryModified"));
+    else
+        m_desktop.beep();
 }
 
 void ApplicationController::applicationWillTerminate()
@@ -117,7 +172,14 @@ void ApplicationController::applicationWillTerminate()
     m_defaults.setBoolean(QStringLiteral("firstRun"), false);
     m_mainController->saveWindowState();
     m_feedLibrary.save();
+    m_feedLibrary.compactDatabase();
     m_feedUpdater.resetDockIcon();
+}
+
+void ApplicationController::applicationWillEndSession()
+{
+    m_mainController->saveWindowState();
+    m_feedLibrary.save();
 }
 
 void ApplicationController::applicationDidBecomeActive()

@@ -1,5 +1,6 @@
 // The program's delegate: it loads the library before any window exists, builds the main window,
-// parks files and feed addresses that arrive early, carries out the menu commands and saves on quit.
+// parks files and feed addresses that arrive early, carries out the menu commands and saves the tree
+// soon after every change, at the end of a session and on quit.
 // It owns the long-lived controllers; it never draws anything itself.
 #pragma once
 
@@ -20,6 +21,7 @@ class Downloader;
 class FeedUpdater;
 class FindPanel;
 class HeadlineDisplay;
+class LibraryAutosave;
 class MainMenu;
 class NotificationCenter;
 class QuillBayController;
@@ -44,6 +46,8 @@ public:
 
     void applicationDidFinishLaunching();
     void applicationWillTerminate();
+    // The desktop session is ending and the program may be killed without a quit.
+    void applicationWillEndSession();
     void applicationDidBecomeActive();
     bool applicationShouldHandleReopen();
 
@@ -82,6 +86,8 @@ public:
     void doOpenMainWindow();
 
 private:
+    void answerTreeTrouble();
+    void answerUnreadableTree();
     void applySelectedFeedState(int state);
     void fetchSiteIcon(const FeedPtr &feed);
     void siteIconPageArrived(const Downloader &page, const FeedPtr &feed);
@@ -102,6 +108,7 @@ private:
     HeadlineDisplay *m_display = nullptr;
     // The window owns the view once it exists; until then nobody else does.
     QPointer<QWidget> m_displayWidget;
+    std::unique_ptr<LibraryAutosave> m_autosave;
     std::unique_ptr<QuillBayController> m_mainController;
     std::unique_ptr<MainMenu> m_menu;
     FindPanel *m_findPanel = nullptr;

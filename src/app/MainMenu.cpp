@@ -8,6 +8,17 @@
 #include <QMainWindow>
 #include <QMenuBar>
 
+namespace {
+// What any window of the program may ask for: nothing here touches the library's selection.
+bool actsEverywhere(MenuCommand command)
+{
+    using C = MenuCommand;
+    return command == C::Quit || command == C::CloseWindow || command == C::Preferences ||
+           command == C::OpenMainWindow || command == C::ShowHelp || command == C::FindNext ||
+           command == C::FindPrevious;
+}
+} // namespace
+
 MainMenu::MainMenu(ApplicationController &controller, QMainWindow &window)
     : QObject(&window), m_controller(controller), m_window(window)
 {
@@ -97,7 +108,9 @@ void MainMenu::addItem(QMenu *menu, const Item &item)
 {
     QAction *action = menu->addAction(item.title);
     action->setShortcut(item.shortcut);
-    action->setShortcutContext(Qt::ApplicationShortcut);
+    // Commands on the selection act only while the main window is active: Delete in the inspector or
+    // the feed editor must never remove a feed, and Space must reach a dialog's focused button.
+    action->setShortcutContext(actsEverywhere(item.command) ? Qt::ApplicationShortcut : Qt::WindowShortcut);
     const MenuCommand command = item.command;
     connect(action, &QAction::triggered, this, [this, command] { trigger(command); });
     m_actions.insert(int(command), action);

@@ -19,9 +19,11 @@
 #include "model/SettingsTable.h"
 #include "platform/Defaults.h"
 #include "platform/NotificationCenter.h"
+#include "platform/TerminationSignals.h"
 
 #include <QApplication>
 #include <QFileInfo>
+#include <QSessionManager>
 #include <cstdio>
 #include <unistd.h>
 
@@ -62,6 +64,23 @@ void handOver(ApplicationController &controller, DesktopServices &desktop, const
         controller.openFiles(files);
 }
 
+// One writer at a time: a quillbay-cli command that is writing the library is waited for a moment;
+// after that the user chooses between trying again and quitting.
+bool takeLibraryFolder(FeedLibrary &library, DesktopServices &desktop)
+{
+    while (!library.lockForWriting(std::chrono::seconds(5))) {
+        if (!desktop.confirm(QApplication::translate("main", "Your feed library is in use by %1.")
+                                 .arg(library.lockHolder()),
+                             QApplication::translate("main", "Try Again"),
+                             QApplication::translate("main", "Quit"),
+                             QApplication::translate("main", "Only one program at a time may change %1. "
+                                                             "Try again once that program has finished.")
+                                 .arg(FeedLibrary::libraryPath())))
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -89,6 +108,12 @@ int main(int argc, char **argv)
 
     SettingsTable::install();
     SystemDesktopServices desktop;
+    if (!takeLibraryFolder(FeedLibrary::feedLibrary(), desktop))
+        return 1;
+    // SIGTERM, SIGINT and SIGHUP end the run through the same quit as the menu, saving on the way.
+    TerminationSignals termination;
+    QObject::connect(&termination, &TerminationSignals::received, &application,
+                     [] { QCoreApplication::exit(0); });
     FeedUpdater &updater = FeedUpdater::sharedFeedUpdater();
     WindowIconTile tile;
     tile.setUnreadCount([] { return FeedLibrary::feedLibrary().totalUnreadArticleCount(); });
@@ -120,6 +145,8 @@ int main(int argc, char **argv)
         controller.applicationWillTerminate();
         ImagingService::sharedImagingService().terminate();
     });
+    QObject::connect(&application, &QGuiApplication::commitDataRequest, &controller,
+                     [&controller](QSessionManager &) { controller.applicationWillEndSession(); });
     QObject::connect(&application, &QGuiApplication::applicationStateChanged, &controller,
                      [&controller](Qt::ApplicationState state) {
                          if (state == Qt::ApplicationActive && controller.appLoaded())

@@ -38,9 +38,10 @@ public:
     void openFile(const QString &path) override { openedFiles.append(path); }
     void beep() override { ++beeps; }
     void setClipboardText(const QString &text) override { clipboard = text; }
-    bool confirm(const QString &, const QString &, const QString &, const QString &) override
+    bool confirm(const QString &message, const QString &, const QString &, const QString &details) override
     {
         ++questions;
+        asked << message + "\n" + details;
         return answers.isEmpty() ? true : answers.takeFirst();
     }
 
@@ -48,6 +49,7 @@ public:
     QStringList openedFiles;
     QString clipboard;
     QList<bool> answers;
+    QStringList asked; // each question's message and details, a line apart
     int beeps = 0;
     int questions = 0;
 };

@@ -5,9 +5,11 @@
 #include "LoopbackServer.h"
 #include "app/FindPanel.h"
 #include "app/InspectorController.h"
+#include "app/MainWindow.h"
 #include "app/QuillBayController.h"
 #include "fetch/DownloadItem.h"
 
+#include <QDir>
 #include <QFile>
 #include <QRegularExpression>
 #include <QTest>
@@ -183,6 +185,60 @@ TEST_F(ApplicationControllerTest, TheTagsCommandShowsTheSelectedFeedsInTheInspec
     inspector.addTag();
     EXPECT_EQ(t.sky->keywords(), QStringList({"stars", "Tag"}));
     EXPECT_EQ(t.harbour->keywords(), QStringList({"sea", "weather"}));
+}
+
+TEST_F(ApplicationControllerTest, DeleteInAnotherWindowLeavesTheLibraryAloneAndRemovesOnlyInTheMainWindow)
+{
+    controller.applicationDidFinishLaunching();
+    MainWindow *window = controller.mainWindowController()->window();
+    window->show();
+    InspectorController inspector(t.center, desktop);
+    inspector.showInspector();
+    inspector.window()->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(inspector.window()));
+    t.library.setSelectedItems({t.harbour});
+    QTest::keyClick(inspector.window(), Qt::Key_Delete);
+    EXPECT_TRUE(t.library.root()->hasChild(t.harbour));
+    EXPECT_EQ(desktop.questions, 0);
+
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+    t.library.setSelectedItems({t.harbour});
+    QTest::keyClick(window, Qt::Key_Delete);
+    EXPECT_FALSE(t.library.root()->hasChild(t.harbour));
+}
+
+TEST(ApplicationControllerStart,
+     ALibraryThatCannotBeReadIsKeptAsideAndTheUserIsOfferedItsNewestReadableBackup)
+{
+    AppTestLibrary t;
+    t.library.load(); // a second start, which keeps the library it read as a backup
+    QFile tree(FeedLibrary::libraryFilePath());
+    ASSERT_TRUE(tree.open(QIODevice::WriteOnly));
+    tree.write("torn");
+    tree.close();
+
+    RecordingDesktop desktop;
+    std::unique_ptr<RecordingDisplay> display;
+    ApplicationController controller(t.library, t.updater, t.defaults, t.center, desktop, [&display] {
+        display = std::make_unique<RecordingDisplay>();
+        return display.get();
+    });
+    EXPECT_TRUE(t.library.allFeeds().isEmpty()) << "no default feeds while the user has not chosen";
+    controller.applicationDidFinishLaunching();
+    ASSERT_EQ(desktop.asked.size(), 1);
+    const QStringList kept = QDir(FeedLibrary::libraryPath()).entryList({"Feeds.library.unreadable-*"});
+    ASSERT_EQ(kept.size(), 1);
+    EXPECT_TRUE(desktop.asked.first().startsWith(
+        "Your feed library could not be read.\nThe damaged file has been "
+        "kept as " +
+        FeedLibrary::libraryPath() + "/" + kept.first() + ". The newest readable backup, " +
+        FeedLibrary::libraryFilePath() + ".backup-1, was made on "))
+        << desktop.asked.first().toStdString();
+    EXPECT_EQ(t.library.allFeeds().size(), 3) << "the backup was restored";
+    FeedLibrary reloaded;
+    reloaded.load();
+    EXPECT_EQ(reloaded.allFeeds().size(), 3);
 }
 
 TEST_F(ApplicationControllerTest, HelpOpensTheBundledBookWhoseContentsLeadToSectionsThatExist)

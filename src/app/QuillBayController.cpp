@@ -6,6 +6,7 @@
 #include "app/MailtoAddress.h"
 #include "app/MainWindow.h"
 #include "app/NavigationBar.h"
+#include "app/RemovalQuestion.h"
 #include "app/SideBarActions.h"
 #include "app/SourceListView.h"
 #include "app/SplitViewFrames.h"
@@ -466,7 +467,14 @@ void QuillBayController::doRemoveItem()
         return;
     const TreeNodeList rows = selectedRowItems();
     const int selectedRow = rows.isEmpty() ? 0 : visibleRowOf(rows.first());
-    for (const TreeNodePtr &item : m_feedLibrary.selectedItems()) {
+    const TreeNodeList items = m_feedLibrary.selectedItems();
+    TreeNodeList deleting;
+    std::copy_if(items.cbegin(), items.cend(), std::back_inserter(deleting), [this](const TreeNodePtr &item) {
+        return !item->parent() || item->parent() != m_feedLibrary.newsClippings();
+    });
+    if (!RemovalQuestion::confirm(m_desktop, deleting, m_breadCrumbMode != NormalMode))
+        return;
+    for (const TreeNodePtr &item : items) {
         if (item->kindOfObject() == TreeNode::FolderKind &&
             !m_desktop.confirm(LocalizedStrings::text(QStringLiteral("RemoveFolderWarning")),
                                LocalizedStrings::text(QStringLiteral("RemoveFolder")),

@@ -164,6 +164,34 @@ TEST_F(QuillBayControllerTest, RemovingFoldersStopsAtTheFirstRefusalAndTheSelect
     EXPECT_EQ(selected(), t.kitchen) << "the new last row";
 }
 
+TEST_F(QuillBayControllerTest, RemovingAVirtualSelectionOrFeedsWithStoredArticlesAsksFirstNamingTheCounts)
+{
+    const ArticleList unread = t.library.allUnreadArticles();
+    ASSERT_EQ(unread.size(), 9);
+    controller.setBreadCrumbMode(4); // the side bar's all-unread list
+    t.library.setSelectedItems(TreeNodeList(unread.begin(), unread.end()));
+    desktop.answers = {false};
+    controller.doRemoveItem();
+    EXPECT_EQ(desktop.asked.value(0).section('\n', 0, 0), "Remove 9 articles?");
+    EXPECT_EQ(t.library.allArticles().size(), 9) << "nothing is removed unless the user says so";
+
+    controller.setBreadCrumbMode(QuillBayController::NormalMode);
+    t.library.setSelectedItems({t.harbour, t.folder});
+    desktop.asked.clear();
+    desktop.answers = {false};
+    controller.doRemoveItem();
+    EXPECT_EQ(desktop.asked,
+              QStringList({"Remove 2 feeds and their 6 stored articles?\nThe stored articles are "
+                           "deleted for good. Subscribing again brings back only what the feed "
+                           "still offers."}));
+    EXPECT_TRUE(t.library.root()->hasChild(t.harbour));
+    desktop.answers = {true, true};
+    controller.doRemoveItem();
+    EXPECT_FALSE(t.library.root()->hasChild(t.harbour));
+    EXPECT_FALSE(t.library.root()->hasChild(t.folder)) << "after the folder's own question";
+    EXPECT_EQ(desktop.questions, 4);
+}
+
 TEST_F(QuillBayControllerTest, EachItemReopensAtItsOwnScrollPlace)
 {
     clickRow(t.harbour);

@@ -53,9 +53,6 @@ eval "$(xdotool getwindowgeometry --shell "$window")"
 left=$X top=$Y
 step "window $window at ${X},${Y}, ${WIDTH}x${HEIGHT}"
 
-title_is() { [ "$(xdotool getwindowname "$window" 2>/dev/null)" = "$1 — QuillBay" ]; }
-title_starts() { [[ "$(xdotool getwindowname "$window" 2>/dev/null)" == "$1"* ]]; }
-
 # The window's layout on a first run: a menu bar, the 30 px "Feeds" bar, then 38 px rows in a
 # 250 px source list; the headline page fills the rest below a 30 px bar.
 menu_bar=18

@@ -116,16 +116,34 @@ find_window() {
     [ -n "$window" ]
 }
 
-# After Ctrl+Q: the program must end within 30 s, and cleanly.
+# A window of the program by its exact title; the visible one, since Qt keeps hidden ones around.
+window_named() { xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | head -n 1; }
+shown() { [ -n "$(window_named "$1")" ]; }
+gone() { [ -z "$(window_named "$1")" ]; }
+title_is() { [ "$(xdotool getwindowname "$window" 2>/dev/null)" = "$1 — QuillBay" ]; }
+title_starts() { [[ "$(xdotool getwindowname "$window" 2>/dev/null)" == "$1"* ]]; }
+
+# Keys go where the pointer is as long as no window took the focus, so the pointer rests on the
+# window meant and the window is given the focus too.
+key_in() {
+    local target=$1
+    shift
+    eval "$(xdotool getwindowgeometry --shell "$target")"
+    xdotool mousemove "$((X + WIDTH / 2))" "$((Y + HEIGHT / 2))"
+    xdotool windowfocus --sync "$target" 2>/dev/null
+    xdotool key --delay 80 "$@"
+}
+
+# After Ctrl+Q, or what $1 names: the program must end within 30 s, and cleanly.
 wait_for_quit() {
-    local deadline=$((SECONDS + 30)) status
+    local how=${1:-Ctrl+Q} deadline=$((SECONDS + 30)) status
     while kill -0 "$app_pid" 2>/dev/null; do
-        [ $SECONDS -lt $deadline ] || fail "the program did not quit within 30s of Ctrl+Q"
+        [ $SECONDS -lt $deadline ] || fail "the program did not quit within 30s of $how"
         sleep 0.2
     done
     wait "$app_pid"
     status=$?
     app_pid=""
-    [ "$status" = 0 ] || fail "the program quit with status $status"
-    step "quit with Ctrl+Q"
+    [ "$status" = 0 ] || fail "the program quit with status $status after $how"
+    step "quit with $how"
 }

@@ -48,24 +48,6 @@ EOF
 
 start_private_desktop
 
-# A window of the program by its exact title; the visible one, since Qt keeps hidden ones around.
-window_named() { xdotool search --onlyvisible --name "^$1\$" 2>/dev/null | head -n 1; }
-shown() { [ -n "$(window_named "$1")" ]; }
-gone() { [ -z "$(window_named "$1")" ]; }
-title_is() { [ "$(xdotool getwindowname "$window" 2>/dev/null)" = "$1 — QuillBay" ]; }
-title_starts() { [[ "$(xdotool getwindowname "$window" 2>/dev/null)" == "$1"* ]]; }
-
-# Keys go where the pointer is as long as no window took the focus, so the pointer rests on the
-# window meant and the window is given the focus too.
-key_in() {
-    local target=$1
-    shift
-    eval "$(xdotool getwindowgeometry --shell "$target")"
-    xdotool mousemove "$((X + WIDTH / 2))" "$((Y + HEIGHT / 2))"
-    xdotool windowfocus --sync "$target" 2>/dev/null
-    xdotool key --delay 80 "$@"
-}
-
 sql() {
     python3 - "$library/Articles.db" "$1" <<'PY' 2>/dev/null
 import sqlite3, sys

@@ -4,36 +4,65 @@
 #include "platform/Log.h"
 
 #include <QCborArray>
-#include <QCborMap>
+#include <QCborStreamWriter>
 #include <QCborValue>
 #include <QHash>
+#include <QMap>
 #include <QTimeZone>
+#include <algorithm>
 
 using namespace ArchiveFormat;
 
+// The archive is written as it is made, straight into CBOR: building it as a tree of QCbor values
+// first and encoding that afterwards took several times as long for a large library, all of it on the
+// main thread. Object values are indefinite-length maps, as their number of keys is known only at the end.
 struct KeyedArchiver::Private
 {
     // Table order; objects met while writing one are appended and written in their turn, so a deep
     // graph never makes the writer recurse.
     QList<std::shared_ptr<Archivable>> objects;
     QHash<const Archivable *, qint64> indexes;
-    QCborMap values;
+    QMap<QString, int> classVersions;
+    QByteArray bytes;
+    QCborStreamWriter writer{&bytes};
     int nextSequential = 0;
 
-    QCborValue reference(const std::shared_ptr<Archivable> &object);
+    qint64 indexOf(const std::shared_ptr<Archivable> &object);
+    void appendReference(const std::shared_ptr<Archivable> &object);
+    void appendKey(const QString &key);
+
+    // Keys are mostly literals, met once per object: each is turned into UTF-8 once, found again by
+    // where its text lives and checked against it, since another key may later live at that place.
+    QHash<const QChar *, QByteArray> keyText;
 };
 
-QCborValue KeyedArchiver::Private::reference(const std::shared_ptr<Archivable> &object)
+void KeyedArchiver::Private::appendKey(const QString &key)
 {
-    if (!object)
-        return QCborValue(QCborValue::Null);
+    auto known = keyText.constFind(key.constData());
+    if (known == keyText.cend() || QLatin1StringView(*known) != key)
+        known = keyText.insert(key.constData(), key.toUtf8());
+    writer.appendTextString(known->constData(), known->size());
+}
+
+qint64 KeyedArchiver::Private::indexOf(const std::shared_ptr<Archivable> &object)
+{
     auto known = indexes.constFind(object.get());
     if (known != indexes.cend())
-        return QCborValue(ObjectReferenceTag, *known);
+        return *known;
     const qint64 index = objects.size();
     objects.append(object);
     indexes.insert(object.get(), index);
-    return QCborValue(ObjectReferenceTag, index);
+    return index;
+}
+
+void KeyedArchiver::Private::appendReference(const std::shared_ptr<Archivable> &object)
+{
+    if (!object) {
+        writer.appendNull();
+        return;
+    }
+    writer.append(ObjectReferenceTag);
+    writer.append(indexOf(object));
 }
 
 KeyedArchiver::KeyedArchiver() : d(std::make_unique<Private>()) {}
@@ -49,72 +78,104 @@ QByteArray KeyedArchiver::archivedDataWithRootObject(const std::shared_ptr<Archi
     }
     KeyedArchiver archiver;
     Private &d = *archiver.d;
-    const QCborValue rootReference = d.reference(root);
-    QCborArray table;
-    QCborMap classes;
+    QCborStreamWriter &writer = d.writer;
+    d.bytes.reserve(1 << 20);
+    writer.startMap(5);
+    writer.append(FormatKey);
+    writer.append(Marker);
+    writer.append(VersionKey);
+    writer.append(Version);
+    writer.append(RootKey);
+    d.appendReference(root);
+    writer.append(ObjectsKey);
+    writer.startArray();
     for (qsizetype i = 0; i < d.objects.size(); ++i) {
         const std::shared_ptr<Archivable> object = d.objects.at(i);
-        d.values = QCborMap();
+        const QString className = object->archiveClassName();
+        d.classVersions.insert(className, object->archiveClassVersion());
+        writer.startMap(2);
+        writer.append(ClassKey);
+        writer.append(className);
+        writer.append(ValuesKey);
+        writer.startMap();
         d.nextSequential = 0;
         object->encodeWithCoder(archiver);
-        const QString className = object->archiveClassName();
-        table.append(QCborMap{{ClassKey, className}, {ValuesKey, d.values}});
-        classes.insert(className, object->archiveClassVersion());
+        writer.endMap();
+        writer.endMap();
     }
-    const QCborMap archive{{FormatKey, Marker},
-                           {VersionKey, Version},
-                           {ClassesKey, classes},
-                           {ObjectsKey, table},
-                           {RootKey, rootReference}};
-    return QCborValue(archive).toCbor();
+    writer.endArray();
+    writer.append(ClassesKey);
+    writer.startMap(d.classVersions.size());
+    for (auto it = d.classVersions.cbegin(); it != d.classVersions.cend(); ++it) {
+        writer.append(it.key());
+        writer.append(qint64(it.value()));
+    }
+    writer.endMap();
+    writer.endMap();
+    return d.bytes;
 }
 
 void KeyedArchiver::encodeString(const QString &key, const QString &value)
 {
-    d->values.insert(key, value.isNull() ? QCborValue(QCborValue::Null) : QCborValue(value));
+    d->appendKey(key);
+    if (value.isNull())
+        d->writer.appendNull();
+    else
+        d->writer.append(value);
 }
 
 void KeyedArchiver::encodeInt32(const QString &key, qint32 value)
 {
-    d->values.insert(key, qint64(value));
+    d->appendKey(key);
+    d->writer.append(qint64(value));
 }
 
 void KeyedArchiver::encodeUInt64(const QString &key, quint64 value)
 {
-    d->values.insert(key, QCborValue(UInt64Tag, static_cast<qint64>(value)));
+    d->appendKey(key);
+    d->writer.append(UInt64Tag);
+    d->writer.append(static_cast<qint64>(value));
 }
 
 void KeyedArchiver::encodeDouble(const QString &key, double value)
 {
-    d->values.insert(key, value);
+    d->appendKey(key);
+    d->writer.append(value);
 }
 
 void KeyedArchiver::encodeBool(const QString &key, bool value)
 {
-    d->values.insert(key, value);
+    d->appendKey(key);
+    d->writer.append(value);
 }
 
 void KeyedArchiver::encodeUrl(const QString &key, const QUrl &value)
 {
-    d->values.insert(key, value.isEmpty() ? QCborValue(QCborValue::Null) : QCborValue(value));
+    d->appendKey(key);
+    if (value.isEmpty())
+        d->writer.appendNull();
+    else
+        QCborValue(value).toCbor(d->writer);
 }
 
 void KeyedArchiver::encodeCalendarDate(const QString &key, const CalendarDate &value)
 {
+    d->appendKey(key);
     if (value.isNull()) {
-        d->values.insert(key, QCborValue(QCborValue::Null));
+        d->writer.appendNull();
         return;
     }
     const QString format = value.calendarFormat();
     const QCborArray fields{value.moment().toMSecsSinceEpoch(), value.offsetSeconds(),
                             format.isNull() ? QCborValue(QCborValue::Null) : QCborValue(format)};
-    d->values.insert(key, QCborValue(CalendarDateTag, fields));
+    QCborValue(CalendarDateTag, fields).toCbor(d->writer);
 }
 
 void KeyedArchiver::encodeDateTime(const QString &key, const QDateTime &value)
 {
+    d->appendKey(key);
     if (!value.isValid()) {
-        d->values.insert(key, QCborValue(QCborValue::Null));
+        d->writer.appendNull();
         return;
     }
     QCborArray fields{value.toMSecsSinceEpoch(), int(value.timeSpec())};
@@ -122,27 +183,35 @@ void KeyedArchiver::encodeDateTime(const QString &key, const QDateTime &value)
         fields.append(value.offsetFromUtc());
     else if (value.timeSpec() == Qt::TimeZone)
         fields.append(QString::fromUtf8(value.timeZone().id()));
-    d->values.insert(key, QCborValue(DateTimeTag, fields));
+    QCborValue(DateTimeTag, fields).toCbor(d->writer);
 }
 
 void KeyedArchiver::encodeStringList(const QString &key, const QStringList &value)
 {
-    d->values.insert(key, QCborArray::fromStringList(value));
+    d->appendKey(key);
+    d->writer.startArray(value.size());
+    for (const QString &text : value)
+        d->writer.append(text);
+    d->writer.endArray();
 }
 
 void KeyedArchiver::encodeObject(const QString &key, const std::shared_ptr<Archivable> &object)
 {
-    d->values.insert(key, d->reference(object));
+    d->appendKey(key);
+    d->appendReference(object);
 }
 
 void KeyedArchiver::encodeObjectList(const QString &key, const QList<std::shared_ptr<Archivable>> &objects)
 {
-    QCborArray references;
+    d->appendKey(key);
+    const qsizetype count =
+        std::count_if(objects.cbegin(), objects.cend(), [](const auto &object) { return bool(object); });
+    d->writer.startArray(count);
     for (const std::shared_ptr<Archivable> &object : objects) {
         if (object)
-            references.append(d->reference(object));
+            d->appendReference(object);
     }
-    d->values.insert(key, references);
+    d->writer.endArray();
 }
 
 void KeyedArchiver::encodeNextString(const QString &value)

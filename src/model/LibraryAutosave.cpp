@@ -13,16 +13,14 @@ LibraryAutosave::LibraryAutosave(FeedLibrary &library, NotificationCenter &notif
     m_timer.setInterval(delay);
     connect(&m_timer, &QTimer::timeout, this, &LibraryAutosave::save);
     m_library.setTreeChangeObserver([this] { libraryDidChange(); });
-    for (const QString &name : {QStringLiteral("feedLibraryModified"), QStringLiteral("feedDownloaded")})
-        m_observers << m_notificationCenter.addObserver(name,
-                                                        [this](const Notification &) { libraryDidChange(); });
+    m_observer = m_notificationCenter.addObserver(QStringLiteral("feedLibraryModified"),
+                                                  [this](const Notification &) { libraryDidChange(); });
 }
 
 LibraryAutosave::~LibraryAutosave()
 {
     m_library.setTreeChangeObserver({});
-    for (const int token : m_observers)
-        m_notificationCenter.removeObserver(token);
+    m_notificationCenter.removeObserver(m_observer);
 }
 
 void LibraryAutosave::libraryDidChange()

@@ -16,8 +16,9 @@ class LibraryAutosave : public QObject
 public:
     static constexpr std::chrono::milliseconds defaultDelay{2000};
 
-    // Listens to the library's own changes and to the notifications that follow edits in place
-    // (the feed editor, preferences, imports) and refreshes (a feed's title and address as served).
+    // Listens to the library's own changes and to the notification that follows the user's edits in
+    // place (the feed editor, preferences, imports). A refresh alone saves nothing: what it changes in
+    // the tree is fetched again by the next one, and saving after every feed would cost a busy refresh.
     LibraryAutosave(FeedLibrary &library, NotificationCenter &notificationCenter,
                     std::chrono::milliseconds delay = defaultDelay);
     ~LibraryAutosave() override;
@@ -35,5 +36,5 @@ private:
     FeedLibrary &m_library;
     NotificationCenter &m_notificationCenter;
     QTimer m_timer;
-    QList<int> m_observers;
+    int m_observer = 0;
 };

@@ -36,7 +36,8 @@ long residentKilobytes()
     return 0;
 }
 
-void generate(int feeds)
+// Feed addresses under base, "https://feeds.example.org" unless the caller serves the feeds itself.
+void generate(int feeds, const QString &base)
 {
     FeedLibrary library;
     library.load();
@@ -46,7 +47,7 @@ void generate(int feeds)
     for (int f = 0; f < feeds; ++f) {
         auto feed = std::make_shared<Feed>();
         feed->setTitle(QStringLiteral("Feed %1").arg(f));
-        feed->setFeed(QUrl(QStringLiteral("https://feeds.example.org/%1.xml").arg(f)));
+        feed->setFeed(QUrl(QStringLiteral("%1/%2.xml").arg(base).arg(f)));
         library.add(feed, nullptr, f);
         for (int a = 0; a < articlesPerFeed; ++a) {
             auto article = std::make_shared<Article>();
@@ -98,7 +99,8 @@ void measureLoad()
 // Loading runs in a fresh process so that its memory figure holds only what loading keeps.
 // "generate DIR" and "load DIR" do one half each, keeping the library in DIR for a profiler.
 // "plain" runs without the journalling and indexes the library adds to its database; "feeds=N" sets
-// the library's size (loading a plain database of full size takes minutes, so compare at 50 feeds).
+// the library's size (loading a plain database of full size takes minutes, so compare at 50 feeds);
+// "base=URL" puts the feeds' addresses under URL, for a script that serves them (refresh_writes.sh).
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
@@ -107,13 +109,16 @@ int main(int argc, char **argv)
     const bool plain = arguments.contains(QStringLiteral("plain"));
     FeedLibrary::setTunesDatabase(!plain);
     int feedCount = defaultFeedCount;
+    QString base = QStringLiteral("https://feeds.example.org");
     for (const QString &argument : arguments) {
         if (argument.startsWith(QLatin1String("feeds=")))
             feedCount = argument.mid(6).toInt();
+        if (argument.startsWith(QLatin1String("base=")))
+            base = argument.mid(5);
     }
     if (arguments.value(1) == QLatin1String("generate")) {
         qputenv("XDG_DATA_HOME", arguments.value(2).toUtf8());
-        generate(feedCount);
+        generate(feedCount, base);
         return 0;
     }
     if (arguments.value(1) == QLatin1String("load")) {
@@ -124,7 +129,7 @@ int main(int argc, char **argv)
     QTemporaryDir scratch;
     qputenv("XDG_DATA_HOME", scratch.path().toUtf8());
     std::printf("%s database\n", plain ? "plain" : "tuned");
-    generate(feedCount);
+    generate(feedCount, base);
     for (int run = 0; run < 3; ++run) {
         QProcess loader;
         loader.setProcessChannelMode(QProcess::ForwardedChannels);

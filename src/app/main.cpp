@@ -69,9 +69,13 @@ void handOver(ApplicationController &controller, DesktopServices &desktop, const
 bool takeLibraryFolder(FeedLibrary &library, DesktopServices &desktop)
 {
     while (!library.lockForWriting(std::chrono::seconds(5))) {
-        if (!desktop.confirm(QApplication::translate("main", "Your feed library is in use by %1.")
-                                 .arg(library.lockHolder()),
-                             QApplication::translate("main", "Try Again"),
+        const QString holder = library.lockHolder();
+        const QString problem =
+            holder.isEmpty()
+                ? QApplication::translate("main", "The folder of your feed library, %1, cannot be written.")
+                      .arg(FeedLibrary::libraryPath())
+                : QApplication::translate("main", "Your feed library is in use by %1.").arg(holder);
+        if (!desktop.confirm(problem, QApplication::translate("main", "Try Again"),
                              QApplication::translate("main", "Quit"),
                              QApplication::translate("main", "Only one program at a time may change %1. "
                                                              "Try again once that program has finished.")

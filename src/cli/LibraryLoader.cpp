@@ -20,9 +20,15 @@ ExitStatus LibraryLoader::loadForWriting(FeedLibrary &library)
     if (!prepareFolder())
         return ExitUnreadable;
     if (!library.lockForWriting()) {
+        const QString holder = library.lockHolder();
+        if (holder.isEmpty()) {
+            Console::complain(QStringLiteral("cannot write the library %1: its folder cannot be written")
+                                  .arg(FeedLibrary::libraryPath()));
+            return ExitUnreadable;
+        }
         Console::complain(QStringLiteral("the library %1 is in use by %2, so nothing was changed; run the "
                                          "command again once that program has quit")
-                              .arg(FeedLibrary::libraryPath(), library.lockHolder()));
+                              .arg(FeedLibrary::libraryPath(), holder));
         return ExitLibraryInUse;
     }
     return load(library);

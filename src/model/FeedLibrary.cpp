@@ -416,8 +416,12 @@ void FeedLibrary::save()
         return;
     }
     if (!lockForWriting()) {
-        Log::write(QStringLiteral("-[FeedLibrary save] %1 is in use by %2; the tree is not saved")
-                       .arg(libraryPath(), lockHolder()));
+        const QString holder = lockHolder();
+        Log::write(holder.isEmpty()
+                       ? QStringLiteral("-[FeedLibrary save] %1 cannot be written; the tree is not saved")
+                             .arg(libraryPath())
+                       : QStringLiteral("-[FeedLibrary save] %1 is in use by %2; the tree is not saved")
+                             .arg(libraryPath(), holder));
         return;
     }
     QString error;

@@ -354,8 +354,8 @@ bool FeedLibrary::restoreBackup(const QString &path)
     const FolderPtr decoded = as<Folder>(LibraryArchive::unarchiveRoot(bytes));
     QString error;
     if (!decoded || !AtomicFile::writePrivate(libraryFilePath(), bytes, &error)) {
-        Log::write(QStringLiteral("-[FeedLibrary restoreBackup:] could not restore %1 %2")
-                       .arg(path, error.isEmpty() ? QString() : QStringLiteral(": ") + error));
+        Log::write(QStringLiteral("-[FeedLibrary restoreBackup:] could not restore %1: %2")
+                       .arg(path, error.isEmpty() ? QStringLiteral("it cannot be read") : error));
         return false;
     }
     m_treeTrouble = TreeTrouble::None;

@@ -5,21 +5,12 @@
 #include "db/FMResultSet.h"
 #include "model/ArticleRow.h"
 #include "model/LibraryArchive.h"
-#include "model/LibraryAutosave.h"
 #include "model/LibraryBackups.h"
 #include "platform/NotificationCenter.h"
 #include "platform/Resources.h"
 
-#include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
-#include <QProcess>
-#include <QThread>
-#include <QTimer>
-#include <csignal>
-#include <cstdio>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -504,124 +495,12 @@ TEST(FeedLibraryHistory, TheThumbnailCleanUpDeletesOnlyPicturesOfArticlesThatAre
 }
 
 namespace {
-// A second program on the same library: this test program again, running one of the disabled
-// FeedLibraryChild tests on the folder handed to it. It is ready once it has printed "ready".
-class ChildProgram
-{
-public:
-    explicit ChildProgram(const QString &test)
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("QB_CHILD_LIBRARY", FeedLibrary::libraryPath());
-        m_process.setProcessEnvironment(environment);
-        m_process.start(
-            QCoreApplication::applicationFilePath(),
-            {"--gtest_also_run_disabled_tests", "--gtest_filter=FeedLibraryChild.DISABLED_" + test});
-        while (!m_output.contains("ready\n") && m_process.waitForReadyRead(10000))
-            m_output += m_process.readAllStandardOutput();
-    }
-    ~ChildProgram() { kill(); }
-
-    bool isReady() const { return m_output.contains("ready\n"); }
-    qint64 processId() const { return m_process.processId(); }
-    void kill()
-    {
-        if (m_process.state() == QProcess::NotRunning)
-            return;
-        ::kill(pid_t(m_process.processId()), SIGKILL);
-        m_process.waitForFinished();
-    }
-
-private:
-    QProcess m_process;
-    QByteArray m_output;
-};
-
-void useChildLibraryAndSayReady(FeedLibrary &library)
-{
-    FeedLibrary::setLibraryPath(qEnvironmentVariable("QB_CHILD_LIBRARY"));
-    ASSERT_TRUE(library.lockForWriting());
-    library.load();
-}
-
-void runUntilKilled()
-{
-    std::puts("ready");
-    std::fflush(stdout);
-    QEventLoop loop;
-    QTimer::singleShot(std::chrono::seconds(30), &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
 mode_t modeOf(const QString &path)
 {
     struct stat status = {};
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 0777 : 0;
 }
 } // namespace
-
-TEST(FeedLibraryChild, DISABLED_HoldsTheLibraryUntilKilled)
-{
-    FeedLibrary library;
-    useChildLibraryAndSayReady(library);
-    runUntilKilled();
-}
-
-TEST(FeedLibraryChild, DISABLED_AddsAFeedAndRunsUntilKilled)
-{
-    FeedLibrary library;
-    useChildLibraryAndSayReady(library);
-    library.root()->removeChildren();
-    LibraryAutosave autosave(library, NotificationCenter::defaultCenter());
-    addFeed(library, "made just now");
-    runUntilKilled();
-}
-
-TEST(FeedLibrarySave, AnEditIsOnDiskWithinTwoSecondsSoAProgramKilledRightAfterLosesNothing)
-{
-    ChildProgram child("AddsAFeedAndRunsUntilKilled");
-    ASSERT_TRUE(child.isReady());
-    QElapsedTimer sinceTheEdit;
-    sinceTheEdit.start();
-    while (!QFile::exists(FeedLibrary::libraryFilePath()) && sinceTheEdit.elapsed() < 5000)
-        QThread::msleep(20);
-    const qint64 savedAfter = sinceTheEdit.elapsed();
-    child.kill();
-    EXPECT_LE(savedAfter, 2500);
-    FeedLibrary library;
-    library.load();
-    EXPECT_EQ(titlesOf(library.root()->children()), QStringList({"made just now"}));
-}
-
-TEST(FeedLibraryLock, ASecondWriterIsRefusedWhileTheFirstRunsAndTakesTheLibraryOverOnceItWasKilled)
-{
-    {
-        FeedLibrary library;
-        loadWithoutDefaultFeeds(library);
-        addFeed(library, "mine");
-        library.save();
-    }
-    ChildProgram child("HoldsTheLibraryUntilKilled");
-    ASSERT_TRUE(child.isReady());
-    LogCapture log;
-    FeedLibrary second;
-    second.load();
-    EXPECT_FALSE(second.lockForWriting());
-    EXPECT_EQ(second.lockHolder(), QString("model_tests (process %1)").arg(child.processId()));
-    second.root()->removeChildren();
-    second.save();
-    EXPECT_TRUE(
-        log.contains(QString("-[FeedLibrary save] %1 is in use by model_tests (process %2); the tree is "
-                             "not saved")
-                         .arg(FeedLibrary::libraryPath())
-                         .arg(child.processId())));
-
-    child.kill();
-    EXPECT_TRUE(second.lockForWriting()) << "the lock of a program that died is stale";
-    FeedLibrary reloaded;
-    reloaded.load();
-    EXPECT_EQ(titlesOf(reloaded.root()->children()), QStringList({"mine"}));
-}
 
 TEST(FeedLibraryFiles, TheFolderAndItsFilesAreTheOwnersAloneAlsoWhereAnOlderLibraryWasOpenToAll)
 {

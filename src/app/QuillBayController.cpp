@@ -670,13 +670,6 @@ bool QuillBayController::acceptNavigation(const HeadlineLinkPolicy::NavigationAc
     return m_linkPolicy.decidePolicyForNavigationAction(action) == HeadlineLinkPolicy::LoadInView;
 }
 
-QUrl QuillBayController::baseAddressForRelativeReferences() const
-{
-    const ArticlePtr article = lastSelectedArticle();
-    const FeedPtr feed = article ? as<Feed>(article->parent()) : nullptr;
-    return feed ? feed->link() : QUrl();
-}
-
 void QuillBayController::linkHovered(const QUrl &url)
 {
     if (!m_window || url.isEmpty() || HeadlineLinkPolicy::isCommandAddress(url.toString()))

@@ -96,7 +96,6 @@ public:
 
     // The headline view's questions.
     bool acceptNavigation(const HeadlineLinkPolicy::NavigationAction &action) override;
-    QUrl baseAddressForRelativeReferences() const override;
     void linkHovered(const QUrl &url) override;
     void pageFinishedLoading() override;
     void pageScrolled(const QPointF &position) override;

@@ -27,7 +27,6 @@ public:
         navigations.append(action);
         return action.origin == HeadlineLinkPolicy::PageLoad;
     }
-    QUrl baseAddressForRelativeReferences() const override { return {}; }
     void linkHovered(const QUrl &) override {}
     void pageFinishedLoading() override { ++loads; }
     void pageScrolled(const QPointF &) override {}

@@ -17,6 +17,7 @@
 #include "platform/LocalizedStrings.h"
 #include "platform/Log.h"
 #include "platform/NotificationCenter.h"
+#include "reading/QBStringExtras.h"
 #include "reading/QBUtilities.h"
 
 #include <QApplication>
@@ -55,8 +56,9 @@ QuillBayController::QuillBayController(FeedLibrary &feedLibrary, FeedUpdater &fe
                                        NotificationCenter &notificationCenter, DesktopServices &desktop,
                                        HeadlineDisplay &display)
     : m_feedLibrary(feedLibrary), m_feedUpdater(feedUpdater), m_defaults(defaults),
-      m_notificationCenter(notificationCenter), m_desktop(desktop), m_display(display),
-      m_page(feedLibrary, defaults), m_linkPolicy(feedLibrary, defaults, *this, notificationCenter)
+      m_notificationCenter(notificationCenter), m_desktop(desktop),
+      m_outsideLinks(desktop, notificationCenter), m_display(display), m_page(feedLibrary, defaults),
+      m_linkPolicy(feedLibrary, defaults, *this, notificationCenter)
 {
     m_page.setDisplayMode(m_defaults.integer(displayModeKey));
     m_page.setHoverColour(QApplication::palette().highlight().color());
@@ -523,9 +525,11 @@ void QuillBayController::doEmailFeedLink()
     const FeedPtr feed = lastSelectedFeed();
     if (!feed)
         return;
-    const QString body = QStringLiteral("Hi\n\nCheck out the RSS feed for %1\n\n%2\n\n")
-                             .arg(feed->title(), feed->feed().toString());
-    m_desktop.openUrl(MailtoAddress::forMessage(feed->title(), body), false);
+    // The title is feed text that the page reads as markup; the message gets what the page would show.
+    const QString title = QBStringExtras::removeTags(feed->title()).simplified();
+    const QString body =
+        QStringLiteral("Hi\n\nCheck out the RSS feed for %1\n\n%2\n\n").arg(title, feed->feed().toString());
+    m_outsideLinks.open(MailtoAddress::forMessage(title, body), false);
 }
 
 void QuillBayController::doViewFeedSource()
@@ -607,7 +611,8 @@ void QuillBayController::applyRowHeight()
 
 void QuillBayController::doOpenURL(const QUrl &url, bool forceBackground)
 {
-    m_desktop.openUrl(url, forceBackground || m_defaults.boolean(QStringLiteral("behaviorOpenInBackground")));
+    m_outsideLinks.open(url,
+                        forceBackground || m_defaults.boolean(QStringLiteral("behaviorOpenInBackground")));
 }
 
 void QuillBayController::doOpenInDefaultBrowser(const QUrl &url)

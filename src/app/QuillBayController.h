@@ -4,6 +4,7 @@
 #pragma once
 
 #include "app/HeadlineViewDelegate.h"
+#include "app/OutsideLinkGate.h"
 #include "headlines/HeadlineActions.h"
 #include "headlines/HeadlineLinkPolicy.h"
 #include "headlines/HeadlinePage.h"
@@ -144,6 +145,7 @@ private:
     Defaults &m_defaults;
     NotificationCenter &m_notificationCenter;
     DesktopServices &m_desktop;
+    OutsideLinkGate m_outsideLinks;
     HeadlineDisplay &m_display;
     HeadlinePage m_page;
     HeadlineLinkPolicy m_linkPolicy;

@@ -1,6 +1,7 @@
 // Measures building the headline page: 10,000 articles of one day grouped by date (a day is never cut,
 // so all of them are rendered) and a normal page of 100 articles over several days, in list and tile mode.
-// Prints the median time of repeated builds and the page's size.
+// Prints the median time of repeated builds and the page's size; for the articles whose text carries
+// markup, the first build also sanitises it, and the later ones use what was kept.
 #include "headlines/HeadlinePage.h"
 #include "model/SettingsTable.h"
 #include "platform/Defaults.h"
@@ -14,7 +15,7 @@
 
 namespace {
 
-FeedPtr makeFeed(FeedLibrary &library, const QString &title, int articles, int days)
+FeedPtr makeFeed(FeedLibrary &library, const QString &title, int articles, int days, bool markup = false)
 {
     auto feed = std::make_shared<Feed>();
     feed->setTitle(title);
@@ -27,6 +28,13 @@ FeedPtr makeFeed(FeedLibrary &library, const QString &title, int articles, int d
             QStringLiteral("The council met on the pier to talk about the ferry timetable, the "
                            "new lights and the storm of last week (item %1).")
                 .arg(i));
+        if (markup) {
+            article->setTitle(
+                QStringLiteral("%1 article <b>number %2</b> about the harbour").arg(title).arg(i));
+            article->setSummary(QStringLiteral("<p>The council met <em>on the pier</em> (item %1).</p>"
+                                               "<img src=\"pier.jpg\" alt=\"The pier\">")
+                                    .arg(i));
+        }
         article->setLink(QUrl(QStringLiteral("http://news.example/%1").arg(i)));
         article->setState(i % 3);
         const int day = days > 1 ? i % days : 0;
@@ -43,6 +51,7 @@ void measure(const char *name, HeadlinePage &page, FeedLibrary &library, const F
              double targetMs)
 {
     std::vector<double> times;
+    double first = 0;
     qsizetype size = 0;
     for (int run = 0; run < runs; ++run) {
         library.setSelectedItems({feed});
@@ -51,11 +60,13 @@ void measure(const char *name, HeadlinePage &page, FeedLibrary &library, const F
         timer.start();
         size = page.generateHTML().size();
         times.push_back(timer.nsecsElapsed() / 1e6);
+        if (run == 0)
+            first = times.back();
     }
     std::sort(times.begin(), times.end());
     const double median = times.at(times.size() / 2);
-    std::printf("%-44s median %8.2f ms  best %8.2f ms  page %7lld KB  target < %g ms  %s\n", name, median,
-                times.front(), static_cast<long long>(size * 2 / 1024), targetMs,
+    std::printf("%-50s median %8.2f ms  best %8.2f ms  first %8.2f ms  page %7lld KB  target < %g ms  %s\n",
+                name, median, times.front(), first, static_cast<long long>(size * 2 / 1024), targetMs,
                 median < targetMs ? "met" : "MISSED");
 }
 
@@ -74,6 +85,7 @@ int main(int argc, char **argv)
 
     const FeedPtr busy = makeFeed(library, QStringLiteral("Busy"), 10000, 1);
     const FeedPtr normal = makeFeed(library, QStringLiteral("Normal"), 100, 5);
+    const FeedPtr marked = makeFeed(library, QStringLiteral("Marked"), 10000, 1, true);
 
     HeadlinePage page(library, defaults);
     page.setSortMethod(1);
@@ -88,6 +100,8 @@ int main(int argc, char **argv)
     defaults.setDouble(QStringLiteral("articleLength"), 1.0);
     page.setDisplayMode(HeadlinePage::TileMode);
     measure("10,000 articles in one day, tiles", page, library, busy, 9, 100);
+    page.setDisplayMode(HeadlinePage::ListMode);
+    measure("10,000 articles with markup in their text, list", page, library, marked, 9, 100);
     page.setDisplayMode(HeadlinePage::ListMode);
     measure("100 articles over 5 days, list", page, library, normal, 51, 5);
     page.setDisplayMode(HeadlinePage::TileMode);

@@ -70,11 +70,11 @@ QImage emptyImage()
 FeedEditorController::FeedEditorController(FeedLibrary &feedLibrary, NotificationCenter &notificationCenter,
                                            DesktopServices &desktop, QWidget *parentWindow)
     : QWidget(parentWindow, Qt::Window), m_feedLibrary(feedLibrary), m_notificationCenter(notificationCenter),
-      m_desktop(desktop), m_iconImageView(new QLabel(this)), m_panelTitleField(new QLabel(this)),
-      m_feedTitleField(new QLineEdit(this)), m_webLinkField(new QLineEdit(this)),
-      m_feedLinkField(new QLineEdit(this)), m_descriptionWebView(new QTextBrowser(this)),
-      m_retentionPeriodPopUp(new QComboBox(this)), m_refreshIntervalPopUp(new QComboBox(this)),
-      m_podcastTable(new QTableWidget(this))
+      m_desktop(desktop), m_outsideLinks(desktop, notificationCenter), m_iconImageView(new QLabel(this)),
+      m_panelTitleField(new QLabel(this)), m_feedTitleField(new QLineEdit(this)),
+      m_webLinkField(new QLineEdit(this)), m_feedLinkField(new QLineEdit(this)),
+      m_descriptionWebView(new QTextBrowser(this)), m_retentionPeriodPopUp(new QComboBox(this)),
+      m_refreshIntervalPopUp(new QComboBox(this)), m_podcastTable(new QTableWidget(this))
 {
     setWindowTitle(tr("Feed"));
     QFont titleFont = m_panelTitleField->font();
@@ -89,7 +89,7 @@ FeedEditorController::FeedEditorController(FeedLibrary &feedLibrary, Notificatio
     m_descriptionWebView->setOpenExternalLinks(false);
     m_descriptionWebView->setMaximumHeight(120);
     connect(m_descriptionWebView, &QTextBrowser::anchorClicked, this,
-            [this](const QUrl &url) { m_desktop.openUrl(url, false); });
+            [this](const QUrl &url) { m_outsideLinks.open(url, false); });
 
     makeTable();
     auto *heading = new QHBoxLayout;

@@ -3,6 +3,7 @@
 // description can never run script or navigate itself away: its links go to the browser.
 #pragma once
 
+#include "app/OutsideLinkGate.h"
 #include "model/Enclosure.h"
 #include "model/FeedLibrary.h"
 
@@ -83,6 +84,7 @@ private:
     FeedLibrary &m_feedLibrary;
     NotificationCenter &m_notificationCenter;
     DesktopServices &m_desktop;
+    OutsideLinkGate m_outsideLinks;
     int m_selectionObserver = 0;
     FeedPtr m_feed;
     QList<std::shared_ptr<Enclosure>> m_enclosures;

@@ -26,14 +26,6 @@ QUrl HeadlinePageSchemeHandler::setPage(const QString &html)
     return m_pageUrl;
 }
 
-QUrl HeadlinePageSchemeHandler::resolveRelative(const QUrl &url) const
-{
-    const QString path = url.toString(QUrl::RemoveScheme | QUrl::FullyEncoded);
-    if (!m_resolver || !path.startsWith(u'/'))
-        return {};
-    return m_resolver(path);
-}
-
 void HeadlinePageSchemeHandler::requestStarted(QWebEngineUrlRequestJob *job)
 {
     if (job->requestUrl() == m_pageUrl) {
@@ -42,10 +34,5 @@ void HeadlinePageSchemeHandler::requestStarted(QWebEngineUrlRequestJob *job)
         job->reply(QByteArrayLiteral("text/html;charset=utf-8"), body);
         return;
     }
-    const QUrl resolved = resolveRelative(job->requestUrl());
-    if (resolved.isValid() &&
-        (resolved.scheme() == QLatin1String("http") || resolved.scheme() == QLatin1String("https")))
-        job->redirect(resolved);
-    else
-        job->fail(QWebEngineUrlRequestJob::UrlNotFound);
+    job->fail(QWebEngineUrlRequestJob::UrlNotFound);
 }

@@ -1,11 +1,10 @@
 // Serves the generated headline page to the web view under a scheme of its own, so that pages of any
 // size load and the page may show the program's local images. It never serves anything but the page
-// it was given; other addresses under its scheme are the page's relative references.
+// it was given: feed text reaches the page with every address made absolute.
 #pragma once
 
 #include <QUrl>
 #include <QWebEngineUrlSchemeHandler>
-#include <functional>
 
 class HeadlinePageSchemeHandler : public QWebEngineUrlSchemeHandler
 {
@@ -23,17 +22,10 @@ public:
     QUrl setPage(const QString &html);
     bool isPageAddress(const QUrl &url) const { return url == m_pageUrl; }
 
-    // Feed text links relative to its site; such a reference reaches the scheme as a path of ours and
-    // is resolved against what the resolver answers (the site of the article shown), or refused.
-    using RelativeResolver = std::function<QUrl(const QString &path)>;
-    void setRelativeResolver(RelativeResolver resolver) { m_resolver = std::move(resolver); }
-    QUrl resolveRelative(const QUrl &url) const;
-
     void requestStarted(QWebEngineUrlRequestJob *job) override;
 
 private:
     QByteArray m_page;
     QUrl m_pageUrl;
     quint64 m_serial = 0;
-    RelativeResolver m_resolver;
 };

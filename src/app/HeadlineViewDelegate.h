@@ -14,8 +14,6 @@ public:
 
     // True when the view may go on to the address; every other answer keeps it on its page.
     virtual bool acceptNavigation(const HeadlineLinkPolicy::NavigationAction &action) = 0;
-    // The site a relative reference of the page means: that of the article shown, or none.
-    virtual QUrl baseAddressForRelativeReferences() const = 0;
     virtual void linkHovered(const QUrl &url) = 0;
     virtual void pageFinishedLoading() = 0;
     virtual void pageScrolled(const QPointF &position) = 0;

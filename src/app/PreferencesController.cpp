@@ -548,6 +548,7 @@ QWidget *PreferencesController::makeDisplayPane()
     addSpinBox(form, QStringLiteral("displayArticleCap"), tr("Headlines per page:"), 1, 10000, QString());
     addCheckBox(form, QStringLiteral("displayShowArticleSummaries"), tr("Show article summaries"));
     addCheckBox(form, QStringLiteral("displayShowInfoBar"), tr("Show the information bar of articles"));
+    addCheckBox(form, QStringLiteral("displayLoadRemoteImages"), tr("Load remote images"));
     addCheckBox(form, QStringLiteral("displayHideSummaryOfReadFeeds"), tr("Hide the summary of read feeds"));
     addCheckBox(form, QStringLiteral("displayStripHTML"), tr("Strip formatting from summaries"));
     addCheckBox(form, QStringLiteral("displayCustomIcons"), tr("Show the feeds' own icons"));

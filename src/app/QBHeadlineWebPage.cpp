@@ -58,11 +58,8 @@ bool QBHeadlineWebPage::acceptNavigationRequest(const QUrl &url, NavigationType 
         return false;
     const bool userActed = m_userActedRecently && m_userActedRecently();
     const bool ownPage = m_pages.isPageAddress(url);
-    QUrl target = url;
-    if (!ownPage && url.scheme().toUtf8() == HeadlinePageSchemeHandler::schemeName())
-        target = m_pages.resolveRelative(url);
     return m_delegate->acceptNavigation(
-        {target, originOf(type, isMainFrame, ownPage, userActed), QGuiApplication::queryKeyboardModifiers()});
+        {url, originOf(type, isMainFrame, ownPage, userActed), QGuiApplication::queryKeyboardModifiers()});
 }
 
 QWebEnginePage *QBHeadlineWebPage::createWindow(WebWindowType)

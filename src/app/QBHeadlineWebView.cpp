@@ -16,7 +16,6 @@
 #include <QWebEngineContextMenuRequest>
 #include <QWebEngineProfile>
 #include <QWebEngineScript>
-#include <QWebEngineScriptCollection>
 #include <QWebEngineSettings>
 
 namespace {
@@ -47,7 +46,6 @@ QBHeadlineWebView::QBHeadlineWebView(const QString &userAgent, QWidget *parent)
     m_page->setUserActedRecently([this] { return userActedRecently(); });
     setPage(m_page);
     configureSettings();
-    installLinkPrecedence();
     connect(m_page, &QWebEnginePage::loadStarted, this, [this] { m_loading = true; });
     connect(m_page, &QWebEnginePage::loadFinished, this, [this] {
         m_loading = false;
@@ -77,34 +75,12 @@ void QBHeadlineWebView::setDelegate(HeadlineViewDelegate *delegate)
 {
     m_delegate = delegate;
     m_page->setDelegate(delegate);
-    m_pages->setRelativeResolver([this](const QString &path) {
-        const QUrl base = m_delegate ? m_delegate->baseAddressForRelativeReferences() : QUrl();
-        return base.isValid() ? base.resolved(QUrl(path)) : QUrl();
-    });
-}
-
-// A link inside an article whose whole block is clickable must do what the link says: the block's own
-// handler would otherwise start its navigation too, and the engine keeps only one of the two. The
-// listener runs in the program's own script world, which the page's security policy does not govern.
-void QBHeadlineWebView::installLinkPrecedence()
-{
-    QWebEngineScript script;
-    script.setName(QStringLiteral("linkPrecedence"));
-    script.setWorldId(QWebEngineScript::ApplicationWorld);
-    script.setInjectionPoint(QWebEngineScript::DocumentCreation);
-    script.setRunsOnSubFrames(false);
-    script.setSourceCode(
-        QStringLiteral("document.addEventListener('click', function (event) {"
-                       "  var target = event.target;"
-                       "  if (target && target.closest && target.closest('a[href]')) event.stopPropagation();"
-                       "}, true);"));
-    m_page->scripts().insert(script);
 }
 
 void QBHeadlineWebView::configureSettings()
 {
     QWebEngineSettings *settings = m_page->settings();
-    // Scripts stay on for the page's own click handlers; its security policy refuses every other script.
+    // Scripts stay on for the page's own script; its security policy refuses every other script.
     settings->setAttribute(QWebEngineSettings::JavascriptEnabled, true);
     settings->setAttribute(QWebEngineSettings::JavascriptCanOpenWindows, false);
     settings->setAttribute(QWebEngineSettings::JavascriptCanAccessClipboard, false);

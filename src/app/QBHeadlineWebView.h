@@ -38,7 +38,6 @@ protected:
 
 private:
     void configureSettings();
-    void installLinkPrecedence();
     void noteUserInput();
     bool userActedRecently() const;
 

@@ -18,6 +18,7 @@
 #include "platform/LocalizedStrings.h"
 #include "platform/Log.h"
 #include "platform/NotificationCenter.h"
+#include "reading/QBStringExtras.h"
 #include "reading/QBUtilities.h"
 
 #include <QApplication>
@@ -56,8 +57,9 @@ QuillBayController::QuillBayController(FeedLibrary &feedLibrary, FeedUpdater &fe
                                        NotificationCenter &notificationCenter, DesktopServices &desktop,
                                        HeadlineDisplay &display)
     : m_feedLibrary(feedLibrary), m_feedUpdater(feedUpdater), m_defaults(defaults),
-      m_notificationCenter(notificationCenter), m_desktop(desktop), m_display(display),
-      m_page(feedLibrary, defaults), m_linkPolicy(feedLibrary, defaults, *this, notificationCenter)
+      m_notificationCenter(notificationCenter), m_desktop(desktop),
+      m_outsideLinks(desktop, notificationCenter), m_display(display), m_page(feedLibrary, defaults),
+      m_linkPolicy(feedLibrary, defaults, *this, notificationCenter)
 {
     m_page.setDisplayMode(m_defaults.integer(displayModeKey));
     m_page.setHoverColour(QApplication::palette().highlight().color());
@@ -531,9 +533,11 @@ void QuillBayController::doEmailFeedLink()
     const FeedPtr feed = lastSelectedFeed();
     if (!feed)
         return;
-    const QString body = QStringLiteral("Hi\n\nCheck out the RSS feed for %1\n\n%2\n\n")
-                             .arg(feed->title(), feed->feed().toString());
-    m_desktop.openUrl(MailtoAddress::forMessage(feed->title(), body), false);
+    // The title is feed text that the page reads as markup; the message gets what the page would show.
+    const QString title = QBStringExtras::removeTags(feed->title()).simplified();
+    const QString body =
+        QStringLiteral("Hi\n\nCheck out the RSS feed for %1\n\n%2\n\n").arg(title, feed->feed().toString());
+    m_outsideLinks.open(MailtoAddress::forMessage(title, body), false);
 }
 
 void QuillBayController::doViewFeedSource()
@@ -615,7 +619,8 @@ void QuillBayController::applyRowHeight()
 
 void QuillBayController::doOpenURL(const QUrl &url, bool forceBackground)
 {
-    m_desktop.openUrl(url, forceBackground || m_defaults.boolean(QStringLiteral("behaviorOpenInBackground")));
+    m_outsideLinks.open(url,
+                        forceBackground || m_defaults.boolean(QStringLiteral("behaviorOpenInBackground")));
 }
 
 void QuillBayController::doOpenInDefaultBrowser(const QUrl &url)
@@ -676,13 +681,6 @@ void QuillBayController::reloadSourceList()
 bool QuillBayController::acceptNavigation(const HeadlineLinkPolicy::NavigationAction &action)
 {
     return m_linkPolicy.decidePolicyForNavigationAction(action) == HeadlineLinkPolicy::LoadInView;
-}
-
-QUrl QuillBayController::baseAddressForRelativeReferences() const
-{
-    const ArticlePtr article = lastSelectedArticle();
-    const FeedPtr feed = article ? as<Feed>(article->parent()) : nullptr;
-    return feed ? feed->link() : QUrl();
 }
 
 void QuillBayController::linkHovered(const QUrl &url)

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "app/HeadlineViewDelegate.h"
+#include "app/OutsideLinkGate.h"
 #include "headlines/HeadlineActions.h"
 #include "headlines/HeadlineLinkPolicy.h"
 #include "headlines/HeadlinePage.h"
@@ -96,7 +97,6 @@ public:
 
     // The headline view's questions.
     bool acceptNavigation(const HeadlineLinkPolicy::NavigationAction &action) override;
-    QUrl baseAddressForRelativeReferences() const override;
     void linkHovered(const QUrl &url) override;
     void pageFinishedLoading() override;
     void pageScrolled(const QPointF &position) override;
@@ -145,6 +145,7 @@ private:
     Defaults &m_defaults;
     NotificationCenter &m_notificationCenter;
     DesktopServices &m_desktop;
+    OutsideLinkGate m_outsideLinks;
     HeadlineDisplay &m_display;
     HeadlinePage m_page;
     HeadlineLinkPolicy m_linkPolicy;

@@ -52,10 +52,16 @@ QString linkText(const QUrl &link)
     return link.toString(QUrl::FullyEncoded);
 }
 
+// Titles are feed text that a page reads as markup; a message or a service gets what the page would show.
+QString plainText(const QString &text)
+{
+    return QBStringExtras::removeTags(text).simplified();
+}
+
 QString titleOf(const TreeNodePtr &node)
 {
     if (const auto feed = std::dynamic_pointer_cast<Feed>(node))
-        return feed->title();
+        return plainText(feed->title());
     if (const auto folder = std::dynamic_pointer_cast<Folder>(node))
         return folder->title();
     if (const auto virtualFolder = std::dynamic_pointer_cast<VirtualFolder>(node))
@@ -97,7 +103,8 @@ QToolButton *barButton(QWidget *parent, const QString &iconName, const QString &
 SideBarController::SideBarController(QWidget *pane, FeedLibrary &feedLibrary, Defaults &defaults,
                                      NotificationCenter &notificationCenter, DesktopServices &desktop)
     : QObject(pane), m_feedLibrary(feedLibrary), m_defaults(defaults),
-      m_notificationCenter(notificationCenter), m_desktop(desktop), m_model(new NewsBinModel(this))
+      m_notificationCenter(notificationCenter), m_desktop(desktop),
+      m_outsideLinks(desktop, notificationCenter), m_model(new NewsBinModel(this))
 {
     m_defaults.registerDefaults({{articleLengthKey, 1.0}});
     buildControls(pane);
@@ -592,7 +599,7 @@ void SideBarController::doOpenInBrowser()
     for (const TreeNodePtr &node : m_newsBin->children())
         if (const auto article = std::dynamic_pointer_cast<Article>(node);
             article && !article->link().isEmpty())
-            m_desktop.openUrl(article->link(), true);
+            m_outsideLinks.open(article->link(), true);
 }
 
 void SideBarController::doOpenInBlogEditor()
@@ -652,7 +659,7 @@ void SideBarController::postArticleInEmail(const ArticlePtr &article)
     const QString body =
         QBStringExtras::removeTags(m_feedLibrary.longSummaryForArticle(article)) +
         QStringLiteral("\n\nArticle from %1\n%2").arg(titleOf(article->parent()), linkText(article->link()));
-    m_desktop.openUrl(MailtoAddress::forMessage(article->title(), body), false);
+    m_outsideLinks.open(MailtoAddress::forMessage(plainText(article->title()), body), false);
 }
 
 void SideBarController::speakArticle(const ArticlePtr &article)
@@ -664,7 +671,7 @@ void SideBarController::speakArticle(const ArticlePtr &article)
         m_desktop.beep();
         return;
     }
-    const QString text = article->title() + QStringLiteral("\n\n") +
+    const QString text = plainText(article->title()) + QStringLiteral("\n\n") +
                          QBStringExtras::removeTags(m_feedLibrary.longSummaryForArticle(article));
     if (speech->state() == QTextToSpeech::Speaking)
         speech->stop();
@@ -713,10 +720,11 @@ void SideBarController::postArticleToWeblogEditor(const ArticlePtr &article)
 
 void SideBarController::postArticle(const ArticlePtr &article, int toService)
 {
-    if (!article)
+    // The services are sent the article's own address; one that could not be opened is not shared.
+    if (!article || !m_outsideLinks.admits(article->link()))
         return;
     const QString link = linkText(article->link());
-    const QString title = article->title();
+    const QString title = plainText(article->title());
     QString address;
     switch (toService) {
     case Digg:
@@ -731,7 +739,7 @@ void SideBarController::postArticle(const ArticlePtr &article, int toService)
         address =
             QStringLiteral("https://www.instapaper.com/hello2?url=%1&title=%2&description=%3")
                 .arg(percentEscaped(link, queryValueCharacters), percentEscaped(title, queryValueCharacters),
-                     percentEscaped(article->summary(), queryValueCharacters));
+                     percentEscaped(plainText(article->summary()), queryValueCharacters));
         break;
     case Twitter:
         address = QStringLiteral("https://twitter.com/intent/tweet?text=%1")
@@ -745,5 +753,5 @@ void SideBarController::postArticle(const ArticlePtr &article, int toService)
     default:
         return;
     }
-    m_desktop.openUrl(addressFromText(address), false);
+    m_outsideLinks.open(addressFromText(address), false);
 }

@@ -3,6 +3,7 @@
 // program by notification; it never builds the headline page and never touches a feed.
 #pragma once
 
+#include "app/OutsideLinkGate.h"
 #include "app/SideBarActions.h"
 #include "model/FeedLibrary.h"
 
@@ -139,6 +140,7 @@ private:
     Defaults &m_defaults;
     NotificationCenter &m_notificationCenter;
     DesktopServices &m_desktop;
+    OutsideLinkGate m_outsideLinks;
     VirtualFolderPtr m_newsBin;
     NewsBinModel *m_model = nullptr;
     QTextToSpeech *m_synth = nullptr;

@@ -18,7 +18,8 @@ public:
 
     virtual ~HeadlineActions() = default;
 
-    // In the user's browser; in the background when forced or when the user asked for it always.
+    // In the user's browser; in the background when forced or when the user asked for it always. The
+    // window refuses, with a word to the user, any address that may not leave the program.
     virtual void doOpenURL(const QUrl &url, bool forceBackground) = 0;
     // Rebuilds the headline page from the first page of articles.
     virtual void reload() = 0;

@@ -6,6 +6,7 @@
 #include "platform/Defaults.h"
 #include "platform/Log.h"
 #include "platform/NotificationCenter.h"
+#include "reading/OutsideAddress.h"
 #include "reading/QBUtilities.h"
 
 namespace {
@@ -44,20 +45,6 @@ bool HeadlineLinkPolicy::isCommandAddress(const QString &address)
     return address.startsWith(commandScheme, Qt::CaseInsensitive);
 }
 
-// Only addresses a browser or mail program shows; a clicked file: or other local address from feed text
-// could otherwise start a program on the user's machine.
-bool HeadlineLinkPolicy::mayOpenOutside(const QUrl &url)
-{
-    if (!url.isValid())
-        return false;
-    const QString scheme = url.scheme().toLower();
-    if (scheme == QLatin1String("mailto"))
-        return !url.path().isEmpty();
-    const bool webScheme =
-        scheme == QLatin1String("http") || scheme == QLatin1String("https") || scheme == QLatin1String("ftp");
-    return webScheme && !url.host().isEmpty();
-}
-
 HeadlineLinkPolicy::Decision
 HeadlineLinkPolicy::decidePolicyForNavigationAction(const NavigationAction &action)
 {
@@ -71,13 +58,15 @@ HeadlineLinkPolicy::decidePolicyForNavigationAction(const NavigationAction &acti
     }
     if (action.origin == PageLoad)
         return LoadInView;
-    if (action.origin != ClickedLink || !mayOpenOutside(action.url))
+    if (action.origin != ClickedLink)
         return Refused;
-    if (m_defaults.boolean(QStringLiteral("behaviorLinkClick")))
+    const bool admitted = !OutsideAddress::admitted(action.url).isEmpty();
+    if (admitted && m_defaults.boolean(QStringLiteral("behaviorLinkClick")))
         markLastSelectedArticleRead();
     // Even in the background the view stays on its page: the outside page would not carry our policy.
+    // A refused address goes to the window too, whose gate tells the user why nothing opened.
     m_actions.doOpenURL(action.url, action.modifiers.testFlag(Qt::AltModifier));
-    return OpenedOutside;
+    return admitted ? OpenedOutside : Refused;
 }
 
 void HeadlineLinkPolicy::processURLCommandString(const QString &address)
@@ -113,7 +102,8 @@ void HeadlineLinkPolicy::openArticle(const QString &uniqueID)
                 .arg(uniqueID));
         return;
     }
-    if (m_defaults.boolean(QStringLiteral("behaviorLinkClick")))
+    if (m_defaults.boolean(QStringLiteral("behaviorLinkClick")) &&
+        !OutsideAddress::admitted(article->link()).isEmpty())
         markRead(article);
     m_actions.doOpenURL(article->link(), false);
     m_notificationCenter.post(QStringLiteral("FeedUnreadCountChangedNotification"));

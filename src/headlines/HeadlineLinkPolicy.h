@@ -46,7 +46,6 @@ public:
     void processURLCommandString(const QString &address);
 
     static bool isCommandAddress(const QString &address);
-    static bool mayOpenOutside(const QUrl &url);
 
 private:
     void openArticle(const QString &uniqueID);

@@ -75,25 +75,27 @@ QString HeadlinePage::generateHTML()
     page.openInBrowser = m_defaults.boolean(QStringLiteral("behaviorOpenInBrowser"));
     page.showInfoBar = m_defaults.boolean(QStringLiteral("displayShowInfoBar"));
     page.showSummaries = m_defaults.boolean(QStringLiteral("displayShowArticleSummaries"));
+    page.holdRemotePictures = !m_defaults.boolean(QStringLiteral("displayLoadRemoteImages"));
     page.articleLength = articleLength();
     HeadlineRenderer renderer(
         page, [this](const ArticlePtr &article) { return m_feedLibrary.longSummaryForArticle(article); });
 
-    // The body comes first: the policy in the head must name the hash of every click handler in it.
     HeadlineArrangement arrangement(renderer, cap());
     const QString body = arrangement.displayArrangedHeadlines(m_items);
     m_offset += arrangement.cuts();
 
-    QString html = head(PageSecurityPolicy::metaTag(renderer.clickHandlers()), page.articleCount);
-    html.reserve(html.size() + body.size() + 128);
+    const QString script = Resources::text(QStringLiteral("headlines"), QStringLiteral("js"));
+    QString html = head(script, page.articleCount);
+    html.reserve(html.size() + body.size() + script.size() + 128);
+    // The page allows no inline style: its dark backgrounds are classes of the stylesheet.
     const bool tilePage = renderer.isTilePage();
     if (tilePage)
-        html += QStringLiteral("</head>\n<body style=\"background-color: #222;\">\n");
-    html += m_photoMode ? QStringLiteral("</head><body style=\"background-color: #333\">\n")
+        html += QStringLiteral("</head>\n<body class=\"tilePage\">\n");
+    html += m_photoMode ? QStringLiteral("</head><body class=\"photoPage\">\n")
                         : QStringLiteral("</head><body>\n");
     html += body;
     if (tilePage)
-        html += QStringLiteral("<br clear=\"both\"><div style=\"height: 10px; width: 10px;\"></div>\n");
+        html += QStringLiteral("<br clear=\"both\"><div class=\"tilesEnd\"></div>\n");
     html += QStringLiteral("</body>\n</html>\n");
     return html;
 }
@@ -105,15 +107,23 @@ double HeadlinePage::articleLength() const
     return length.isValid() ? std::clamp(length.toDouble(), 0.0, 1.0) : 1.0;
 }
 
-QString HeadlinePage::head(const QString &securityPolicy, qsizetype articleCount) const
+// The policy names the page's one script and its one style element by their digests, so that nothing
+// else of the kind can run or style the page. The script listens on the whole document, so it may
+// come before the body.
+QString HeadlinePage::head(const QString &script, qsizetype articleCount) const
 {
+    const QString hover = articleCount > 0 ? QStringLiteral(".articleTitle a:hover { background-color: ") +
+                                                 QBUtilities::hexRGBValueOfColor(m_hoverColour) +
+                                                 QStringLiteral("; border-bottom: 1px solid #aaa; }")
+                                           : QString();
     QString html = QStringLiteral("<!DOCTYPE html><html>\n<head>\n<title>QuillBay</title>\n"
-                                  "<meta charset=\"UTF-8\">\n<link href=\"") +
+                                  "<meta charset=\"UTF-8\">\n") +
+                   PageSecurityPolicy::metaTag(script, hover) + QStringLiteral("<link href=\"") +
                    fileURL(Resources::path(QStringLiteral("stylesheet"), QStringLiteral("css"))) +
-                   QStringLiteral("\" rel=\"stylesheet\" type=\"text/css\" />\n") + securityPolicy;
-    if (articleCount > 0)
-        html += QStringLiteral("<style>.articleTitle a:hover { background-color: ") +
-                QBUtilities::hexRGBValueOfColor(m_hoverColour) +
-                QStringLiteral("; border-bottom: 1px solid #aaa; }</style>\n");
+                   QStringLiteral("\" rel=\"stylesheet\" type=\"text/css\" />\n");
+    if (!hover.isEmpty())
+        html += QStringLiteral("<style>") + hover + QStringLiteral("</style>\n");
+    if (!script.isEmpty())
+        html += QStringLiteral("<script>") + script + QStringLiteral("</script>\n");
     return html;
 }

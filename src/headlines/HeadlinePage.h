@@ -48,7 +48,7 @@ public:
 private:
     void decidePhotoMode();
     qsizetype cap() const;
-    QString head(const QString &securityPolicy, qsizetype articleCount) const;
+    QString head(const QString &script, qsizetype articleCount) const;
     double articleLength() const;
 
     FeedLibrary &m_feedLibrary;

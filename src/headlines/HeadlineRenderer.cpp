@@ -3,10 +3,13 @@
 
 #include "headlines/HeadlineRenderer.h"
 
+#include "headlines/ArticlePageText.h"
 #include "headlines/SummaryExcerpt.h"
 #include "headlines/SummaryRewriter.h"
 #include "model/Feed.h"
 #include "platform/LocalizedStrings.h"
+#include "reading/HTMLSanitiser.h"
+#include "reading/OutsideAddress.h"
 #include "reading/QBUtilities.h"
 
 #include <QFileInfo>
@@ -17,15 +20,16 @@ namespace {
 // More thumbnails than this in one group make a long page slow to show for little gain.
 constexpr qsizetype thumbnailsPerGroup = 20;
 
-QString tileColour(int state)
+// The page allows no inline style: a tile's colour by state is a class of the stylesheet.
+QString tileColourClass(int state)
 {
     switch (state) {
     case Article::New:
-        return QStringLiteral("#8cbe3d");
+        return QStringLiteral("tileNew");
     case Article::Unread:
-        return QStringLiteral("#00a0da");
+        return QStringLiteral("tileUnread");
     default:
-        return QStringLiteral("#aaaaaa");
+        return QStringLiteral("tileRead");
     }
 }
 
@@ -80,9 +84,10 @@ HeadlineRenderer::HeadlineRenderer(const Page &page, LongSummary longSummary)
 {
 }
 
-QString HeadlineRenderer::sortBarWithTitle(const QString &title, const CalendarDate &context) const
+QString HeadlineRenderer::sortBarWithTitle(const QString &groupTitle, const CalendarDate &context) const
 {
     const QString &R = m_page.resources;
+    const QString title = inlineText(groupTitle);
     if (m_page.displayMode == 1 && m_page.articleCount >= 2) {
         if (m_page.sortMethod == 1)
             return QStringLiteral("<div class='newsItem'><div class='calendarCell'><h1>") +
@@ -189,11 +194,11 @@ QString HeadlineRenderer::tile(const ArticlePtr &article) const
 {
     const QString &R = m_page.resources;
     const QString id = article->uniqueID();
+    const QString title = ArticlePageText::title(*article);
     const int state = article->state();
     QString html = state == Article::Read ? QStringLiteral("<div class='newsItemRead'>\n")
                                           : QStringLiteral("<div class='newsItem'>\n");
-    html += QStringLiteral("<div class='imageCell' style='background-color: ") + tileColour(state) +
-            QStringLiteral("'>\n");
+    html += QStringLiteral("<div class='imageCell ") + tileColourClass(state) + QStringLiteral("'>\n");
     const QString thumbnail = thumbnailURL(article);
     if (!thumbnail.isEmpty()) {
         if (state == Article::New)
@@ -211,36 +216,36 @@ QString HeadlineRenderer::tile(const ArticlePtr &article) const
                     QStringLiteral("<a href=\"quillbay:article=") + id + QStringLiteral("\">");
         else
             html += QStringLiteral("<a href=\"quillbay:open=") + id + QStringLiteral("\">");
-        html += QStringLiteral("<img src=\"") + thumbnail + QStringLiteral("\" alt=\"") + article->title() +
+        html += QStringLiteral("<img src=\"") + thumbnail + QStringLiteral("\" alt=\"") +
+                SummaryExcerpt::plainText(title).toHtmlEscaped() +
                 QStringLiteral("\" class=\"thumbnail\" width=\"100%\" height=\"100%\"></a>");
     } else {
         html += QStringLiteral("<div class=\"textOnlyCell\">");
         if (!m_page.openInBrowser)
             html += QStringLiteral("<div class=\"followLink\"><a href=\"quillbay:open=") + id +
                     QStringLiteral("\"><img src=\"") + R +
-                    QStringLiteral("qb-followlink.png\" width=\"20\" height=\"20\" class=\"statusIcon\" "
-                                   "style=\"margin-left: -10px; margin-top: -8px;\"></a></div>") +
+                    QStringLiteral("qb-followlink.png\" width=\"20\" height=\"20\" class=\"statusIcon\">"
+                                   "</a></div>") +
                     QStringLiteral("<div class=\"textCellPadding\"><a href=\"quillbay:article=") + id +
-                    QStringLiteral("\">") + article->title() + QStringLiteral("</a>");
+                    QStringLiteral("\">") + title + QStringLiteral("</a>");
         else
             html += QStringLiteral("<div class=\"textCellPadding\"><a href=\"quillbay:open=") + id +
-                    QStringLiteral("\">") + article->title() + QStringLiteral("</a>");
+                    QStringLiteral("\">") + title + QStringLiteral("</a>");
         html += QStringLiteral("</div></div>");
     }
     html += QStringLiteral("</div>\n</div>\n");
     return html;
 }
 
-QString HeadlineRenderer::clickAttribute(const QString &uniqueID)
+// The page's own script follows this command when the entry is clicked anywhere but on a link; the
+// page carries no inline handlers, so that no handler text from a feed could ever run.
+QString HeadlineRenderer::commandAttribute(const QString &uniqueID) const
 {
     if (m_page.articleCount == 1)
         return {};
-    const QString handler =
-        (m_page.openInBrowser ? QStringLiteral("JavaScript:parent.location='quillbay:open=")
-                              : QStringLiteral("JavaScript:parent.location='quillbay:article=")) +
-        uniqueID + u'\'';
-    m_clickHandlers.append(handler);
-    return QStringLiteral("onclick=\"") + handler + u'"';
+    return (m_page.openInBrowser ? QStringLiteral("data-command=\"quillbay:open=")
+                                 : QStringLiteral("data-command=\"quillbay:article=")) +
+           uniqueID + u'"';
 }
 
 QString HeadlineRenderer::statusIcon(int state) const
@@ -260,35 +265,33 @@ QString HeadlineRenderer::statusIcon(int state) const
     }
 }
 
-QString HeadlineRenderer::listEntry(const ArticlePtr &article, qsizetype position)
+QString HeadlineRenderer::listEntry(const ArticlePtr &article, qsizetype position) const
 {
     const QString &R = m_page.resources;
     const QString id = article->uniqueID();
+    const QString title = ArticlePageText::title(*article);
     const bool single = m_page.articleCount == 1;
     const QString prefix = single ? QStringLiteral("single") : QString();
     QString html;
     if (m_page.photoMode)
         html = QStringLiteral("<div class=\"singleArticlePhotoMode\">\n");
     else
-        html = QStringLiteral("<div class=\"") + prefix + QStringLiteral("article\" ") + clickAttribute(id) +
-               QStringLiteral(">\n");
+        html = QStringLiteral("<div class=\"") + prefix + QStringLiteral("article\" ") +
+               commandAttribute(id) + QStringLiteral(">\n");
     if (m_page.articleCount >= 2 && position < thumbnailsPerGroup && m_page.showSummaries) {
         const QString thumbnail = thumbnailURL(article);
         if (!thumbnail.isEmpty())
-            html += QStringLiteral("<img style=\"background: url(") + R +
-                    QStringLiteral("/dummy-image.png); width: 140px; height 140px; float: right;\" "
-                                   "class=\"thumbnail\" src=\"") +
-                    thumbnail + QStringLiteral("\" width=\"140\" height=\"140\"/>");
+            html += QStringLiteral("<img class=\"thumbnail\" src=\"") + thumbnail +
+                    QStringLiteral("\" width=\"140\" height=\"140\"/>");
     }
     html += QStringLiteral("<div class=\"") + prefix + QStringLiteral("articleTitle\">\n");
     html += statusIcon(article->state());
     if (m_page.articleCount >= 2 && !m_page.openInBrowser)
-        html += QStringLiteral("<a href=\"quillbay:article=") + id + QStringLiteral("\">") +
-                article->title() + QStringLiteral("</a>&nbsp;<a href=\"quillbay:open=") + id +
-                QStringLiteral("\"><img src=\"") + R +
-                QStringLiteral("followlink.png\" width=\"16\" height=\"16\" class=\"statusIcon\"></a>");
+        html += QStringLiteral("<a href=\"quillbay:article=") + id + QStringLiteral("\">") + title +
+                QStringLiteral("</a>&nbsp;<a href=\"quillbay:open=") + id + QStringLiteral("\"><img src=\"") +
+                R + QStringLiteral("followlink.png\" width=\"16\" height=\"16\" class=\"statusIcon\"></a>");
     else
-        html += QStringLiteral("<a href=\"quillbay:open=") + id + QStringLiteral("\">") + article->title() +
+        html += QStringLiteral("<a href=\"quillbay:open=") + id + QStringLiteral("\">") + title +
                 QStringLiteral("</a>");
     html += QStringLiteral("\n</div>\n");
     if (single || m_page.showSummaries)
@@ -304,22 +307,58 @@ QString HeadlineRenderer::listEntry(const ArticlePtr &article, qsizetype positio
 QString HeadlineRenderer::entrySummary(const ArticlePtr &article) const
 {
     if (m_page.articleCount != 1)
-        return SummaryExcerpt::excerpt(article->summary(), m_page.articleLength);
-    const QString full = m_longSummary ? m_longSummary(article) : QString();
-    if (!m_page.photoMode)
-        return SummaryRewriter::stripImagingSizesFromSummary(full);
-    return m_page.photoSummaryAsIs ? full : SummaryRewriter::modifiedPhotoSummary(full);
+        return SummaryExcerpt::excerpt(ArticlePageText::summary(*article, m_page.holdRemotePictures),
+                                       m_page.articleLength);
+    // One article a page: its full text is sanitised as the page is built, after the photo rewriting.
+    QString full = m_longSummary ? m_longSummary(article) : QString();
+    if (m_page.photoMode && !m_page.photoSummaryAsIs)
+        full = SummaryRewriter::modifiedPhotoSummary(full);
+    return HTMLSanitiser::sanitised(
+        full, {ArticlePageText::baseAddress(*article), HTMLSanitiser::Flow, m_page.holdRemotePictures});
 }
 
-QString HeadlineRenderer::enclosureLine(const Article &article)
+QString HeadlineRenderer::enclosureLine(const Article &article) const
 {
     const std::shared_ptr<Enclosure> enclosure = article.enclosure();
     return QStringLiteral(
                "<div class=\"enclosure\">\n<span><b>Enclosure:</b> <a href=\"quillbay:enclosure=") +
-           article.uniqueID() + QStringLiteral("\">") + enclosure->title() +
+           article.uniqueID() + QStringLiteral("\">") + inlineText(enclosure->title()) +
            QStringLiteral("</a></span>\n<span><b>Size:</b> ") +
            QBUtilities::longToFileSize(enclosure->size()) + QStringLiteral("</span>\n<span><b>Type:</b> ") +
-           enclosure->mimeType() + QStringLiteral("</span>\n</div>\n");
+           inlineText(enclosure->mimeType()) + QStringLiteral("</span>\n</div>\n");
+}
+
+QString HeadlineRenderer::inlineText(const QString &text) const
+{
+    if (!HTMLSanitiser::mayChange(text))
+        return text;
+    auto found = m_inlineTexts.constFind(text);
+    if (found == m_inlineTexts.cend())
+        found = m_inlineTexts.insert(text, HTMLSanitiser::sanitised(text, {QUrl(), HTMLSanitiser::Phrasing}));
+    return *found;
+}
+
+// The mail link when the author gives a usable address, else the web link, else nothing; either kind
+// only as the page's sanitiser would let it through.
+QString HeadlineRenderer::authorLink(const QBPerson &author) const
+{
+    const QString icon = QStringLiteral("\"><img src=\"") + m_page.resources +
+                         QStringLiteral("followlink.png\" width=\"16\" height=\"16\"></a>\n");
+    if (!author.email().isEmpty()) {
+        auto found = m_mailLinks.constFind(author.email());
+        if (found == m_mailLinks.cend()) {
+            const QUrl mail = OutsideAddress::cleanedMailto(QUrl(QStringLiteral("mailto:") + author.email()));
+            found = m_mailLinks.insert(author.email(),
+                                       mail.isEmpty() ? QString()
+                                                      : mail.toString(QUrl::FullyEncoded).toHtmlEscaped());
+        }
+        return found->isEmpty() ? QStringLiteral("\n") : QStringLiteral("<a href=\"") + *found + icon;
+    }
+    const QUrl web = author.URI();
+    const QString scheme = web.scheme();
+    if ((scheme == QLatin1String("http") || scheme == QLatin1String("https")) && !web.host().isEmpty())
+        return QStringLiteral("<a href=\"") + web.toString(QUrl::FullyEncoded).toHtmlEscaped() + icon;
+    return QStringLiteral("\n");
 }
 
 QString HeadlineRenderer::infoBarForArticle(const ArticlePtr &article) const
@@ -332,21 +371,14 @@ QString HeadlineRenderer::infoBarForArticle(const ArticlePtr &article) const
                    QBUtilities::dateToFriendlyDate(date, true, m_page.now) + QStringLiteral("</a> &nbsp;\n");
     if (const std::shared_ptr<Feed> feed = article->source())
         html += QStringLiteral("<b>Source:</b> <a href=\"quillbay:feed=") + feed->uniqueID() +
-                QStringLiteral("\">") + feed->title() + QStringLiteral("</a> &nbsp;\n");
+                QStringLiteral("\">") + inlineText(feed->title()) + QStringLiteral("</a> &nbsp;\n");
     const QList<std::shared_ptr<QBPerson>> authors = article->authors();
     if (!authors.isEmpty() && authors.first()) {
         const QBPerson &author = *authors.first();
-        html += QStringLiteral("<b>Author:</b> <a href=\"quillbay:author=") + author.name() +
-                QStringLiteral("\">") + author.name() + QStringLiteral("</a>&nbsp;");
-        if (!author.email().isEmpty())
-            html += QStringLiteral("<a href=\"mailto:") + author.email() + QStringLiteral("\"><img src=\"") +
-                    m_page.resources + QStringLiteral("followlink.png\" width=\"16\" height=\"16\"></a>\n");
-        else if (!author.URI().isEmpty())
-            html += QStringLiteral("<a href=\"") + author.URI().toString() +
-                    QStringLiteral("\" style=\"border: none;\"><img src=\"") + m_page.resources +
-                    QStringLiteral("followlink.png\" width=\"16\" height=\"16\"></a>\n");
-        else
-            html += u'\n';
+        // The command carries the name escaped, so that no quotation mark in it can end the attribute.
+        html += QStringLiteral("<b>Author:</b> <a href=\"quillbay:author=") +
+                QString::fromLatin1(QUrl::toPercentEncoding(author.name())) + QStringLiteral("\">") +
+                inlineText(author.name()) + QStringLiteral("</a>&nbsp;") + authorLink(author);
     }
     html += QStringLiteral("</div>\n");
     return html;

@@ -1,13 +1,13 @@
 // Writes the fragments of the headline page: sort bars, article blocks with their list entries or tiles,
 // info bars, enclosure lines, the more-articles bar and the no-match message. It decides nothing about
-// which articles are shown, and it never escapes feed text: the page's security policy contains it.
+// which articles are shown, and no feed text reaches a fragment but through the sanitiser.
 #pragma once
 
 #include "model/Article.h"
 #include "platform/CalendarDate.h"
 
+#include <QHash>
 #include <QString>
-#include <QStringList>
 #include <functional>
 
 class HeadlineRenderer
@@ -27,7 +27,8 @@ public:
         bool openInBrowser = false;
         bool showInfoBar = true;
         bool showSummaries = true;
-        double articleLength = 1.0; // how much of each summary a list of several articles shows, 0 to 1
+        bool holdRemotePictures = false; // pictures in feed text wait for a click
+        double articleLength = 1.0;      // how much of each summary a list of several articles shows, 0 to 1
         QDateTime now = QDateTime::currentDateTime(); // one present moment for every friendly date
     };
     using LongSummary = std::function<QString(const ArticlePtr &)>;
@@ -36,8 +37,6 @@ public:
 
     const Page &page() const { return m_page; }
     bool isTilePage() const { return m_page.displayMode == 1 && m_page.articleCount != 1; }
-    // The onclick texts written so far, for the page's security policy.
-    QStringList clickHandlers() const { return m_clickHandlers; }
 
     // The context is the group's day when grouping by date, else null.
     QString sortBarWithTitle(const QString &title, const CalendarDate &context) const;
@@ -46,9 +45,9 @@ public:
     // Sorts the group newest first when grouping by date and shortens it under the recent filters.
     QString articleBlockWithArticles(const QList<ArticlePtr> &articles);
     QString tile(const ArticlePtr &article) const;
-    QString listEntry(const ArticlePtr &article, qsizetype position);
+    QString listEntry(const ArticlePtr &article, qsizetype position) const;
     QString infoBarForArticle(const ArticlePtr &article) const;
-    static QString enclosureLine(const Article &article);
+    QString enclosureLine(const Article &article) const;
     // How many articles of a group the filter lets a block show.
     qsizetype renderedCount(qsizetype groupSize) const;
     // The thumbnail's file URL, or an empty text when the article has no thumbnail on disk.
@@ -57,9 +56,13 @@ public:
 private:
     QString statusIcon(int state) const;
     QString entrySummary(const ArticlePtr &article) const;
-    QString clickAttribute(const QString &uniqueID);
+    QString commandAttribute(const QString &uniqueID) const;
+    // Feed, author and enclosure texts repeat on every article of a page; each is sanitised once a build.
+    QString inlineText(const QString &text) const;
+    QString authorLink(const QBPerson &author) const;
 
     Page m_page;
     LongSummary m_longSummary;
-    QStringList m_clickHandlers;
+    mutable QHash<QString, QString> m_inlineTexts;
+    mutable QHash<QString, QString> m_mailLinks;
 };

@@ -4,35 +4,22 @@
 #include "headlines/PageSecurityPolicy.h"
 
 #include <QCryptographicHash>
-#include <QSet>
 
-QString PageSecurityPolicy::hashSource(const QString &handler)
+QString PageSecurityPolicy::hashSource(const QString &text)
 {
-    const QByteArray digest = QCryptographicHash::hash(handler.toUtf8(), QCryptographicHash::Sha256);
+    const QByteArray digest = QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Sha256);
     return QStringLiteral("'sha256-") + QString::fromLatin1(digest.toBase64()) + u'\'';
 }
 
-QString PageSecurityPolicy::metaTag(const QStringList &clickHandlers)
+QString PageSecurityPolicy::metaTag(const QString &script, const QString &style)
 {
-    QString scripts;
-    if (clickHandlers.isEmpty()) {
-        scripts = QStringLiteral("'none'");
-    } else {
-        scripts = QStringLiteral("'unsafe-hashes'");
-        scripts.reserve(clickHandlers.size() * 56);
-        QSet<QString> seen;
-        for (const QString &handler : clickHandlers) {
-            if (seen.contains(handler))
-                continue;
-            seen.insert(handler);
-            scripts += u' ' + hashSource(handler);
-        }
-    }
-    // Summaries carry pictures from anywhere on the web; state icons and thumbnails are local files.
-    return QStringLiteral(
-               "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; script-src ") +
-           scripts +
-           QStringLiteral("; style-src 'unsafe-inline' file:; img-src file: http: https: data:; form-action "
-                          "'none'; frame-src 'none'; child-src 'none'; "
-                          "connect-src 'none'; object-src 'none'; media-src 'none'; base-uri 'none'\">\n");
+    const QString scripts = script.isEmpty() ? QStringLiteral("'none'") : hashSource(script);
+    const QString styles =
+        style.isEmpty() ? QStringLiteral("file:") : QStringLiteral("file: ") + hashSource(style);
+    return QStringLiteral("<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; "
+                          "script-src ") +
+           scripts + QStringLiteral("; style-src ") + styles +
+           QStringLiteral("; img-src file: http: https:; media-src http: https:; form-action 'none'; "
+                          "frame-src 'none'; child-src 'none'; connect-src 'none'; object-src 'none'; "
+                          "base-uri 'none'\">\n");
 }

@@ -30,6 +30,7 @@ void Article::setSource(const std::shared_ptr<Feed> &source)
 void Article::setSummary(const QString &summary)
 {
     m_summary = summary.toUtf8();
+    m_pageText.reset();
     // The conversion reserves room for the longest possible encoding; most of it would stay unused.
     m_summary.squeeze();
 }

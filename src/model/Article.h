@@ -28,12 +28,20 @@ public:
     int kindOfObject() const override { return ArticleKind; }
 
     QString title() const { return m_title; }
-    void setTitle(const QString &title) { m_title = title; }
+    void setTitle(const QString &title)
+    {
+        m_title = title;
+        m_pageText.reset();
+    }
     // Held as text: a parsed address costs several allocations, and a library holds many thousands.
     QUrl link() const { return m_link.isEmpty() ? QUrl() : QUrl(m_link); }
-    void setLink(const QUrl &link) { m_link = link.toString(); }
+    void setLink(const QUrl &link) { setLinkText(link.toString()); }
     // The same address given as stored text, so that a link equal to the guid shares its storage.
-    void setLinkText(const QString &link) { m_link = link; }
+    void setLinkText(const QString &link)
+    {
+        m_link = link;
+        m_pageText.reset();
+    }
     // Absent (a null string) answers the uniqueID; an empty guid is answered as it is.
     QString guid() const;
     void setGuid(const QString &guid) { m_guid = guid; }
@@ -45,6 +53,17 @@ public:
     void setSummary(const QString &summary);
     QString fullSummary() const { return m_fullSummary; }
     void setFullSummary(const QString &text) { m_fullSummary = text; }
+    // What the page's sanitiser made of the title and the summary, kept so that no page build reads the
+    // same text twice; it goes whenever the title, the summary or the link they are read against
+    // changes. The headline page fills it; the model never looks inside.
+    struct PageText
+    {
+        QString title;             // null until a page needed it
+        QString summary;           // null until a page needed it
+        bool picturesHeld = false; // the summary's pictures wait for a click
+    };
+    std::shared_ptr<const PageText> pageText() const { return m_pageText; }
+    void setPageText(std::shared_ptr<const PageText> text) { m_pageText = std::move(text); }
     QStringList catagories() const { return m_catagories; }
     void setCatagories(const QStringList &catagories) { m_catagories = catagories; }
     QList<std::shared_ptr<QBPerson>> authors() const { return m_authors; }
@@ -90,6 +109,7 @@ private:
     QUrl m_imageURL;
     QByteArray m_summary = QByteArray("");
     QString m_fullSummary;
+    std::shared_ptr<const PageText> m_pageText;
     QStringList m_catagories;
     QList<std::shared_ptr<QBPerson>> m_authors;
     std::weak_ptr<Feed> m_source;

@@ -37,6 +37,7 @@ QVariantMap SettingsTable::defaultValues()
         {"displayHideSummaryOfReadFeeds", false},
         {"displayShowArticleSummaries", true},
         {"displayShowInfoBar", true},
+        {"displayLoadRemoteImages", true},
         {"displayStripHTML", false},
         {"displayUnreadInDockIcon", true},
         {"displayArticleCap", 100},

@@ -1,49 +1,19 @@
 #include "reading/QBStringExtras.h"
 
 #include "platform/Log.h"
+#include "reading/HTMLSanitiser.h"
+#include "reading/SilencedLibxmlErrors.h"
 
 #include <QHash>
 #include <libxml/HTMLparser.h>
-#include <libxml/xmlerror.h>
 #include <limits>
 
 namespace {
-void ignoreGenericError(void *, const char *, ...) {}
-void ignoreStructuredError(void *, xmlErrorPtr) {}
-
-// libxml2 keeps its error handlers per thread; they are swapped only for the parse and then put back,
-// so that other readers on the same thread keep theirs.
-class SilencedErrors
-{
-public:
-    SilencedErrors()
-        : m_generic(xmlGenericError), m_genericContext(xmlGenericErrorContext),
-          m_structured(xmlStructuredError), m_structuredContext(xmlStructuredErrorContext)
-    {
-        xmlSetGenericErrorFunc(nullptr, ignoreGenericError);
-        xmlSetStructuredErrorFunc(nullptr, ignoreStructuredError);
-    }
-    ~SilencedErrors()
-    {
-        xmlSetGenericErrorFunc(m_genericContext, m_generic);
-        xmlSetStructuredErrorFunc(m_structuredContext, m_structured);
-    }
-    SilencedErrors(const SilencedErrors &) = delete;
-    SilencedErrors &operator=(const SilencedErrors &) = delete;
-
-private:
-    xmlGenericErrorFunc m_generic;
-    void *m_genericContext;
-    xmlStructuredErrorFunc m_structured;
-    void *m_structuredContext;
-};
-
+// Code, frames, forms and the like hold nothing a reader would read.
 bool isInvisibleElement(const xmlNode *node)
 {
-    if (node->type != XML_ELEMENT_NODE || !node->name)
-        return false;
-    const QByteArray name = QByteArray(reinterpret_cast<const char *>(node->name)).toLower();
-    return name == "script" || name == "style";
+    return node->type == XML_ELEMENT_NODE && node->name &&
+           HTMLSanitiser::dropsWithContent(reinterpret_cast<const char *>(node->name));
 }
 
 // The next node in document order, leaving out the inside of invisible elements. Walked without
@@ -103,7 +73,7 @@ QString QBStringExtras::removeTags(const QString &html)
         Log::write(QStringLiteral("-[QBStringExtras removeTags] text too long to read as HTML"));
         return html;
     }
-    const SilencedErrors silence;
+    const SilencedLibxmlErrors silence;
     htmlDocPtr document =
         htmlReadMemory(bytes.constData(), int(bytes.size()), nullptr, "UTF-8",
                        HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET);

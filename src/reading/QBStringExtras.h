@@ -7,7 +7,8 @@
 class QBStringExtras
 {
 public:
-    // The text content of the string read as an HTML document; script and style bodies are dropped.
+    // The text content of the string read as an HTML document; the content of code, frames and forms
+    // is dropped.
     static QString removeTags(const QString &html);
     // The five XML entities and numeric character references decoded; other entities left alone.
     static QString stringByReplacingEntities(const QString &text);

@@ -3,16 +3,22 @@
 #include "AppTestDoubles.h"
 #include "AppTestLibrary.h"
 #include "LoopbackServer.h"
+#include "app/EnclosureDownloadController.h"
+#include "app/FeedEditorController.h"
 #include "app/FindPanel.h"
 #include "app/InspectorController.h"
 #include "app/MainWindow.h"
 #include "app/QuillBayController.h"
+#include "app/SideBarController.h"
 #include "fetch/DownloadItem.h"
 
 #include <QDir>
 #include <QFile>
+#include <QLabel>
+#include <QPushButton>
 #include <QRegularExpression>
 #include <QTest>
+#include <QTextBrowser>
 #include <gtest/gtest.h>
 
 namespace {
@@ -262,4 +268,78 @@ TEST_F(ApplicationControllerTest, HelpOpensTheBundledBookWhoseContentsLeadToSect
     controller.showHelpBookAnchor("shortcuts");
     EXPECT_EQ(desktop.opened.last().first.fragment(), "shortcuts");
     EXPECT_EQ(desktop.opened.last().first.adjusted(QUrl::RemoveFragment), book);
+}
+
+// Whatever a feed names as its or an article's address, a file: one never reaches the desktop's opener:
+// every path refuses it alike, with a beep and the scheme named in the status line, and nothing is
+// marked read for it.
+TEST_F(ApplicationControllerTest, EveryPathToTheDesktopRefusesAFileAddressWithABeepAndAWordInTheStatusLine)
+{
+    controller.applicationDidFinishLaunching();
+    QuillBayController &window = *controller.mainWindowController();
+    QStringList statusLine;
+    t.center.addObserver("StatusBarMessageNotification",
+                         [&](const Notification &note) { statusLine << note.object.toString(); });
+    const QUrl file("file:///etc/passwd");
+    const ArticlePtr article = t.article(t.harbour, 0);
+    article->setLink(file);
+    t.harbour->setLink(file);
+    QWidget pane;
+    SideBarController sideBar(&pane, t.library, t.defaults, t.center, desktop);
+    auto bin = std::make_shared<VirtualFolder>("News Clippings");
+    bin->addChildren({article});
+    sideBar.setNewsBin(bin);
+    FeedEditorController editor(t.library, t.center, desktop, nullptr);
+
+    const std::pair<const char *, std::function<void()>> paths[] = {
+        {"title, follow-link icon or tile",
+         [&] {
+             window.acceptNavigation(
+                 {QUrl("quillbay:open=" + article->uniqueID()), HeadlineLinkPolicy::ClickedLink, {}});
+         }},
+        {"a link in the article's text",
+         [&] {
+             window.acceptNavigation({file, HeadlineLinkPolicy::ClickedLink, {}});
+         }},
+        {"the page's context menu", [&] { window.openInDefaultBrowser(file); }},
+        {"Open in Browser",
+         [&] {
+             t.library.setSelectedItems({article});
+             controller.perform(MenuCommand::OpenLink);
+         }},
+        {"the feed's home page",
+         [&] {
+             t.library.setSelectedItems({t.harbour});
+             window.doOpenFeedLink();
+         }},
+        {"the feed's home page from the menu",
+         [&] {
+             t.defaults.setBoolean("behaviorWebOpened", false);
+             controller.perform(MenuCommand::OpenSelectedFeedLink);
+         }},
+        {"sharing on a service", [&] { sideBar.postArticle(article, SideBarController::Digg); }},
+        {"opening the clippings", [&] { sideBar.doOpenInBrowser(); }},
+        {"the feed editor's description", [&] { emit editor.descriptionWebView()->anchorClicked(file); }},
+    };
+    for (const auto &[path, follow] : paths) {
+        SCOPED_TRACE(path);
+        const int beeps = desktop.beeps;
+        statusLine.clear();
+        follow();
+        EXPECT_EQ(desktop.beeps, beeps + 1);
+        ASSERT_EQ(statusLine.size(), 1);
+        EXPECT_TRUE(statusLine.first().contains("“file:”")) << statusLine.first().toStdString();
+    }
+    EXPECT_TRUE(desktop.opened.isEmpty());
+    EXPECT_EQ(article->state(), Article::Unread);
+
+    // An enclosure's address is fetched, never handed over; the download window refuses it in place.
+    EnclosureDownloadController enclosures(t.updater, t.defaults, t.center, desktop);
+    auto enclosure = std::make_shared<Enclosure>();
+    enclosure->setLink(file);
+    enclosures.setEnclosure(enclosure);
+    enclosures.actionButton()->click();
+    EXPECT_EQ(enclosures.locationField()->text(), "Not a web address");
+    EXPECT_TRUE(t.updater.queuedDownloads().isEmpty());
+    EXPECT_TRUE(desktop.opened.isEmpty() && desktop.openedFiles.isEmpty());
 }

@@ -302,18 +302,24 @@ TEST_F(HeadlineLinkPolicyTest, ClickedOutsideLinksOpenInTheBrowserAndMarkTheArti
     EXPECT_EQ(actions.calls, QStringList{"open http://elsewhere.example/"});
 }
 
-TEST_F(HeadlineLinkPolicyTest, OnlyThePageItselfLoadsInTheViewAndLocalOrScriptAddressesAreNeverHandedOn)
+TEST_F(HeadlineLinkPolicyTest, OnlyThePageItselfLoadsInTheViewAndLocalOrScriptAddressesMarkNothingRead)
 {
     EXPECT_EQ(policy.decidePolicyForNavigationAction({QUrl("qbpage:/headlines"), Policy::PageLoad, {}}),
               Policy::LoadInView);
     EXPECT_EQ(
         policy.decidePolicyForNavigationAction({QUrl("http://evil.example/"), Policy::ScriptOrRedirect, {}}),
         Policy::Refused);
+    EXPECT_TRUE(actions.calls.isEmpty());
     const ArticlePtr article = addArticle("Ferry returns");
     library.setSelectedItems({article});
+    // The window's gate refuses them and tells the user why; the article stays as it was.
     for (const char *address : {"file:///usr/bin/xterm", "javascript:alert(1)", "qbpage:/other",
-                                "smb://host/share", "http:///no-host"})
+                                "smb://host/share", "http:///no-host"}) {
         EXPECT_EQ(click(address), Policy::Refused) << address;
-    EXPECT_TRUE(actions.calls.isEmpty());
+        EXPECT_EQ(actions.calls.last(), QString("open ") + QUrl(address).toString());
+    }
+    article->setLink(QUrl("file:///etc/passwd"));
+    policy.processURLCommandString("quillbay:open=" + article->uniqueID());
+    EXPECT_EQ(actions.calls.last(), "open file:///etc/passwd");
     EXPECT_EQ(article->state(), Article::Unread);
 }

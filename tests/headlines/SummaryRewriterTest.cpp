@@ -2,40 +2,6 @@
 
 #include <gtest/gtest.h>
 
-TEST(SummaryRewriter, ImagesKeepOnlyTheirHttpAddressAndAlternativeTextAndDivisionsOnlyTheirClass)
-{
-    const QString summary =
-        "<p>Before</p><IMG SRC=\"http://pics.example/a.jpg\" WIDTH=\"600\" ALT=\"A harbour\" "
-        "style=\"float:left\">"
-        "<div class=\"caption\" style=\"width: 600px\">Boats</div>"
-        "<div align=\"center\">Gulls</div>"
-        "<img src='http://pics.example/b.png' height=3>";
-    EXPECT_EQ(SummaryRewriter::stripImagingSizesFromSummary(summary),
-              "<p>Before</p><img src=\"http://pics.example/a.jpg\" alt=\"A harbour\"/>"
-              "<div class=\"caption\">Boats</div>"
-              "<div>Gulls</div>"
-              "<img src=\"http://pics.example/b.png\" alt=\"\"/>");
-}
-
-TEST(SummaryRewriter, ImagesFromOtherSchemesKeepEveryAttribute)
-{
-    const QString secure = "<img src=\"https://pics.example/a.jpg\" width=\"600\" height=\"400\">";
-    EXPECT_EQ(SummaryRewriter::stripImagingSizesFromSummary(secure), secure);
-    const QString relative =
-        "x<img src=\"/a.jpg\" width=\"6\"><img src=\"http://p.example/b.jpg\" width=\"6\">";
-    EXPECT_EQ(SummaryRewriter::stripImagingSizesFromSummary(relative),
-              "x<img src=\"/a.jpg\" width=\"6\"><img src=\"http://p.example/b.jpg\" alt=\"\"/>");
-}
-
-TEST(SummaryRewriter, AnUnclosedTagEndsTheRewritingWithWhatWasDoneSoFar)
-{
-    const QString summary = "<div id=\"a\">one</div><div id=\"b\" two";
-    EXPECT_EQ(SummaryRewriter::stripAtribsFromTag("div", summary), "<div>one</div><div id=\"b\" two");
-    // Names other than img and div lose every attribute.
-    EXPECT_EQ(SummaryRewriter::stripAtribsFromTag("span", "<span style=\"x\">a</span><SPAN id=1>b"),
-              "<span>a</span><span>b");
-}
-
 TEST(SummaryRewriter, PhotoPagesShowTheLargePictureOnlyForLongImageTags)
 {
     const QString longTag =

@@ -31,6 +31,7 @@ TEST(SettingsTable, AFreshStoreAnswersEveryKeyWithItsDefaultAndType)
         {"displayHideSummaryOfReadFeeds", false},
         {"displayShowArticleSummaries", true},
         {"displayShowInfoBar", true},
+        {"displayLoadRemoteImages", true},
         {"displayStripHTML", false},
         {"displayUnreadInDockIcon", true},
         {"displayArticleCap", 100},

@@ -2,13 +2,17 @@
 
 #include "platform/KeyedUnarchiver.h"
 
+#include <QStringList>
+
+// The file's own name, as a podcast's address ends with it: the last segment of the path, without the
+// query that so many add for their statistics. Escapes that would bring a '/' back stay escaped.
 void Enclosure::setLink(const QUrl &link)
 {
     m_link = link;
     if (link.isEmpty())
         return;
-    const QString text = link.toString();
-    m_title = text.mid(text.lastIndexOf(QLatin1Char('/')) + 1);
+    const QStringList segments = link.path(QUrl::PrettyDecoded).split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    m_title = segments.isEmpty() ? QString() : segments.last();
 }
 
 QVariantMap Enclosure::archiveToDictionary() const

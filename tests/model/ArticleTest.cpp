@@ -181,6 +181,11 @@ TEST(ArticleRow, AStoredLinkNamesTheEnclosureWhateverTitleWasStored)
         {{"title", "Episode"}, {"link", "http://example.com/casts/ep12.mp3"}, {"size", "1.5e6"}});
     EXPECT_EQ(enclosure->title(), "ep12.mp3");
     EXPECT_EQ(enclosure->size(), 1500000u);
+    // Podcast hosts add a query for their statistics; the file is still named by its path.
+    enclosure->setLink(QUrl("https://cdn.example/casts/ep%2013.mp3?src=rss&t=1#start"));
+    EXPECT_EQ(enclosure->title(), "ep 13.mp3");
+    enclosure->setLink(QUrl("https://cdn.example/casts/ep14/"));
+    EXPECT_EQ(enclosure->title(), "ep14");
     EXPECT_EQ(Enclosure().archiveToDictionary(),
               QVariantMap({{"size", quint64(0)}, {"mediaType", 0}, {"played", 0}}));
 }

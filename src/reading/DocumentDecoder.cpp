@@ -1,0 +1,146 @@
+#include "reading/DocumentDecoder.h"
+
+#include "reading/TagScanner.h"
+#include "reading/TextDecoder.h"
+
+#include <QByteArrayView>
+
+namespace {
+
+struct Mark
+{
+    const char *bytes;
+    qsizetype length;
+    const char *encoding;
+};
+
+// Byte-order marks, and the first characters of a UTF-16 document that has none.
+const Mark byteOrderMarks[] = {
+    {"\xEF\xBB\xBF", 3, "UTF-8"},
+    {"\xFF\xFE", 2, "UTF-16LE"},
+    {"\xFE\xFF", 2, "UTF-16BE"},
+};
+const Mark unmarkedUtf16[] = {
+    {"<\0?\0", 4, "UTF-16LE"},
+    {"\0<\0?", 4, "UTF-16BE"},
+};
+
+const Mark *markOf(const QByteArray &bytes)
+{
+    for (const Mark &mark : byteOrderMarks) {
+        if (bytes.startsWith(QByteArrayView(mark.bytes, mark.length)))
+            return &mark;
+    }
+    return nullptr;
+}
+
+const Mark *utf16Without(const QByteArray &bytes)
+{
+    for (const Mark &mark : unmarkedUtf16) {
+        if (bytes.startsWith(QByteArrayView(mark.bytes, mark.length)))
+            return &mark;
+    }
+    return nullptr;
+}
+
+// The encoding named by the first processing instruction, read straight from bytes of an
+// ASCII-compatible document.
+QByteArray declaredInBytes(const QByteArray &bytes)
+{
+    const qsizetype end = bytes.indexOf("?>");
+    if (end < 0)
+        return {};
+    const QString declaration = QString::fromLatin1(bytes.first(end));
+    if (!declaration.contains(QLatin1String("encoding")))
+        return {};
+    return TagScanner::valueForProperty(declaration, QStringLiteral("encoding")).toLatin1();
+}
+
+} // namespace
+
+DocumentDecoder::Decoded DocumentDecoder::decode(const QByteArray &bytes, const QString &servedEncoding)
+{
+    if (const Mark *mark = markOf(bytes))
+        return decodeMarked(bytes, QString::fromLatin1(mark->encoding), mark->length);
+    if (const Mark *mark = utf16Without(bytes))
+        return decodeMarked(bytes, QString::fromLatin1(mark->encoding), 0);
+
+    const bool validUtf8 = bytes.isValidUtf8();
+    QString name = servedEncoding;
+    QString remembered;
+    if (name.isEmpty()) {
+        name = validUtf8 ? QStringLiteral("utf-8") : QStringLiteral("iso-8859-1");
+        remembered = name;
+    }
+    std::optional<QString> text = strictly(bytes, name, validUtf8);
+    if (!text) {
+        // The served set does not fit these bytes, so whatever the document says of itself is not
+        // trusted either: they are UTF-8, or the served set with its few bad bytes replaced.
+        const QString fallback = TextDecoder::isKnown(name) ? name : QStringLiteral("utf-8");
+        return {validUtf8 ? QString::fromUtf8(bytes) : leniently(bytes, fallback), remembered};
+    }
+    const QString declared = declaredEncoding(*text);
+    if (declared.isEmpty())
+        return {text, remembered};
+    if (declared.compare(name, Qt::CaseInsensitive) == 0)
+        return {text, declared};
+    text = strictly(bytes, declared, validUtf8);
+    return {text ? text : leniently(bytes, declared), declared};
+}
+
+QByteArray DocumentDecoder::utf8(const QByteArray &bytes, const QString &servedEncoding)
+{
+    const bool plain = !markOf(bytes) && !utf16Without(bytes);
+    if (plain && bytes.isValidUtf8()) {
+        const QByteArray declared = declaredInBytes(bytes);
+        const bool servedFits = servedEncoding.isEmpty() || isUtf8Name(servedEncoding);
+        if (isUtf8Name(QString::fromLatin1(declared)) || (declared.isEmpty() && servedFits))
+            return bytes;
+    }
+    const Decoded decoded = decode(bytes, servedEncoding);
+    return decoded.text ? decoded.text->toUtf8() : QByteArray();
+}
+
+// A byte-order mark says what the bytes are, whatever else claims otherwise; the declaration is still
+// what the feed remembers when there is one.
+DocumentDecoder::Decoded DocumentDecoder::decodeMarked(const QByteArray &bytes, const QString &marked,
+                                                       qsizetype markLength)
+{
+    Decoded decoded;
+    decoded.text = leniently(bytes.sliced(markLength), marked);
+    const QString declared = decoded.text ? declaredEncoding(*decoded.text) : QString();
+    decoded.encoding = declared.isEmpty() ? marked : declared;
+    return decoded;
+}
+
+std::optional<QString> DocumentDecoder::strictly(const QByteArray &bytes, const QString &name, bool validUtf8)
+{
+    if (isUtf8Name(name))
+        return validUtf8 ? std::optional<QString>(QString::fromUtf8(bytes)) : std::nullopt;
+    return TextDecoder::decode(bytes, name);
+}
+
+std::optional<QString> DocumentDecoder::leniently(const QByteArray &bytes, const QString &name)
+{
+    if (isUtf8Name(name))
+        return QString::fromUtf8(bytes);
+    return TextDecoder::decodeLeniently(bytes, name);
+}
+
+// What the text before the first "?>" names as its encoding; empty when it names none.
+QString DocumentDecoder::declaredEncoding(const QString &text)
+{
+    const qsizetype end = text.indexOf(QLatin1String("?>"));
+    if (end < 0)
+        return {};
+    const QString declaration = text.first(end);
+    if (!declaration.contains(QLatin1String("encoding")))
+        return {};
+    return TagScanner::valueForProperty(declaration, QStringLiteral("encoding"));
+}
+
+bool DocumentDecoder::isUtf8Name(const QString &name)
+{
+    return name.compare(QLatin1String("utf-8"), Qt::CaseInsensitive) == 0 ||
+           name.compare(QLatin1String("utf8"), Qt::CaseInsensitive) == 0;
+}

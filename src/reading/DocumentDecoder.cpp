@@ -4,6 +4,7 @@
 #include "reading/TextDecoder.h"
 
 #include <QByteArrayView>
+#include <cstring>
 
 namespace {
 
@@ -56,6 +57,53 @@ QByteArray declaredInBytes(const QByteArray &bytes)
     return TagScanner::valueForProperty(declaration, QStringLiteral("encoding")).toLatin1();
 }
 
+// Whether the bytes are UTF-8 as the standard has it (no overlong forms, no surrogates, nothing past
+// U+10FFFF). Feeds are mostly ASCII, which is passed over eight bytes at a time.
+bool isValidUtf8(const QByteArray &bytes)
+{
+    const auto *at = reinterpret_cast<const unsigned char *>(bytes.constData());
+    const auto *end = at + bytes.size();
+    while (at < end) {
+        if (end - at >= 8) {
+            quint64 block;
+            std::memcpy(&block, at, 8);
+            if ((block & 0x8080808080808080ULL) == 0) {
+                at += 8;
+                continue;
+            }
+        }
+        const unsigned char lead = *at;
+        if (lead < 0x80) {
+            ++at;
+            continue;
+        }
+        int length = 0;
+        unsigned char low = 0x80;
+        unsigned char high = 0xBF;
+        if (lead >= 0xC2 && lead <= 0xDF) {
+            length = 2;
+        } else if (lead >= 0xE0 && lead <= 0xEF) {
+            length = 3;
+            low = lead == 0xE0 ? 0xA0 : 0x80;
+            high = lead == 0xED ? 0x9F : 0xBF;
+        } else if (lead >= 0xF0 && lead <= 0xF4) {
+            length = 4;
+            low = lead == 0xF0 ? 0x90 : 0x80;
+            high = lead == 0xF4 ? 0x8F : 0xBF;
+        } else {
+            return false;
+        }
+        if (end - at < length || at[1] < low || at[1] > high)
+            return false;
+        for (int i = 2; i < length; ++i) {
+            if (at[i] < 0x80 || at[i] > 0xBF)
+                return false;
+        }
+        at += length;
+    }
+    return true;
+}
+
 } // namespace
 
 DocumentDecoder::Decoded DocumentDecoder::decode(const QByteArray &bytes, const QString &servedEncoding)
@@ -65,7 +113,7 @@ DocumentDecoder::Decoded DocumentDecoder::decode(const QByteArray &bytes, const 
     if (const Mark *mark = utf16Without(bytes))
         return decodeMarked(bytes, QString::fromLatin1(mark->encoding), 0);
 
-    const bool validUtf8 = bytes.isValidUtf8();
+    const bool validUtf8 = isValidUtf8(bytes);
     QString name = servedEncoding;
     QString remembered;
     if (name.isEmpty()) {
@@ -91,7 +139,7 @@ DocumentDecoder::Decoded DocumentDecoder::decode(const QByteArray &bytes, const 
 QByteArray DocumentDecoder::utf8(const QByteArray &bytes, const QString &servedEncoding)
 {
     const bool plain = !markOf(bytes) && !utf16Without(bytes);
-    if (plain && bytes.isValidUtf8()) {
+    if (plain && isValidUtf8(bytes)) {
         const QByteArray declared = declaredInBytes(bytes);
         const bool servedFits = servedEncoding.isEmpty() || isUtf8Name(servedEncoding);
         if (isUtf8Name(QString::fromLatin1(declared)) || (declared.isEmpty() && servedFits))

@@ -34,6 +34,11 @@ QUrl FeedReaderSupport::urlFromText(const QString &text, const QUrl &base)
     return base.resolved(url);
 }
 
+bool FeedReaderSupport::isWebAddress(const QUrl &url)
+{
+    return url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
+}
+
 quint64 FeedReaderSupport::declaredSize(QStringView text)
 {
     const QStringView digits = text.trimmed();
@@ -110,7 +115,8 @@ QUrl FeedReaderSupport::imageURLInSummary(const QString &fullSummary, const QUrl
 }
 
 FeedReaderSupport::MediaContent FeedReaderSupport::mediaContent(const QUrl &url, const QString &type,
-                                                                const QString &medium, const QString &fileSize)
+                                                                const QString &medium,
+                                                                const QString &fileSize)
 {
     const auto is = [&type, &medium](QStringView kind) {
         return type.startsWith(kind, Qt::CaseInsensitive) || medium.startsWith(kind, Qt::CaseInsensitive);

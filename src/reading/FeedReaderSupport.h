@@ -23,6 +23,8 @@ public:
     static QUrl urlFromText(const QString &text);
     // The same, with a relative address resolved against base when there is one.
     static QUrl urlFromText(const QString &text, const QUrl &base);
+    // Only a web address can stand as a base: one with another scheme would give every relative link it.
+    static bool isWebAddress(const QUrl &url);
     // The byte count a feed declares for a media file: its leading digits, 0 when there are none.
     static quint64 declaredSize(QStringView text);
     static MediaContent mediaContent(const QUrl &url, const QString &type, const QString &medium,

@@ -1,8 +1,7 @@
 #include "reading/LenientXml.h"
 
-#include <libxml/HTMLparser.h>
-
 #include <cstring>
+#include <libxml/HTMLparser.h>
 #include <limits>
 
 namespace {
@@ -150,7 +149,8 @@ qsizetype LenientXml::skipDocumentType(qsizetype at)
             return i + 1;
         } else if (inSubset && QByteArrayView(m_in).sliced(i).startsWith("<!ENTITY")) {
             qsizetype name = i + 8;
-            while (name < m_in.size() && (m_in.at(name) == ' ' || m_in.at(name) == '\t' || m_in.at(name) == '\n' || m_in.at(name) == '\r'))
+            while (name < m_in.size() && (m_in.at(name) == ' ' || m_in.at(name) == '\t' ||
+                                          m_in.at(name) == '\n' || m_in.at(name) == '\r'))
                 ++name;
             const qsizetype end = nameEnd(name);
             if (end > name)
@@ -188,7 +188,8 @@ void LenientXml::mendReference(qsizetype at)
         replace(at, end - at + 1, own);
     } else if (m_declared.contains(name)) {
         m_position = end + 1;
-    } else if (const htmlEntityDesc *entity = htmlEntityLookup(reinterpret_cast<const xmlChar *>(name.constData()))) {
+    } else if (const htmlEntityDesc *entity =
+                   htmlEntityLookup(reinterpret_cast<const xmlChar *>(name.constData()))) {
         replace(at, end - at + 1, "&#" + QByteArray::number(entity->value) + ';');
     } else {
         // An entity nobody defines stays as the text it is.

@@ -42,12 +42,6 @@ void trimInPlace(QString &text)
         text.remove(0, start);
 }
 
-// Only a web address can stand as a base: one with another scheme would give every relative link it.
-bool isWebAddress(const QUrl &url)
-{
-    return url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
-}
-
 } // namespace
 
 // libxml2 calls these with the reader as its user data. The element callbacks are the SAX1 ones, so
@@ -301,7 +295,7 @@ void QBAtomParser::enterBase()
     if (declared.isNull())
         return;
     const QUrl resolved = FeedReaderSupport::urlFromText(declared, base());
-    if (isWebAddress(resolved))
+    if (FeedReaderSupport::isWebAddress(resolved))
         m_bases.append({m_depth, resolved});
 }
 
@@ -316,7 +310,7 @@ QUrl QBAtomParser::base() const
 {
     if (!m_bases.isEmpty())
         return m_bases.last().second;
-    return isWebAddress(m_feed->feed()) ? m_feed->feed() : QUrl();
+    return FeedReaderSupport::isWebAddress(m_feed->feed()) ? m_feed->feed() : QUrl();
 }
 
 // The feed's and each entry's link is its first alternate link (a link without rel is one); only
@@ -360,8 +354,9 @@ void QBAtomParser::takeMediaContent()
     if (!inEntryProper())
         return;
     const FeedReaderSupport::MediaContent content = FeedReaderSupport::mediaContent(
-        FeedReaderSupport::urlFromText(attribute(QLatin1String("url")), base()), attribute(QLatin1String("type")),
-        attribute(QLatin1String("medium")), attribute(QLatin1String("fileSize")));
+        FeedReaderSupport::urlFromText(attribute(QLatin1String("url")), base()),
+        attribute(QLatin1String("type")), attribute(QLatin1String("medium")),
+        attribute(QLatin1String("fileSize")));
     if (!m_pending.mediaEnclosure)
         m_pending.mediaEnclosure = content.enclosure;
     if (m_pending.mediaPicture.isEmpty())

@@ -23,8 +23,10 @@ namespace {
 constexpr qsizetype shortestTagWithAttributes = 13;
 constexpr qsizetype titleFromSummaryLength = 60;
 // How far down the open elements an end tag looks for its start; beyond that it is taken as stray, so
-// that a document of unclosed tags costs no more than one of closed ones.
+// that a document of unclosed tags costs no more than one of closed ones. Elements further down than
+// any end tag could reach are forgotten.
 constexpr qsizetype deepestMatch = 32;
+constexpr qsizetype openElementsKept = 8 * deepestMatch;
 
 // The element name a tag's text begins with, up to white space, a '/' or the tag's end.
 QStringView elementName(QStringView tagText)
@@ -42,11 +44,12 @@ bool isReadFromAttributes(const QString &lowerName)
            lowerName.startsWith(u"media:thumbnail");
 }
 
-// "me@example.com (Me)" and "Me <me@example.com>" as mail writes a person; nothing for other shapes.
+// "me@example.com (Me)", "Me (me@example.com)" and "Me <me@example.com>" as mail writes a person, as
+// name and address; nothing for other shapes.
 std::optional<std::pair<QString, QString>> nameAndEmail(const QString &text)
 {
     static const QRegularExpression emailThenName(QStringLiteral("^(\\S+@\\S+)\\s*\\((.+)\\)$"));
-    static const QRegularExpression nameThenEmail(QStringLiteral("^(.+?)\\s*<(\\S+@\\S+)>$"));
+    static const QRegularExpression nameThenEmail(QStringLiteral("^(.+?)\\s*[<(](\\S+@[^\\s>)]+)[>)]$"));
     if (const QRegularExpressionMatch match = emailThenName.match(text); match.hasMatch())
         return std::pair(match.captured(2).trimmed(), match.captured(1));
     if (const QRegularExpressionMatch match = nameThenEmail.match(text); match.hasMatch())
@@ -135,11 +138,11 @@ bool QBLiberalRSSParser::parse()
 void QBLiberalRSSParser::handleEndTag(const QString &token, bool cdataSeen)
 {
     const QString name = token.sliced(2, token.size() - 3);
+    const qsizetype valueStart = valueStartFor(elementName(name));
     if (!cdataSeen) {
         // Only elements that are read get their raw text copied, so that a long text followed by
         // many stray end tags costs no more than reading it once.
         const qsizetype tagStart = m_index - token.size();
-        const qsizetype valueStart = valueStartFor(elementName(name));
         m_currentValue = actionForElement(name.toLower())
                              ? m_source.sliced(valueStart, std::max<qsizetype>(tagStart - valueStart, 0))
                              : QStringLiteral("");
@@ -171,6 +174,8 @@ void QBLiberalRSSParser::handleStartTag(const QString &token)
         tagText.size() >= shortestTagWithAttributes && space >= 0 ? tagText.first(space) : tagText;
     parserDidStartElement(isReadFromAttributes(name.toLower()) ? tagText : name);
     m_lastValueStart = m_index;
+    if (m_openElements.size() == openElementsKept)
+        m_openElements.remove(0, openElementsKept - deepestMatch);
     m_openElements.append({elementName(QStringView(m_source).sliced(m_index - token.size() + 1)), m_index});
 }
 
@@ -272,7 +277,7 @@ QString QBLiberalRSSParser::attributeValue(const QString &tagText, QStringView n
 // Relative addresses in the document are taken from where it was fetched.
 QUrl QBLiberalRSSParser::documentAddress() const
 {
-    return m_feed->feed();
+    return FeedReaderSupport::isWebAddress(m_feed->feed()) ? m_feed->feed() : QUrl();
 }
 
 void QBLiberalRSSParser::parserDidEndElement(const QString &name)
@@ -463,10 +468,13 @@ void QBLiberalRSSParser::setItemGuid()
     m_currentArticle->setGuid(m_currentValue);
 }
 
+// A creator is a name, unless it is written as mail writes a person.
 void QBLiberalRSSParser::addItemCreator()
 {
-    m_currentArticle->addAuthor(
-        std::make_shared<QBPerson>(decodeCharacterEntities(), QStringLiteral("Author"), QString()));
+    const QString text = decodeCharacterEntities();
+    const auto person = nameAndEmail(text);
+    m_currentArticle->addAuthor(std::make_shared<QBPerson>(
+        person ? person->first : text, QStringLiteral("Author"), person ? person->second : QString()));
 }
 
 // Mail's "me@example.com (Me)" is the person Me with that address; a text of no such shape stands
@@ -475,9 +483,8 @@ void QBLiberalRSSParser::addItemAuthor()
 {
     const QString text = decodeCharacterEntities();
     const auto person = nameAndEmail(text);
-    m_currentArticle->addAuthor(person ? std::make_shared<QBPerson>(person->first, QStringLiteral("Author"),
-                                                                    person->second)
-                                       : std::make_shared<QBPerson>(text, QStringLiteral("Author"), text));
+    m_currentArticle->addAuthor(std::make_shared<QBPerson>(
+        person ? person->first : text, QStringLiteral("Author"), person ? person->second : text));
 }
 
 void QBLiberalRSSParser::setItemDate()

@@ -1,10 +1,10 @@
 #include "reading/QBParser.h"
 
 #include "model/Feed.h"
+#include "reading/DocumentDecoder.h"
 #include "reading/QBAtomParser.h"
 #include "reading/QBLiberalRSSParser.h"
 #include "reading/TagScanner.h"
-#include "reading/DocumentDecoder.h"
 
 namespace {
 

@@ -5,12 +5,12 @@
 #include "reading/QBStringExtras.h"
 
 #include <QDir>
-#include <libxml/HTMLparser.h>
-#include <optional>
 #include <QLocale>
 #include <QStandardPaths>
 #include <QUuid>
 #include <array>
+#include <libxml/HTMLparser.h>
+#include <optional>
 
 namespace {
 // Optional spaces and sign, then digits; 0 when there are none.

@@ -102,7 +102,7 @@ QString TagScanner::attribute(QStringView tagText, QStringView name)
             at = quoted ? std::min(valueEnd + 1, tagText.size()) : valueEnd;
         }
         if (!attributeName.isEmpty() && attributeName.compare(name, Qt::CaseInsensitive) == 0)
-            return value.toString().isNull() ? QStringLiteral("") : value.toString();
+            return value.isNull() ? QStringLiteral("") : value.toString();
         if (attributeName.isEmpty() && at == nameStart)
             ++at;
     }

@@ -1,4 +1,5 @@
 #include "model/Article.h"
+
 #include "model/ArticleRow.h"
 #include "model/Feed.h"
 #include "model/FeedLibrary.h"
@@ -119,7 +120,8 @@ TEST(ArticleRow, AnArticleSurvivesTheRoundTripThroughARow)
 {
     auto feed = std::make_shared<Feed>();
     auto original = richArticle(feed);
-    const ArticleRowValues row = storedRow(ArticleRow::rowValues(*original, ArticleRow::ArticlesTable, "full"));
+    const ArticleRowValues row =
+        storedRow(ArticleRow::rowValues(*original, ArticleRow::ArticlesTable, "full"));
 
     auto other = std::make_shared<Feed>();
     const ArticlePtr read = ArticleRow::articleFromRow(row, other, noLookup);

@@ -53,11 +53,10 @@ TEST(NaturalDateReader, ReadsTheDatesTheWebSends)
 
 TEST(NaturalDateReader, TextItCannotPlaceInFullGivesANullDate)
 {
-    for (const char *text :
-         {"", "   ", "hello", "yesterday", "Tue, 5 Jun 9:05", "32 Jun 2007", "5 Jun 2007 25:00",
-          "5 Jun 2007 10:00 XYZ", "5 Jun 2007 10:00 +0200 GMT", "5 Jun Jul 2007", "5 Jun 2007 10:00 J",
-          "5 Jun 2007 10:00 +2500", "29 Feb 2007", "5 6 7 2007 June", "2007-06-05T10",
-          "5 Jun 2007 10:00 IST", "20070605T10"}) {
+    for (const char *text : {"", "   ", "hello", "yesterday", "Tue, 5 Jun 9:05", "32 Jun 2007",
+                             "5 Jun 2007 25:00", "5 Jun 2007 10:00 XYZ", "5 Jun 2007 10:00 +0200 GMT",
+                             "5 Jun Jul 2007", "5 Jun 2007 10:00 J", "5 Jun 2007 10:00 +2500", "29 Feb 2007",
+                             "5 6 7 2007 June", "2007-06-05T10", "5 Jun 2007 10:00 IST", "20070605T10"}) {
         EXPECT_TRUE(NaturalDateReader::dateFromString(text).isNull()) << text;
     }
 }

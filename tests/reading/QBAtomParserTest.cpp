@@ -45,14 +45,15 @@ protected:
 TEST_F(AtomReader, TheAlternateLinkWinsAndRelativeLinksResolveAgainstXmlBaseOrTheDocument)
 {
     feed->setFeed(QUrl("https://blog.example/feeds/atom.xml"));
-    ASSERT_TRUE(read(feed, "<link rel=\"self\" href=\"/feeds/atom.xml\"/>"
-                           "<link rel=\"alternate\" href=\"/\"/>"
-                           "<entry><id>a</id><link rel=\"replies\" href=\"a/comments\"/>"
-                           "<link rel=\"self\" href=\"http://example.org/a.atom\"/>"
-                           "<link href=\"http://example.org/a?x=1&amp;y=2\"/></entry>"
-                           "<entry xml:base=\"http://example.org/2024/\"><id>b</id>"
-                           "<link rel=\"edit\" href=\"b/edit\"/><link rel=\"replies\" href=\"b/comments\"/></entry>"
-                           "<entry><id>c</id><link rel=\"alternate\" href=\"http://example.org/my post.html\"/></entry>"));
+    ASSERT_TRUE(read(
+        feed, "<link rel=\"self\" href=\"/feeds/atom.xml\"/>"
+              "<link rel=\"alternate\" href=\"/\"/>"
+              "<entry><id>a</id><link rel=\"replies\" href=\"a/comments\"/>"
+              "<link rel=\"self\" href=\"http://example.org/a.atom\"/>"
+              "<link href=\"http://example.org/a?x=1&amp;y=2\"/></entry>"
+              "<entry xml:base=\"http://example.org/2024/\"><id>b</id>"
+              "<link rel=\"edit\" href=\"b/edit\"/><link rel=\"replies\" href=\"b/comments\"/></entry>"
+              "<entry><id>c</id><link rel=\"alternate\" href=\"http://example.org/my post.html\"/></entry>"));
     EXPECT_EQ(feed->link(), QUrl("https://blog.example/"));
     EXPECT_EQ(articleAt(feed, 0)->link(), QUrl("http://example.org/a?x=1&y=2"))
         << "a link without rel is the alternate one, and its '&amp;' is decoded exactly once";
@@ -200,7 +201,8 @@ TEST_F(AtomReader, APlanetEntryKeepsItsOwnTitleIdAndLinkWhateverItsSourceSays)
     EXPECT_EQ(entry->title(), "Release day");
     EXPECT_EQ(entry->guid(), "tag:ann.example,2024:1");
     EXPECT_EQ(entry->link(), QUrl("http://ann.example/release"));
-    EXPECT_EQ(entry->legacyPublicationDate().localMoment().toString(Qt::ISODate), "2024-03-01T10:11:12-07:00");
+    EXPECT_EQ(entry->legacyPublicationDate().localMoment().toString(Qt::ISODate),
+              "2024-03-01T10:11:12-07:00");
     ASSERT_EQ(entry->authors().size(), 1);
     EXPECT_EQ(entry->authors().at(0)->name(), "Ann") << "the source's author comes before the planet's";
     EXPECT_EQ(feed->title(), "Planet Example");
@@ -208,16 +210,16 @@ TEST_F(AtomReader, APlanetEntryKeepsItsOwnTitleIdAndLinkWhateverItsSourceSays)
 
 TEST_F(AtomReader, EnclosureLinksAndMediaElementsGiveAttachmentsPicturesAndText)
 {
-    ASSERT_TRUE(read(feed,
-                     "<entry><id>ep</id><link rel=\"alternate\" href=\"http://casts.example/ep1\"/>"
-                     "<link rel=\"enclosure\" type=\"audio/mpeg\" length=\"4096\" "
-                     "href=\"http://cdn.example/ep1.mp3?token=a&amp;b=c\"/></entry>"
-                     "<entry xmlns:media=\"http://search.yahoo.com/mrss/\"><id>yt:video:1</id><title>Video</title>"
-                     "<link rel=\"alternate\" href=\"https://video.example/watch?v=1\"/>"
-                     "<media:group><media:title>Video</media:title>"
-                     "<media:content url=\"https://video.example/v/1\" type=\"application/x-shockwave-flash\"/>"
-                     "<media:thumbnail url=\"https://i.video.example/1/hq.jpg\" width=\"480\"/>"
-                     "<media:description>What the video shows</media:description></media:group></entry>"));
+    ASSERT_TRUE(read(
+        feed, "<entry><id>ep</id><link rel=\"alternate\" href=\"http://casts.example/ep1\"/>"
+              "<link rel=\"enclosure\" type=\"audio/mpeg\" length=\"4096\" "
+              "href=\"http://cdn.example/ep1.mp3?token=a&amp;b=c\"/></entry>"
+              "<entry xmlns:media=\"http://search.yahoo.com/mrss/\"><id>yt:video:1</id><title>Video</title>"
+              "<link rel=\"alternate\" href=\"https://video.example/watch?v=1\"/>"
+              "<media:group><media:title>Video</media:title>"
+              "<media:content url=\"https://video.example/v/1\" type=\"application/x-shockwave-flash\"/>"
+              "<media:thumbnail url=\"https://i.video.example/1/hq.jpg\" width=\"480\"/>"
+              "<media:description>What the video shows</media:description></media:group></entry>"));
     ASSERT_EQ(feed->childCount(), 2);
     const auto audio = articleAt(feed, 0)->enclosure();
     ASSERT_TRUE(audio);

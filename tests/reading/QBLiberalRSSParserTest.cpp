@@ -209,21 +209,22 @@ TEST_F(RSSReader, AUserGivenFeedTitleSurvivesEveryRefresh)
 
 TEST_F(RSSReader, ItemFieldsAreReadEachWithItsOwnDecoding)
 {
-    ASSERT_TRUE(read(rss("<link>http://example.com/</link>\n"
-                         "<item>\n"
-                         "  <title>Caf&eacute; &amp; bar</title>\n"
-                         "  <link>http://example.com/p?x=1&amp;y=2</link>\n"
-                         "  <guid isPermaLink=\"false\">tag:a&amp;b</guid>\n"
-                         "  <dc:creator>Ann &amp; Bo</dc:creator>\n"
-                         "  <author>cy@example.com (Cy)</author>\n"
-                         "  <author>Dee &lt;dee@example.com&gt;</author>\n"
-                         "  <author>Ed</author>\n"
-                         "  <pubDate>Wed, 17 May 2006 14:32:10 +0200</pubDate>\n"
-                         "  <description>First</description>\n"
-                         "  <content:encoded>&lt;p&gt;Second&lt;/p&gt;</content:encoded>\n"
-                         "</item>\n"
-                         "<item><title>Undated</title><link>http://example.com/a b.html</link><guid>u</guid></item>"
-                         "<item><title>Unlinked</title><link></link><guid>v</guid></item>")));
+    ASSERT_TRUE(
+        read(rss("<link>http://example.com/</link>\n"
+                 "<item>\n"
+                 "  <title>Caf&eacute; &amp; bar</title>\n"
+                 "  <link>http://example.com/p?x=1&amp;y=2</link>\n"
+                 "  <guid isPermaLink=\"false\">tag:a&amp;b</guid>\n"
+                 "  <dc:creator>Ann &amp; Bo</dc:creator>\n"
+                 "  <author>cy@example.com (Cy)</author>\n"
+                 "  <author>Dee &lt;dee@example.com&gt;</author>\n"
+                 "  <author>Ed</author>\n"
+                 "  <pubDate>Wed, 17 May 2006 14:32:10 +0200</pubDate>\n"
+                 "  <description>First</description>\n"
+                 "  <content:encoded>&lt;p&gt;Second&lt;/p&gt;</content:encoded>\n"
+                 "</item>\n"
+                 "<item><title>Undated</title><link>http://example.com/a b.html</link><guid>u</guid></item>"
+                 "<item><title>Unlinked</title><link></link><guid>v</guid></item>")));
     ASSERT_EQ(feed->childCount(), 3);
     const ArticlePtr first = article(0);
     EXPECT_EQ(first->title(), "Caf\u00e9 & bar");

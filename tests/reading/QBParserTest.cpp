@@ -60,7 +60,10 @@ TEST_F(ParserFront, UndeclaredAndUnservedBytesAreUtf8WhenTheyAreValidUtf8AndLati
 TEST_F(ParserFront, AFewBadBytesBecomeReplacementCharactersAndAByteOrderMarkOrBlankLinesChangeNothing)
 {
     process("<?xml version=\"1.0\" encoding=\"UTF-8\"?><rss version=\"2.0\"><channel><title>Caf\xe9</title>"
-            "<item><title>Cr\xc3\xa8me \x93" "br\xfb" "l\xe9" "e\x94</title><guid>g1</guid></item></channel></rss>\n",
+            "<item><title>Cr\xc3\xa8me \x93"
+            "br\xfb"
+            "l\xe9"
+            "e\x94</title><guid>g1</guid></item></channel></rss>\n",
             QString());
     EXPECT_EQ(feed->encoding(), "UTF-8");
     EXPECT_EQ(feed->title(), u"Caf\uFFFD");
@@ -116,8 +119,9 @@ TEST_F(ParserFront, FormatDetectionLooksForTheAtomNamespacesAnywhereAndLetsAChan
     EXPECT_EQ(QBParser::idenitfyFeedFormat(
                   "<rss xmlns:atom=\"http://www.w3.org/2005/Atom\"><channel><atom:link/></channel></rss>"),
               QBParser::RSSFormat);
-    EXPECT_EQ(QBParser::idenitfyFeedFormat("<?xml version=\"1.0\"?><!-- <rss> --><feed><title>T</title></feed>"),
-              QBParser::AtomFormat)
+    EXPECT_EQ(
+        QBParser::idenitfyFeedFormat("<?xml version=\"1.0\"?><!-- <rss> --><feed><title>T</title></feed>"),
+        QBParser::AtomFormat)
         << "a feed that forgets its namespace is still Atom";
     EXPECT_EQ(QBParser::idenitfyFeedFormat("<rss><channel><feed/></channel></rss>"), QBParser::RSSFormat);
     EXPECT_EQ(QBParser::idenitfyFeedFormat(QString()), QBParser::RSSFormat);

@@ -27,7 +27,8 @@ const QDateTime mondayNoon(QDate(2010, 5, 17), QTime(12, 0), Qt::UTC);
 class TimeZoneOfTheUser
 {
 public:
-    explicit TimeZoneOfTheUser(const char *zone) : m_saved(qgetenv("TZ")), m_wasSet(qEnvironmentVariableIsSet("TZ"))
+    explicit TimeZoneOfTheUser(const char *zone)
+        : m_saved(qgetenv("TZ")), m_wasSet(qEnvironmentVariableIsSet("TZ"))
     {
         qputenv("TZ", zone);
         tzset();
@@ -65,13 +66,15 @@ TEST(FriendlyDate, TodayAndTheDaysAroundItAreNamed)
 
     // The day and the time are the user's, wherever the feed wrote the date.
     const CalendarDate sundayNightInChicago = dateAt(2010, 5, 16, 23, 30, -5 * 3600);
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(sundayNightInChicago, true, mondayNoon), "Today, " + timeText(4, 30));
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(sundayNightInChicago, true, mondayNoon),
+              "Today, " + timeText(4, 30));
     {
         const TimeZoneOfTheUser tokyo("Asia/Tokyo");
         EXPECT_EQ(QBUtilities::dateToFriendlyDate(sundayNightInChicago, true, mondayNoon),
                   "Today, " + timeText(13, 30));
         EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 17, 20, 0), false, mondayNoon),
-                  "Tuesday, 18 May") << "already tomorrow in Tokyo";
+                  "Tuesday, 18 May")
+            << "already tomorrow in Tokyo";
     }
 
     const QDateTime thursday(QDate(2012, 3, 8), QTime(9, 0), Qt::UTC);
@@ -102,7 +105,8 @@ TEST(EntityDecoding, NamedEntitiesOfTheWholeHtmlSetAreDecodedExactlyAsWritten)
 {
     EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("&copy; 2006 &ndash; &amp;"),
               u"\u00A9 2006 \u2013 &amp;");
-    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn("&trade;&bull;&hellip;&rsquo;&larr;&hearts;&alpha;&Omega;&apos;"),
+    EXPECT_EQ(QBUtilities::decodeCharacterEntitiesIn(
+                  "&trade;&bull;&hellip;&rsquo;&larr;&hearts;&alpha;&Omega;&apos;"),
               u"\u2122\u2022\u2026\u2019\u2190\u2665\u03B1\u03A9&apos;");
     EXPECT_EQ(
         QBUtilities::decodeCharacterEntitiesIn("&nbsp;&shy;&times;&ETH;&THORN;&szlig;&eth;&divide;&yuml;"),
@@ -179,7 +183,8 @@ TEST(FeedDateRule, IsoTextIsReadWholeToTheSecondWithItsOffset)
 
     LogCapture log;
     for (const char *unreadable : {"2006-05-17T14:3", "2006-05-17T14:32:10x02:00", "2006-05-17T25:00:00Z"})
-        EXPECT_TRUE(QBUtilities::dateFromCurrentValue(unreadable).isNull()) << "never a wrong instant: " << unreadable;
+        EXPECT_TRUE(QBUtilities::dateFromCurrentValue(unreadable).isNull())
+            << "never a wrong instant: " << unreadable;
 }
 
 TEST(FeedDateRule, OtherTextGoesToTheLenientReaderAndEmptyTextMeansNow)

@@ -161,10 +161,16 @@ DocumentDecoder::Decoded DocumentDecoder::decodeMarked(const QByteArray &bytes, 
     return decoded;
 }
 
+// Latin-1 as the web reads it: its unused control range holds Windows' quotes, dashes and euro sign,
+// which is what documents that say Latin-1 almost always mean by those bytes.
 std::optional<QString> DocumentDecoder::strictly(const QByteArray &bytes, const QString &name, bool validUtf8)
 {
     if (isUtf8Name(name))
         return validUtf8 ? std::optional<QString>(QString::fromUtf8(bytes)) : std::nullopt;
+    if (isLatin1Name(name)) {
+        const std::optional<QString> windows = TextDecoder::decode(bytes, QStringLiteral("windows-1252"));
+        return windows ? windows : TextDecoder::decode(bytes, name);
+    }
     return TextDecoder::decode(bytes, name);
 }
 
@@ -172,6 +178,8 @@ std::optional<QString> DocumentDecoder::leniently(const QByteArray &bytes, const
 {
     if (isUtf8Name(name))
         return QString::fromUtf8(bytes);
+    if (isLatin1Name(name))
+        return strictly(bytes, name, false);
     return TextDecoder::decodeLeniently(bytes, name);
 }
 
@@ -191,4 +199,10 @@ bool DocumentDecoder::isUtf8Name(const QString &name)
 {
     return name.compare(QLatin1String("utf-8"), Qt::CaseInsensitive) == 0 ||
            name.compare(QLatin1String("utf8"), Qt::CaseInsensitive) == 0;
+}
+
+bool DocumentDecoder::isLatin1Name(const QString &name)
+{
+    return name.compare(QLatin1String("iso-8859-1"), Qt::CaseInsensitive) == 0 ||
+           name.compare(QLatin1String("latin1"), Qt::CaseInsensitive) == 0;
 }

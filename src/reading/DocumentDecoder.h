@@ -33,4 +33,5 @@ private:
     static std::optional<QString> leniently(const QByteArray &bytes, const QString &name);
     static QString declaredEncoding(const QString &text);
     static bool isUtf8Name(const QString &name);
+    static bool isLatin1Name(const QString &name);
 };

@@ -188,6 +188,8 @@ TEST(ArticleRow, AStoredLinkNamesTheEnclosureWhateverTitleWasStored)
     EXPECT_EQ(enclosure->title(), "ep 13.mp3");
     enclosure->setLink(QUrl("https://cdn.example/casts/ep14/"));
     EXPECT_EQ(enclosure->title(), "ep14");
+    enclosure->setLink(QUrl("https://host.example/play/2/https%3A%2F%2Fcdn.example%2Fep15.m4a"));
+    EXPECT_EQ(enclosure->title(), "ep15.m4a");
     EXPECT_EQ(Enclosure().archiveToDictionary(),
               QVariantMap({{"size", quint64(0)}, {"mediaType", 0}, {"played", 0}}));
 }

@@ -407,7 +407,7 @@ void QBAtomParser::endElement(const char *name)
     }
 
     if (is(name, "author") || is(name, "contributor"))
-        finishPerson();
+        finishPerson(is(name, "author"));
     else if (is(name, "entry"))
         finishEntry();
     else if (is(name, "source") && m_sourceDepth == m_depth)
@@ -462,17 +462,15 @@ void QBAtomParser::takeDate()
         m_feed->setPublicationDate(date);
 }
 
-// A person read at feed level stands for every entry that names none of its own; one read in a source
-// for the entries copied from there.
-void QBAtomParser::finishPerson()
+// An author read at feed level stands for every entry that names none of its own; one read in a source
+// for the entry copied from there. Contributors stand only for themselves.
+void QBAtomParser::finishPerson(bool author)
 {
-    if (m_currentPerson) {
-        if (m_sourceDepth != 0)
-            m_pending.sourceAuthors.append(m_currentPerson);
-        else if (m_previousBlock == FeedLevel)
-            m_feedAuthors.append(m_currentPerson);
-        else
-            m_currentArticle->addAuthor(m_currentPerson);
+    if (m_currentPerson && m_sourceDepth == 0 && m_previousBlock != FeedLevel) {
+        m_currentArticle->addAuthor(m_currentPerson);
+        m_pending.ownAuthor = m_pending.ownAuthor || author;
+    } else if (m_currentPerson && author) {
+        (m_sourceDepth != 0 ? m_pending.sourceAuthors : m_feedAuthors).append(m_currentPerson);
     }
     m_block = m_previousBlock;
     resetContentType();
@@ -497,6 +495,7 @@ void QBAtomParser::finishEntry()
     }
     freshArticle();
     m_pending = PendingEntry();
+    m_sourceDepth = 0;
     m_block = FeedLevel;
     resetContentType();
 }
@@ -521,7 +520,7 @@ void QBAtomParser::completeNewEntry()
         article->setLegacyPublicationDate(m_feed->publicationDate());
     if (!m_pending.links.chosen().isEmpty())
         article->setLink(m_pending.links.chosen());
-    if (article->authors().isEmpty()) {
+    if (!m_pending.ownAuthor) {
         const auto &inherited = m_pending.sourceAuthors.isEmpty() ? m_feedAuthors : m_pending.sourceAuthors;
         for (const std::shared_ptr<QBPerson> &person : inherited)
             article->addAuthor(std::make_shared<QBPerson>(*person));

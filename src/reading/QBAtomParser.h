@@ -93,6 +93,7 @@ private:
         std::optional<Text> summary;
         QStringList dateTexts;
         QList<std::shared_ptr<QBPerson>> sourceAuthors;
+        bool ownAuthor = false;
         std::shared_ptr<Enclosure> enclosure;
         std::shared_ptr<Enclosure> mediaEnclosure;
         QUrl mediaPicture;
@@ -120,7 +121,7 @@ private:
     void takeMediaThumbnail();
     void takeContentType();
     void takeText(const char *name);
-    void finishPerson();
+    void finishPerson(bool author);
     void finishEntry();
     void completeNewEntry();
     void takeDate();

@@ -165,12 +165,13 @@ TEST_F(AtomReader, TheFeedTitleIsTakenOnlyWhenTheFeedHasNone)
 
 TEST_F(AtomReader, AuthorsAndContributorsBecomePersonsAndAFeedAuthorStandsForEveryEntryWithoutOne)
 {
-    ASSERT_TRUE(read(feed,
-                     "<author><name>Owner</name></author>"
-                     "<entry><id>1</id><author><name>Jos&amp;eacute;</name><email>jose@example.org</email>"
-                     "<uri>http://example.org/jose</uri></author>"
-                     "<contributor><name>Kim</name><url>http://example.org/kim</url></contributor></entry>"
-                     "<entry><id>2</id></entry><entry><id>3</id></entry>"));
+    ASSERT_TRUE(read(
+        feed,
+        "<author><name>Owner</name></author><contributor><name>Helper</name></contributor>"
+        "<entry><id>1</id><author><name>Jos&amp;eacute;</name><email>jose@example.org</email>"
+        "<uri>http://example.org/jose</uri></author>"
+        "<contributor><name>Kim</name><url>http://example.org/kim</url></contributor></entry>"
+        "<entry><id>2</id></entry><entry><id>3</id><contributor><name>Lee</name></contributor></entry>"));
     const auto authors = articleAt(feed, 0)->authors();
     ASSERT_EQ(authors.size(), 2);
     EXPECT_EQ(authors.at(0)->name(), "José");
@@ -179,10 +180,10 @@ TEST_F(AtomReader, AuthorsAndContributorsBecomePersonsAndAFeedAuthorStandsForEve
     EXPECT_TRUE(authors.at(0)->title().isNull());
     EXPECT_EQ(authors.at(1)->name(), "Kim");
     EXPECT_EQ(authors.at(1)->URI(), QUrl("http://example.org/kim"));
-    for (const int entry : {1, 2}) {
-        ASSERT_EQ(articleAt(feed, entry)->authors().size(), 1);
-        EXPECT_EQ(articleAt(feed, entry)->authors().at(0)->name(), "Owner");
-    }
+    ASSERT_EQ(articleAt(feed, 1)->authors().size(), 1);
+    EXPECT_EQ(articleAt(feed, 1)->authors().at(0)->name(), "Owner");
+    ASSERT_EQ(articleAt(feed, 2)->authors().size(), 2) << "a contributor is no author";
+    EXPECT_EQ(articleAt(feed, 2)->authors().at(1)->name(), "Owner");
 }
 
 TEST_F(AtomReader, APlanetEntryKeepsItsOwnTitleIdAndLinkWhateverItsSourceSays)

@@ -237,6 +237,10 @@ QTime timeOf(const DateParts &parts)
 
 CalendarDate NaturalDateReader::dateFromString(const QString &text)
 {
+    // No date is written in more, and a hostile feed's megabyte of text is not read as one.
+    constexpr qsizetype longestDate = 200;
+    if (text.size() > longestDate)
+        return CalendarDate();
     DateParts parts;
     const QStringList tokens = tokensOf(text);
     for (const QString &token : tokens) {

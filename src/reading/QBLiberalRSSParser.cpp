@@ -48,6 +48,10 @@ bool isReadFromAttributes(const QString &lowerName)
 // name and address; nothing for other shapes.
 std::optional<std::pair<QString, QString>> nameAndEmail(const QString &text)
 {
+    // Longer texts are no person's name and address, and the patterns would take too long over them.
+    constexpr qsizetype longestPerson = 320;
+    if (text.size() > longestPerson)
+        return std::nullopt;
     static const QRegularExpression emailThenName(QStringLiteral("^(\\S+@\\S+)\\s*\\((.+)\\)$"));
     static const QRegularExpression nameThenEmail(QStringLiteral("^(.+?)\\s*[<(](\\S+@[^\\s>)]+)[>)]$"));
     if (const QRegularExpressionMatch match = emailThenName.match(text); match.hasMatch())

@@ -228,8 +228,9 @@ CalendarDate QBUtilities::dateFromCurrentValue(const QString &text)
     if (text.isEmpty())
         return CalendarDate::now();
     const CalendarDate date = NaturalDateReader::dateFromString(text);
+    // A text far longer than any date is quoted only in part.
     if (date.isNull())
-        Log::write(
-            QStringLiteral("-[QBUtilities dateFromCurrentValue] cannot read the date \"%1\"").arg(text));
+        Log::write(QStringLiteral("-[QBUtilities dateFromCurrentValue] cannot read the date \"%1\"")
+                       .arg(text.left(200)));
     return date;
 }

@@ -2,13 +2,18 @@
 
 #include "platform/KeyedUnarchiver.h"
 
+#include <QStringList>
+
+// The file's own name, as a podcast's address ends with it: the last segment of the path, without the
+// query that so many add for their statistics. Hosts that wrap the real address into their own path,
+// escaped, still end with the file's name once it is unescaped.
 void Enclosure::setLink(const QUrl &link)
 {
     m_link = link;
     if (link.isEmpty())
         return;
-    const QString text = link.toString();
-    m_title = text.mid(text.lastIndexOf(QLatin1Char('/')) + 1);
+    const QStringList segments = link.path(QUrl::FullyDecoded).split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    m_title = segments.isEmpty() ? QString() : segments.last();
 }
 
 QVariantMap Enclosure::archiveToDictionary() const

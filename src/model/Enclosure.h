@@ -17,7 +17,7 @@ public:
     QString title() const { return m_title; }
     void setTitle(const QString &title) { m_title = title; }
     QUrl link() const { return m_link; }
-    void setLink(const QUrl &link); // a non-empty link also names the enclosure
+    void setLink(const QUrl &link); // a non-empty link also names the enclosure after its file
     QString localFilePath() const { return m_localFilePath; }
     void setLocalFilePath(const QString &path) { m_localFilePath = path; }
     QString mimeType() const { return m_mimeType; }

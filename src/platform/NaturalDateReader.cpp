@@ -13,29 +13,36 @@ const std::array<QString, 12> monthNames = {"january",   "february", "march",   
                                             "may",       "june",     "july",     "august",
                                             "september", "october",  "november", "december"};
 
-// Hours from UTC of the zone names mail and feeds use; single military letters are handled apart.
-const QHash<QString, int> &zoneHours()
+// Minutes from UTC of the zone names mail and feeds use; single military letters are handled apart.
+// Names that stand for more than one zone (IST, AST in Arabia) are left out: no reading is better
+// than a wrong one.
+const QHash<QString, int> &zoneMinutes()
 {
     static const QHash<QString, int> table = {
-        {"ut", 0},    {"utc", 0},  {"gmt", 0},   {"z", 0},     {"est", -5},  {"edt", -4},  {"cst", -6},
-        {"cdt", -5},  {"mst", -7}, {"mdt", -6},  {"pst", -8},  {"pdt", -7},  {"akst", -9}, {"akdt", -8},
-        {"hst", -10}, {"wet", 0},  {"west", 1},  {"bst", 1},   {"cet", 1},   {"cest", 2},  {"eet", 2},
-        {"eest", 3},  {"jst", 9},  {"aest", 10}, {"aedt", 11}, {"nzst", 12}, {"nzdt", 13}};
+        {"ut", 0},     {"utc", 0},    {"gmt", 0},    {"z", 0},      {"est", -300},  {"edt", -240},
+        {"et", -300},  {"cst", -360}, {"cdt", -300}, {"ct", -360},  {"mst", -420},  {"mdt", -360},
+        {"mt", -420},  {"pst", -480}, {"pdt", -420}, {"pt", -480},  {"akst", -540}, {"akdt", -480},
+        {"hst", -600}, {"adt", -180}, {"nst", -210}, {"ndt", -150}, {"brt", -180},  {"art", -180},
+        {"wet", 0},    {"west", 60},  {"bst", 60},   {"cet", 60},   {"cest", 120},  {"mez", 60},
+        {"mesz", 120}, {"eet", 120},  {"eest", 180}, {"msk", 180},  {"sast", 120},  {"eat", 180},
+        {"wat", 60},   {"pkt", 300},  {"ict", 420},  {"wib", 420},  {"sgt", 480},   {"hkt", 480},
+        {"awst", 480}, {"jst", 540},  {"kst", 540},  {"acst", 570}, {"acdt", 630},  {"aest", 600},
+        {"aedt", 660}, {"nzst", 720}, {"nzdt", 780}};
     return table;
 }
 
 // A..M east of Greenwich (skipping J, which means local time), N..Y west, as the military writes them.
-std::optional<int> militaryHours(const QString &name)
+std::optional<int> militaryMinutes(const QString &name)
 {
     if (name.size() != 1 || name == QLatin1String("j"))
         return std::nullopt;
     const char letter = name[0].toLatin1();
     if (letter >= 'a' && letter <= 'i')
-        return letter - 'a' + 1;
+        return (letter - 'a' + 1) * 60;
     if (letter >= 'k' && letter <= 'm')
-        return letter - 'k' + 10;
+        return (letter - 'k' + 10) * 60;
     if (letter >= 'n' && letter <= 'y')
-        return -(letter - 'n' + 1);
+        return -(letter - 'n' + 1) * 60;
     return std::nullopt;
 }
 
@@ -102,13 +109,13 @@ bool readZone(const QString &token, DateParts &parts)
     if (!match.hasMatch())
         return false;
     const QString name = match.captured(1);
-    const std::optional<int> hours =
-        zoneHours().contains(name) ? std::optional<int>(zoneHours().value(name)) : militaryHours(name);
-    if (!hours)
+    const std::optional<int> minutes =
+        zoneMinutes().contains(name) ? std::optional<int>(zoneMinutes().value(name)) : militaryMinutes(name);
+    if (!minutes)
         return false;
     if (match.hasCaptured(2) && !match.captured(2).isEmpty())
-        return *hours == 0 && readNumericOffset(match.captured(2), parts);
-    parts.set(parts.offsetSeconds, *hours * 3600);
+        return *minutes == 0 && readNumericOffset(match.captured(2), parts);
+    parts.set(parts.offsetSeconds, *minutes * 60);
     return true;
 }
 
@@ -128,11 +135,15 @@ bool readTimeSuffix(const QString &suffix, DateParts &parts)
            readZone(suffix, parts);
 }
 
-bool readTime(const QString &token, DateParts &parts)
+// "14:32", "14:32:10.25+02:00", and after an ISO date's "T" the basic "143210Z" as well.
+bool readTime(const QString &token, DateParts &parts, bool basicAllowed = false)
 {
-    static const QRegularExpression pattern(
+    static const QRegularExpression extended(
         QStringLiteral("^(\\d{1,2}):(\\d{2})(?::(\\d{2})(?:[.,]\\d+)?)?(.*)$"));
-    const QRegularExpressionMatch match = pattern.match(token);
+    static const QRegularExpression basic(QStringLiteral("^(\\d{2})(\\d{2})(?:(\\d{2})(?:[.,]\\d+)?)?(.*)$"));
+    QRegularExpressionMatch match = extended.match(token);
+    if (!match.hasMatch() && basicAllowed)
+        match = basic.match(token);
     if (!match.hasMatch())
         return false;
     parts.set(parts.hour, match.captured(1).toInt());
@@ -142,18 +153,22 @@ bool readTime(const QString &token, DateParts &parts)
     return true;
 }
 
-// "2006-05-17", "2006/05/17", and the same with a "T" and a time joined on.
+// "2006-05-17", "2006/05/17", the basic "20060517", the month alone "2006-05", and the same with a
+// "T" and a time joined on.
 bool readIsoDate(const QString &token, DateParts &parts)
 {
-    static const QRegularExpression pattern(
-        QStringLiteral("^(\\d{4})[-/](\\d{1,2})[-/](\\d{1,2})(?:t(.+))?$"));
-    const QRegularExpressionMatch match = pattern.match(token);
+    static const QRegularExpression extended(
+        QStringLiteral("^(\\d{4})[-/](\\d{1,2})(?:[-/](\\d{1,2}))?(?:t(.+))?$"));
+    static const QRegularExpression basic(QStringLiteral("^(\\d{4})(\\d{2})(\\d{2})(?:t(.+))?$"));
+    QRegularExpressionMatch match = extended.match(token);
+    if (!match.hasMatch())
+        match = basic.match(token);
     if (!match.hasMatch())
         return false;
     parts.set(parts.year, match.captured(1).toInt());
     parts.set(parts.month, match.captured(2).toInt());
-    parts.set(parts.day, match.captured(3).toInt());
-    if (match.hasCaptured(4) && !readTime(match.captured(4), parts))
+    parts.set(parts.day, match.hasCaptured(3) ? match.captured(3).toInt() : 1);
+    if (match.hasCaptured(4) && !readTime(match.captured(4), parts, true))
         parts.broken = true;
     return true;
 }
@@ -222,6 +237,10 @@ QTime timeOf(const DateParts &parts)
 
 CalendarDate NaturalDateReader::dateFromString(const QString &text)
 {
+    // No date is written in more, and a hostile feed's megabyte of text is not read as one.
+    constexpr qsizetype longestDate = 200;
+    if (text.size() > longestDate)
+        return CalendarDate();
     DateParts parts;
     const QStringList tokens = tokensOf(text);
     for (const QString &token : tokens) {

@@ -2,7 +2,10 @@
 
 #include "fetch/ImagingService.h"
 #include "model/Article.h"
+#include "model/Enclosure.h"
 #include "model/Feed.h"
+
+#include <limits>
 
 namespace {
 
@@ -19,8 +22,36 @@ qsizetype skipWhiteSpace(const QString &text, qsizetype from)
 
 QUrl FeedReaderSupport::urlFromText(const QString &text)
 {
-    const QUrl url(text, QUrl::StrictMode);
+    const QUrl url(text.trimmed(), QUrl::TolerantMode);
     return url.isValid() ? url : QUrl();
+}
+
+QUrl FeedReaderSupport::urlFromText(const QString &text, const QUrl &base)
+{
+    const QUrl url = urlFromText(text);
+    if (url.isEmpty() || !url.isRelative() || base.isEmpty() || base.isRelative())
+        return url;
+    return base.resolved(url);
+}
+
+bool FeedReaderSupport::isWebAddress(const QUrl &url)
+{
+    return url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https");
+}
+
+quint64 FeedReaderSupport::declaredSize(QStringView text)
+{
+    const QStringView digits = text.trimmed();
+    quint64 size = 0;
+    for (const QChar c : digits) {
+        if (c < u'0' || c > u'9')
+            break;
+        const quint64 digit = quint64(c.unicode() - u'0');
+        if (size > (std::numeric_limits<quint64>::max() - digit) / 10)
+            return std::numeric_limits<quint64>::max();
+        size = size * 10 + digit;
+    }
+    return size;
 }
 
 QString FeedReaderSupport::textWithTagsAsSpaces(const QString &text)
@@ -83,24 +114,49 @@ QUrl FeedReaderSupport::imageURLInSummary(const QString &fullSummary, const QUrl
     return urlFromText(candidate);
 }
 
+FeedReaderSupport::MediaContent FeedReaderSupport::mediaContent(const QUrl &url, const QString &type,
+                                                                const QString &medium,
+                                                                const QString &fileSize)
+{
+    const auto is = [&type, &medium](QStringView kind) {
+        return type.startsWith(kind, Qt::CaseInsensitive) || medium.startsWith(kind, Qt::CaseInsensitive);
+    };
+    MediaContent content;
+    if (url.isEmpty())
+        return content;
+    if (is(u"audio") || is(u"video")) {
+        content.enclosure = std::make_shared<Enclosure>();
+        content.enclosure->setLink(url);
+        content.enclosure->setMimeType(type);
+        content.enclosure->setSize(declaredSize(fileSize));
+    } else if (is(u"image")) {
+        content.picture = url;
+    }
+    return content;
+}
+
 void FeedReaderSupport::findImageURLInSummary(const QString &fullSummary, const ArticlePtr &article,
                                               const QUrl &feedLink)
 {
     const QUrl url = imageURLInSummary(fullSummary, feedLink);
-    if (url.isEmpty())
-        return;
-    article->setImageURL(url);
-    ImagingService::sharedImagingService().addToQueue(article);
+    if (!url.isEmpty())
+        article->setImageURL(url);
+    if (!article->imageURL().isEmpty())
+        ImagingService::sharedImagingService().addToQueue(article);
 }
 
-void FeedReaderSupport::finishArticle(FeedLibrary &library, const FeedPtr &feed, const ArticlePtr &article,
+bool FeedReaderSupport::markKnownArticle(FeedLibrary &library, const FeedPtr &feed, const ArticlePtr &article)
+{
+    if (!library.feedContainsArticle(feed, article))
+        return false;
+    if (const ArticlePtr known = library.articleWithGuid(article->guid(), feed))
+        known->setStillInFeed(true);
+    return true;
+}
+
+void FeedReaderSupport::addNewArticle(FeedLibrary &library, const FeedPtr &feed, const ArticlePtr &article,
                                       ArticleList &newArticles)
 {
-    if (library.feedContainsArticle(feed, article)) {
-        if (const ArticlePtr known = library.articleWithGuid(article->guid(), feed))
-            known->setStillInFeed(true);
-        return;
-    }
     library.saveSummary(article->fullSummary(), article);
     findImageURLInSummary(article->fullSummary(), article, feed->link());
     article->setFullSummary(QStringLiteral(""));

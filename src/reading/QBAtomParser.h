@@ -1,5 +1,6 @@
 // Reads one Atom document, from its raw bytes, into a feed: channel properties, authors, and new
-// articles stored and placed at the top. It never expands entities beyond XML's own nor touches the network.
+// articles stored and placed at the top. It never expands an entity the document declares nor touches
+// the network; what is not quite XML it mends or recovers from rather than losing the refresh.
 #pragma once
 
 #include "model/FeedLibrary.h"
@@ -9,6 +10,9 @@
 #include <QPair>
 #include <QString>
 #include <QStringDecoder>
+#include <QStringList>
+#include <QUrl>
+#include <optional>
 
 struct _xmlParserCtxt;
 
@@ -26,9 +30,13 @@ public:
 
     FeedPtr feed() const { return m_feed; }
     void setFeed(const FeedPtr &feed);
+    // The character set the server named for the bytes, if any; the document's own marks decide first.
+    void setEncoding(const QString &encoding) { m_servedEncoding = encoding; }
 
-    // False when the document is not well-formed: then no article is added, though what was read
-    // before the error (feed title, known articles marked, summaries stored) stays done.
+    // False only when there is nothing to read or the document refers to an entity it declares
+    // itself (which is never expanded): then no article is added, though what was read before
+    // (feed title, known articles marked, summaries stored) stays done. Other faults are recovered
+    // from and reported by parserError.
     bool parse();
     QString parserError() const { return m_parserError; }
 
@@ -62,26 +70,68 @@ private:
         TextContent = 2
     };
 
+    // A text element's value as written, with whether the element declared xhtml.
+    struct Text
+    {
+        QString value;
+        bool xhtml = false;
+    };
+
+    // The first link of each kind the feed or an entry names; the alternate one is its link.
+    struct Links
+    {
+        QUrl alternate;
+        QUrl first;
+        QUrl chosen() const { return alternate.isEmpty() ? first : alternate; }
+    };
+
+    // What an entry says that is only worth working out when the entry turns out to be new.
+    struct PendingEntry
+    {
+        Links links;
+        std::optional<Text> content;
+        std::optional<Text> summary;
+        QStringList dateTexts;
+        QList<std::shared_ptr<QBPerson>> sourceAuthors;
+        bool ownAuthor = false;
+        std::shared_ptr<Enclosure> enclosure;
+        std::shared_ptr<Enclosure> mediaEnclosure;
+        QUrl mediaPicture;
+        QString mediaDescription;
+    };
+
     struct SaxEvents; // the libxml2 callbacks, which forward to the members below
 
     void startElement(const char *name, const char **attributes);
     void endElement(const char *name);
     void appendText(const char *utf8, int length);
-    void stopWithError(const QString &message);
+    void noteError(const QString &message);
+    void refuse(const QString &message);
     QString detachedValue() const;
 
     void keepAttributes(const char **attributes);
     QString attribute(QLatin1String name) const;
     void appendStartTag(const char *name);
+    void enterBase();
+    void leaveBase();
+    QUrl base() const;
     void takeLink();
+    void takeEnclosureLink(const QUrl &href);
+    void takeMediaContent();
+    void takeMediaThumbnail();
     void takeContentType();
-    void finishPerson();
+    void takeText(const char *name);
+    void finishPerson(bool author);
     void finishEntry();
+    void completeNewEntry();
     void takeDate();
-    void setSummary();
+    void applyFeedLink();
+    void setSummary(const Text &text);
     void freshArticle();
+    bool inEntryProper() const;
 
     QByteArray m_data;
+    QString m_servedEncoding;
     FeedLibrary &m_feedLibrary;
     FeedPtr m_feed;
     ArticlePtr m_currentArticle;
@@ -94,7 +144,18 @@ private:
     int m_contentType = Unset;
     QStringDecoder m_utf8{QStringDecoder::Utf8, QStringDecoder::Flag::Stateless};
 
+    // Element depth, and the xml:base in force with the depth at which each was set.
+    int m_depth = 0;
+    QList<QPair<int, QUrl>> m_bases;
+    // Depth of the source element an entry copies from another feed; 0 outside one.
+    int m_sourceDepth = 0;
+    bool m_feedHadLink = false;
+    Links m_feedLinks;
+    QList<std::shared_ptr<QBPerson>> m_feedAuthors;
+    PendingEntry m_pending;
+
     _xmlParserCtxt *m_context = nullptr;
     QList<QByteArray> m_declaredEntities;
     QString m_parserError;
+    bool m_refused = false;
 };

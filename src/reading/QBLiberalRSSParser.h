@@ -4,8 +4,10 @@
 
 #include "model/FeedLibrary.h"
 
+#include <QList>
 #include <QString>
 #include <QStringView>
+#include <QUrl>
 
 class QBLiberalRSSParser
 {
@@ -56,13 +58,41 @@ public:
 private:
     using ElementAction = void (QBLiberalRSSParser::*)();
 
+    // An element whose end has not been seen yet, and where its text begins.
+    struct OpenElement
+    {
+        QStringView name;
+        qsizetype valueStart;
+    };
+
+    // What an item says that is only worth working out when the item turns out to be new.
+    struct PendingItem
+    {
+        QString summarySource;
+        QString linkText;
+        bool hasLink = false;
+        QString dateText;
+        bool hasDate = false;
+        QString mediaDescription;
+        QUrl mediaPicture;
+        std::shared_ptr<Enclosure> mediaEnclosure;
+    };
+
     // What closing the element does in the current block; null when the element is passed over.
     ElementAction actionForElement(const QString &lowerName) const;
-    void handleEndTag(const QString &token, qsizetype valueStart, bool cdataSeen);
+    void handleEndTag(const QString &token, bool cdataSeen);
     void handleStartTag(const QString &token);
+    void handleSingleTag(const QString &token);
+    qsizetype valueStartFor(QStringView name);
     void readEnclosure(const QString &tagText);
+    void readMediaContent(const QString &tagText);
+    void readMediaThumbnail(const QString &tagText);
+    QString attributeValue(const QString &tagText, QStringView name) const;
+    QUrl documentAddress() const;
     void finishItem();
+    void completeNewItem();
     void setSummary();
+    void applySummary(const QString &source);
 
     void setChannelTitle();
     void setChannelLink();
@@ -76,6 +106,7 @@ private:
     void addItemCreator();
     void addItemAuthor();
     void setItemDate();
+    void setMediaDescription();
 
     FeedLibrary *m_feedLibrary;
     QString m_currentValue = QStringLiteral("");
@@ -86,4 +117,7 @@ private:
     qsizetype m_index = 0;
     int m_block = Channel;
     int m_articleCount = 0;
+    QList<OpenElement> m_openElements;
+    qsizetype m_lastValueStart = 0;
+    PendingItem m_pending;
 };

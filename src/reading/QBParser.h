@@ -42,4 +42,6 @@ private:
     QString m_rawXML;
     int m_syndicationFormat = RSSFormat;
     QString m_encoding;
+    // What the caller named before the document had its say: the Atom reader decides from it too.
+    QString m_servedEncoding;
 };

@@ -5,42 +5,14 @@
 #include "reading/QBStringExtras.h"
 
 #include <QDir>
-#include <QHash>
 #include <QLocale>
 #include <QStandardPaths>
 #include <QUuid>
 #include <array>
+#include <libxml/HTMLparser.h>
+#include <optional>
 
 namespace {
-// HTML 4.01's Latin-1 entities in code-point order: the name at index i stands for U+00A0 + i.
-const std::array<const char *, 96> latin1Entities = {
-    "&nbsp;",   "&iexcl;",  "&cent;",   "&pound;",  "&curren;", "&yen;",    "&brvbar;", "&sect;",
-    "&uml;",    "&copy;",   "&ordf;",   "&laquo;",  "&not;",    "&shy;",    "&reg;",    "&macr;",
-    "&deg;",    "&plusmn;", "&sup2;",   "&sup3;",   "&acute;",  "&micro;",  "&para;",   "&middot;",
-    "&cedil;",  "&sup1;",   "&ordm;",   "&raquo;",  "&frac14;", "&frac12;", "&frac34;", "&iquest;",
-    "&Agrave;", "&Aacute;", "&Acirc;",  "&Atilde;", "&Auml;",   "&Aring;",  "&AElig;",  "&Ccedil;",
-    "&Egrave;", "&Eacute;", "&Ecirc;",  "&Euml;",   "&Igrave;", "&Iacute;", "&Icirc;",  "&Iuml;",
-    "&ETH;",    "&Ntilde;", "&Ograve;", "&Oacute;", "&Ocirc;",  "&Otilde;", "&Ouml;",   "&times;",
-    "&Oslash;", "&Ugrave;", "&Uacute;", "&Ucirc;",  "&Uuml;",   "&Yacute;", "&THORN;",  "&szlig;",
-    "&agrave;", "&aacute;", "&acirc;",  "&atilde;", "&auml;",   "&aring;",  "&aelig;",  "&ccedil;",
-    "&egrave;", "&eacute;", "&ecirc;",  "&euml;",   "&igrave;", "&iacute;", "&icirc;",  "&iuml;",
-    "&eth;",    "&ntilde;", "&ograve;", "&oacute;", "&ocirc;",  "&otilde;", "&ouml;",   "&divide;",
-    "&oslash;", "&ugrave;", "&uacute;", "&ucirc;",  "&uuml;",   "&yacute;", "&thorn;",  "&yuml;"};
-
-struct SpecialEntity
-{
-    const char *name;
-    char16_t character;
-};
-
-const std::array<SpecialEntity, 22> specialEntities = {
-    {{"&OElig;", 0x0152},  {"&oelig;", 0x0153},  {"&Scaron;", 0x0160}, {"&scaron;", 0x0161},
-     {"&Yuml;", 0x0178},   {"&circ;", 0x02C6},   {"&tilde;", 0x02DC},  {"&ndash;", 0x2013},
-     {"&mdash;", 0x2014},  {"&lsquo;", 0x2018},  {"&rsquo;", 0x2019},  {"&sbquo;", 0x201A},
-     {"&ldquo;", 0x201C},  {"&rdquo;", 0x201D},  {"&bdquo;", 0x201E},  {"&dagger;", 0x2020},
-     {"&Dagger;", 0x2021}, {"&hellip;", 0x2026}, {"&permil;", 0x2030}, {"&lsaquo;", 0x2039},
-     {"&rsaquo;", 0x203A}, {"&euro;", 0x20AC}}};
-
 // Optional spaces and sign, then digits; 0 when there are none.
 qint64 leadingInteger(QStringView text)
 {
@@ -64,28 +36,32 @@ qint64 leadingHexInteger(QStringView text)
     return value;
 }
 
-// Every name of both tables with its character; no name is in both.
-const QHash<QString, QChar> &namedEntities()
-{
-    static const QHash<QString, QChar> names = [] {
-        QHash<QString, QChar> table;
-        for (std::size_t i = 0; i < latin1Entities.size(); ++i)
-            table.insert(QLatin1String(latin1Entities[i]), QChar(char16_t(0x00A0 + i)));
-        for (const SpecialEntity &entity : specialEntities)
-            table.insert(QLatin1String(entity.name), QChar(entity.character));
-        return table;
-    }();
-    return names;
-}
-
 bool isEntityNameCharacter(QChar c)
 {
     return c.unicode() < 128 && c.isLetterOrNumber();
 }
 
-// One pass instead of one search per table entry. A name begins with '&', ends with ';' and holds
-// neither, so no two occurrences overlap and no decoded character can complete a new one: replacing
-// them in table order and replacing them where they stand give the same text.
+// XML's own five are left for the XML decoding, so that text decoded by it is never decoded twice.
+bool isXmlEntityName(QByteArrayView name)
+{
+    return name == "amp" || name == "lt" || name == "gt" || name == "quot" || name == "apos";
+}
+
+// HTML's meaning of a named reference, from libxml2's table of the HTML entities; none for other names.
+std::optional<char32_t> htmlEntity(QStringView name)
+{
+    constexpr qsizetype longestName = 16;
+    if (name.size() > longestName)
+        return std::nullopt;
+    const QByteArray latin = name.toLatin1();
+    if (isXmlEntityName(latin))
+        return std::nullopt;
+    const htmlEntityDesc *entity = htmlEntityLookup(reinterpret_cast<const xmlChar *>(latin.constData()));
+    return entity ? std::optional<char32_t>(entity->value) : std::nullopt;
+}
+
+// One pass over the text. A name begins with '&', ends with ';' and holds neither, so no two
+// occurrences overlap and no decoded character can complete a new one.
 QString decodeNamedEntities(const QString &text)
 {
     QString decoded;
@@ -97,11 +73,11 @@ QString decodeNamedEntities(const QString &text)
             ++end;
         if (end == text.size() || text[end] != QLatin1Char(';'))
             continue;
-        const auto found = namedEntities().constFind(text.mid(at, end - at + 1));
-        if (found == namedEntities().constEnd())
+        const std::optional<char32_t> character = htmlEntity(QStringView(text).sliced(at + 1, end - at - 1));
+        if (!character)
             continue;
         decoded.append(QStringView(text).mid(copiedUpTo, at - copiedUpTo));
-        decoded.append(*found);
+        decoded.append(QString::fromUcs4(&*character, 1));
         copiedUpTo = end + 1;
         at = end;
     }
@@ -138,23 +114,6 @@ QString timeText(const CalendarDate &date)
     return QLocale().toString(date.localMoment().time(), QLocale::ShortFormat);
 }
 
-// The positional reading of "2006-05-17T14:32:10+02:00"; only that exact length carries a zone.
-CalendarDate isoDateByPosition(const QString &text)
-{
-    const auto field = [&text](int from, int length) {
-        return int(leadingInteger(QStringView(text).mid(from, length)));
-    };
-    int offset = 0;
-    if (text.size() == 25) {
-        const int sign = text[19] == QLatin1Char('-') ? -1 : 1;
-        offset = sign * (field(20, 2) * 3600 + field(23, 2) * 60);
-    }
-    const QDate date(field(0, 4), field(5, 2), field(8, 2));
-    const QTime time(field(11, 2), field(14, 2), 0);
-    if (!date.isValid() || !time.isValid())
-        return CalendarDate();
-    return CalendarDate(QDateTime(date, time, Qt::OffsetFromUTC, offset), offset);
-}
 } // namespace
 
 QString QBUtilities::applicationSupportPath()
@@ -168,11 +127,16 @@ QString QBUtilities::dateToFriendlyDate(const CalendarDate &date, bool withTime)
     return dateToFriendlyDate(date, withTime, QDateTime::currentDateTime());
 }
 
-QString QBUtilities::dateToFriendlyDate(const CalendarDate &date, bool withTime, const QDateTime &now)
+// The day and the time are those of the user's own time zone, wherever the feed wrote the date.
+QString QBUtilities::dateToFriendlyDate(const CalendarDate &written, bool withTime, const QDateTime &now)
 {
-    if (date.isNull() || date.year() <= 1979)
+    if (written.isNull())
         return QStringLiteral("Unknown date");
-    const QDate today = now.date();
+    const QDateTime local = written.moment().toLocalTime();
+    const CalendarDate date(local, local.offsetFromUtc());
+    if (date.year() <= 1979)
+        return QStringLiteral("Unknown date");
+    const QDate today = now.toLocalTime().date();
     const bool sameYear = date.year() == today.year();
     // The time text is appended, never formatted, so nothing in it is taken for a specifier.
     const QString time = withTime ? timeText(date) : QString();
@@ -257,14 +221,16 @@ QString QBUtilities::hexRGBValueOfColor(const QColor &colour)
     return QLatin1Char('#') + component(rgb.redF()) + component(rgb.greenF()) + component(rgb.blueF());
 }
 
+// W3C and RFC 3339 dates are read whole, with their seconds and offset, by the same reader as the mail
+// dates, so that no shape of either falls to a reading by position.
 CalendarDate QBUtilities::dateFromCurrentValue(const QString &text)
 {
     if (text.isEmpty())
         return CalendarDate::now();
-    const bool positional = !text[0].isLetter() && text.size() >= 15 && text[10] == QLatin1Char('T');
-    const CalendarDate date = positional ? isoDateByPosition(text) : NaturalDateReader::dateFromString(text);
+    const CalendarDate date = NaturalDateReader::dateFromString(text);
+    // A text far longer than any date is quoted only in part.
     if (date.isNull())
-        Log::write(
-            QStringLiteral("-[QBUtilities dateFromCurrentValue] cannot read the date \"%1\"").arg(text));
+        Log::write(QStringLiteral("-[QBUtilities dateFromCurrentValue] cannot read the date \"%1\"")
+                       .arg(text.left(200)));
     return date;
 }

@@ -48,3 +48,63 @@ QString TagScanner::tagFollowingCDATA(const QString &text, qsizetype &index, qsi
     token += cdataClosing;
     return token;
 }
+
+QString TagScanner::valueForProperty(const QString &tag, const QString &name)
+{
+    if (tag.isEmpty())
+        return QStringLiteral("");
+    const qsizetype found = tag.indexOf(name, 0, Qt::CaseInsensitive);
+    if (found < 0)
+        return QStringLiteral("");
+    const QStringView span = QStringView(tag).first(tag.size() - 1);
+    qsizetype open = span.indexOf(u'"', found);
+    if (open < 0)
+        open = span.indexOf(u'\'', found);
+    if (open < 0)
+        return QStringLiteral("");
+    qsizetype close = tag.indexOf(u'"', open + 1);
+    if (close < 0)
+        close = tag.indexOf(u'\'', open + 1);
+    if (close < 0)
+        return QStringLiteral("");
+    return tag.sliced(open + 1, close - open - 1);
+}
+
+QString TagScanner::attribute(QStringView tagText, QStringView name)
+{
+    const auto isSpace = [](QChar c) { return c.isSpace() || c == u'/'; };
+    qsizetype at = 0;
+    // The element's own name comes first.
+    while (at < tagText.size() && !isSpace(tagText[at]))
+        ++at;
+    while (at < tagText.size()) {
+        while (at < tagText.size() && isSpace(tagText[at]))
+            ++at;
+        const qsizetype nameStart = at;
+        while (at < tagText.size() && !isSpace(tagText[at]) && tagText[at] != u'=')
+            ++at;
+        const QStringView attributeName = tagText.sliced(nameStart, at - nameStart);
+        while (at < tagText.size() && tagText[at].isSpace())
+            ++at;
+        QStringView value;
+        if (at < tagText.size() && tagText[at] == u'=') {
+            ++at;
+            while (at < tagText.size() && tagText[at].isSpace())
+                ++at;
+            const QChar quote = at < tagText.size() ? tagText[at] : QChar();
+            const bool quoted = quote == u'"' || quote == u'\'';
+            const qsizetype valueStart = quoted ? at + 1 : at;
+            qsizetype valueEnd = valueStart;
+            while (valueEnd < tagText.size() &&
+                   (quoted ? tagText[valueEnd] != quote : !tagText[valueEnd].isSpace()))
+                ++valueEnd;
+            value = tagText.sliced(valueStart, valueEnd - valueStart);
+            at = quoted ? std::min(valueEnd + 1, tagText.size()) : valueEnd;
+        }
+        if (!attributeName.isEmpty() && attributeName.compare(name, Qt::CaseInsensitive) == 0)
+            return value.isNull() ? QStringLiteral("") : value.toString();
+        if (attributeName.isEmpty() && at == nameStart)
+            ++at;
+    }
+    return QString();
+}

@@ -17,6 +17,13 @@ public:
     static QString nextTag(const QString &text, qsizetype &index);
     static bool isClosingTag(QStringView token) { return token.startsWith(u"</"); }
     static bool isSingleTag(QStringView token) { return token.endsWith(u"/>"); }
+    // The value of an attribute found by a loose search for its name, quoted either way (the quotes
+    // need not match); "" when there is none. Kept for the rules that have always read attributes so.
+    static QString valueForProperty(const QString &tag, const QString &name);
+    // The value of the attribute with exactly this name (in any letter case) in a tag's text, read
+    // attribute by attribute, so that a name inside another attribute's value is never taken for it;
+    // a null string when the tag has none. Values stay as written, entities and all.
+    static QString attribute(QStringView tagText, QStringView name);
 
 private:
     static QString tagFollowingCDATA(const QString &text, qsizetype &index, qsizetype start, qsizetype end);

@@ -24,8 +24,9 @@ public:
 
     bool isOpen() const { return m_handle != reinterpret_cast<iconv_t>(-1); }
 
-    // The whole input converted, or nothing when a byte is invalid or a sequence is cut off at the end.
-    std::optional<QString> run(const QByteArray &bytes)
+    // The whole input converted, or nothing when a byte is invalid or a sequence is cut off at the end;
+    // leniently, such bytes become replacement characters instead.
+    std::optional<QString> run(const QByteArray &bytes, bool lenient)
     {
         // One byte rarely gives more than one UTF-16 unit; the buffer grows for the sets where it does.
         m_text = QString(bytes.size() + 16, Qt::Uninitialized);
@@ -33,20 +34,38 @@ public:
         char *input = const_cast<char *>(bytes.constData());
         size_t inputLeft = size_t(bytes.size());
         while (inputLeft > 0) {
-            if (step(&input, &inputLeft) == Failed)
+            if (step(&input, &inputLeft) != Failed)
+                continue;
+            if (!lenient)
                 return std::nullopt;
+            // EILSEQ stops at the bad byte, EINVAL at a sequence the input ends inside.
+            const bool cutOff = errno == EINVAL;
+            appendReplacement();
+            iconv(m_handle, nullptr, nullptr, nullptr, nullptr);
+            ++input;
+            --inputLeft;
+            if (cutOff)
+                break;
         }
         // What a stateful set (ISO-2022-JP and the like) still holds is written out at the end.
         Outcome flushed;
         while ((flushed = step(nullptr, nullptr)) == Grown) {
         }
-        if (flushed == Failed)
+        if (flushed == Failed && !lenient)
             return std::nullopt;
         m_text.truncate(qsizetype(m_written / 2));
         return m_text;
     }
 
 private:
+    void appendReplacement()
+    {
+        if (m_written + 2 > size_t(m_text.size()) * 2)
+            m_text.resize(m_text.size() * 2);
+        m_text[qsizetype(m_written / 2)] = QChar(QChar::ReplacementCharacter);
+        m_written += 2;
+    }
+
     enum Outcome
     {
         Converted,
@@ -78,12 +97,27 @@ private:
 
 std::optional<QString> TextDecoder::decode(const QByteArray &bytes, const QString &ianaName)
 {
+    return run(bytes, ianaName, false);
+}
+
+std::optional<QString> TextDecoder::decodeLeniently(const QByteArray &bytes, const QString &ianaName)
+{
+    return run(bytes, ianaName, true);
+}
+
+bool TextDecoder::isKnown(const QString &ianaName)
+{
+    return isCharacterSetName(ianaName) && Conversion(ianaName.toUpper().toLatin1()).isOpen();
+}
+
+std::optional<QString> TextDecoder::run(const QByteArray &bytes, const QString &ianaName, bool lenient)
+{
     if (!isCharacterSetName(ianaName))
         return std::nullopt;
     Conversion conversion(ianaName.toUpper().toLatin1());
     if (!conversion.isOpen())
         return std::nullopt;
-    return conversion.run(bytes);
+    return conversion.run(bytes, lenient);
 }
 
 // iconv reads more than a name: "" stands for the locale's own set and suffixes such as "//IGNORE"

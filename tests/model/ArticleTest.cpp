@@ -1,4 +1,5 @@
 #include "model/Article.h"
+
 #include "model/ArticleRow.h"
 #include "model/Feed.h"
 #include "model/FeedLibrary.h"
@@ -119,7 +120,8 @@ TEST(ArticleRow, AnArticleSurvivesTheRoundTripThroughARow)
 {
     auto feed = std::make_shared<Feed>();
     auto original = richArticle(feed);
-    const ArticleRowValues row = storedRow(ArticleRow::rowValues(*original, ArticleRow::ArticlesTable, "full"));
+    const ArticleRowValues row =
+        storedRow(ArticleRow::rowValues(*original, ArticleRow::ArticlesTable, "full"));
 
     auto other = std::make_shared<Feed>();
     const ArticlePtr read = ArticleRow::articleFromRow(row, other, noLookup);
@@ -181,6 +183,13 @@ TEST(ArticleRow, AStoredLinkNamesTheEnclosureWhateverTitleWasStored)
         {{"title", "Episode"}, {"link", "http://example.com/casts/ep12.mp3"}, {"size", "1.5e6"}});
     EXPECT_EQ(enclosure->title(), "ep12.mp3");
     EXPECT_EQ(enclosure->size(), 1500000u);
+    // Podcast hosts add a query for their statistics; the file is still named by its path.
+    enclosure->setLink(QUrl("https://cdn.example/casts/ep%2013.mp3?src=rss&t=1#start"));
+    EXPECT_EQ(enclosure->title(), "ep 13.mp3");
+    enclosure->setLink(QUrl("https://cdn.example/casts/ep14/"));
+    EXPECT_EQ(enclosure->title(), "ep14");
+    enclosure->setLink(QUrl("https://host.example/play/2/https%3A%2F%2Fcdn.example%2Fep15.m4a"));
+    EXPECT_EQ(enclosure->title(), "ep15.m4a");
     EXPECT_EQ(Enclosure().archiveToDictionary(),
               QVariantMap({{"size", quint64(0)}, {"mediaType", 0}, {"played", 0}}));
 }

@@ -38,6 +38,10 @@ TEST(NaturalDateReader, ReadsTheDatesTheWebSends)
         {"2006-05-17 14:32:10", utc(2006, 5, 17, 14, 32, 10), 0},
         {"2006-05-17T14:32:10.25-05:00", utc(2006, 5, 17, 19, 32, 10), -5 * 3600},
         {"2006-05-17", utc(2006, 5, 17, 0, 0, 0), 0},
+        {"2006-05", utc(2006, 5, 1, 0, 0, 0), 0},
+        {"20060517T143210.5+0530", utc(2006, 5, 17, 9, 2, 10), 5 * 3600 + 30 * 60},
+        {"Wed, 17 May 2006 14:32:10 MSK", utc(2006, 5, 17, 11, 32, 10), 3 * 3600},
+        {"Wed, 17 May 2006 14:32:10 ACST", utc(2006, 5, 17, 5, 2, 10), 9 * 3600 + 30 * 60},
     };
     for (const Expected &expected : cases) {
         const CalendarDate date = NaturalDateReader::dateFromString(expected.text);
@@ -49,10 +53,10 @@ TEST(NaturalDateReader, ReadsTheDatesTheWebSends)
 
 TEST(NaturalDateReader, TextItCannotPlaceInFullGivesANullDate)
 {
-    for (const char *text :
-         {"", "   ", "hello", "yesterday", "Tue, 5 Jun 9:05", "32 Jun 2007", "5 Jun 2007 25:00",
-          "5 Jun 2007 10:00 XYZ", "5 Jun 2007 10:00 +0200 GMT", "5 Jun Jul 2007", "5 Jun 2007 10:00 J",
-          "5 Jun 2007 10:00 +2500", "29 Feb 2007", "5 6 7 2007 June", "2007-06-05T10"}) {
+    for (const char *text : {"", "   ", "hello", "yesterday", "Tue, 5 Jun 9:05", "32 Jun 2007",
+                             "5 Jun 2007 25:00", "5 Jun 2007 10:00 XYZ", "5 Jun 2007 10:00 +0200 GMT",
+                             "5 Jun Jul 2007", "5 Jun 2007 10:00 J", "5 Jun 2007 10:00 +2500", "29 Feb 2007",
+                             "5 6 7 2007 June", "2007-06-05T10", "5 Jun 2007 10:00 IST", "20070605T10"}) {
         EXPECT_TRUE(NaturalDateReader::dateFromString(text).isNull()) << text;
     }
 }

@@ -209,29 +209,36 @@ TEST_F(RSSReader, AUserGivenFeedTitleSurvivesEveryRefresh)
 
 TEST_F(RSSReader, ItemFieldsAreReadEachWithItsOwnDecoding)
 {
-    ASSERT_TRUE(read(rss("<link>http://example.com/</link>\n"
-                         "<item>\n"
-                         "  <title>Caf&eacute; &amp; bar</title>\n"
-                         "  <link>http://example.com/p?x=1&amp;y=2</link>\n"
-                         "  <guid isPermaLink=\"false\">tag:a&amp;b</guid>\n"
-                         "  <dc:creator>Ann &amp; Bo</dc:creator>\n"
-                         "  <author>cy@example.com (Cy)</author>\n"
-                         "  <pubDate>Wed, 17 May 2006 14:32:10 +0200</pubDate>\n"
-                         "  <description>First</description>\n"
-                         "  <content:encoded>&lt;p&gt;Second&lt;/p&gt;</content:encoded>\n"
-                         "</item>\n"
-                         "<item><title>Undated</title><link>not a link at all</link><guid>u</guid></item>")));
-    ASSERT_EQ(feed->childCount(), 2);
+    ASSERT_TRUE(
+        read(rss("<link>http://example.com/</link>\n"
+                 "<item>\n"
+                 "  <title>Caf&eacute; &amp; bar</title>\n"
+                 "  <link>http://example.com/p?x=1&amp;y=2</link>\n"
+                 "  <guid isPermaLink=\"false\">tag:a&amp;b</guid>\n"
+                 "  <dc:creator>Ann &amp; Bo</dc:creator>\n"
+                 "  <author>cy@example.com (Cy)</author>\n"
+                 "  <author>Dee &lt;dee@example.com&gt;</author>\n"
+                 "  <author>Ed</author>\n"
+                 "  <pubDate>Wed, 17 May 2006 14:32:10 +0200</pubDate>\n"
+                 "  <description>First</description>\n"
+                 "  <content:encoded>&lt;p&gt;Second&lt;/p&gt;</content:encoded>\n"
+                 "</item>\n"
+                 "<item><title>Undated</title><link>http://example.com/a b.html</link><guid>u</guid></item>"
+                 "<item><title>Unlinked</title><link></link><guid>v</guid></item>")));
+    ASSERT_EQ(feed->childCount(), 3);
     const ArticlePtr first = article(0);
     EXPECT_EQ(first->title(), "Caf\u00e9 & bar");
     EXPECT_EQ(first->link(), QUrl("http://example.com/p?x=1&y=2"));
     EXPECT_EQ(first->guid(), "tag:a&amp;b") << "guids are taken as written";
-    ASSERT_EQ(first->authors().size(), 2);
+    ASSERT_EQ(first->authors().size(), 4);
     EXPECT_EQ(first->authors().at(0)->name(), "Ann & Bo");
     EXPECT_EQ(first->authors().at(0)->title(), "Author");
     EXPECT_TRUE(first->authors().at(0)->email().isNull());
-    EXPECT_EQ(first->authors().at(1)->name(), "cy@example.com (Cy)");
-    EXPECT_EQ(first->authors().at(1)->email(), "cy@example.com (Cy)");
+    EXPECT_EQ(first->authors().at(1)->name(), "Cy");
+    EXPECT_EQ(first->authors().at(1)->email(), "cy@example.com");
+    EXPECT_EQ(first->authors().at(2)->name(), "Dee");
+    EXPECT_EQ(first->authors().at(2)->email(), "dee@example.com");
+    EXPECT_EQ(first->authors().at(3)->name(), "Ed");
     EXPECT_EQ(first->legacyPublicationDate().moment(),
               QDateTime(QDate(2006, 5, 17), QTime(12, 32, 10), Qt::UTC));
     EXPECT_EQ(first->summary(), " Second ") << "the last summary element of an item wins";
@@ -243,7 +250,9 @@ TEST_F(RSSReader, ItemFieldsAreReadEachWithItsOwnDecoding)
     EXPECT_EQ(first->fullSummary(), "") << "the full text lives in the database only";
 
     const ArticlePtr undated = article(1);
-    EXPECT_EQ(undated->link(), QUrl("http://example.com/")) << "an unreadable link gives way to the feed's";
+    EXPECT_EQ(undated->link().toString(QUrl::FullyEncoded), "http://example.com/a%20b.html")
+        << "a space is encoded, not a reason to drop the link";
+    EXPECT_EQ(article(2)->link(), QUrl("http://example.com/")) << "no link gives way to the feed's";
     const qint64 age = undated->legacyPublicationDate().moment().secsTo(QDateTime::currentDateTimeUtc());
     EXPECT_TRUE(age >= 0 && age < 600);
 }
@@ -362,35 +371,73 @@ TEST_F(RSSReader, AnItemWithoutTitleTakesItsSummaryCutAtSixtyCharacters)
     EXPECT_EQ(article(3)->title(), sixty + "...");
 }
 
-TEST_F(RSSReader, AnEnclosureNeedsAStartAndAnEndTagAndKeepsTheSignOfItsLength)
+TEST_F(RSSReader, APodcastEpisodeKeepsItsEnclosureHoweverTheTagIsClosed)
 {
+    feed->setFeed(QUrl("https://casts.example/show/feed.xml"));
     ASSERT_TRUE(read(rss(
-        "<item><guid>1</guid><enclosure url=\"http://example.com/a.mp3\" length=\"1234\" type=\"audio/mpeg\">"
-        "</enclosure></item>"
-        "<item><guid>2</guid><enclosure url=\"http://example.com/b.mp3\" length=\"1234\" "
-        "type=\"audio/mpeg\"/></item>"
-        "<item><guid>3</guid><ENCLOSURE URL='http://example.com/c.ogg' LENGTH='-1' "
-        "TYPE='audio/ogg'></ENCLOSURE>"
+        "<item>\n"
+        "  <title>Episode 12: Tides</title>\n"
+        "  <guid isPermaLink=\"false\">casts-12</guid>\n"
+        "  <enclosure url=\"https://cdn.example/ep12.mp3?src=rss&amp;type=full\" length=\"48213000\" "
+        "type=\"audio/mpeg\"/>\n"
+        "  <itunes:duration>41:07</itunes:duration>\n"
         "</item>"
-        "<item><guid>4</guid><enclosure length=\" 99999999999\"></enclosure></item>"
-        "<item><guid>5</guid><enclosure length=\"12 MB\" url=\"not a url\"></enclosure></item>")));
-    ASSERT_EQ(feed->childCount(), 5);
-    const auto first = article(0)->enclosure();
-    ASSERT_TRUE(first);
-    EXPECT_EQ(first->size(), 1234u);
-    EXPECT_EQ(first->mimeType(), "audio/mpeg");
-    EXPECT_EQ(first->link(), QUrl("http://example.com/a.mp3"));
-    EXPECT_EQ(first->title(), "a.mp3");
-    EXPECT_FALSE(article(1)->enclosure()) << "a self-closing enclosure never starts";
+        "<item><guid>2</guid><enclosure url=\"http://example.com/a.mp3\" length=\"1234\" type=\"audio/mpeg\">"
+        "</enclosure></item>"
+        "<item><guid>3</guid><ENCLOSURE URL='media/c.ogg' LENGTH='-1' TYPE='audio/ogg'></ENCLOSURE></item>"
+        "<item><guid>4</guid><enclosure length=\" 99999999999\"/></item>"
+        "<item><guid>5</guid>"
+        "<media:content url=\"http://example.com/clip.jpg\" medium=\"image\"/>"
+        "<media:content url=\"http://example.com/clip.mp4\" type=\"video/mp4\" fileSize=\"5000000000\">"
+        "<media:title>Clip</media:title></media:content></item>"
+        "<item><guid>6</guid><enclosure url=\"http://example.com/own.mp3\"/>"
+        "<media:content url=\"http://example.com/other.mp4\" medium=\"video\"/></item>")));
+    ASSERT_EQ(feed->childCount(), 6);
+    const auto podcast = article(0)->enclosure();
+    ASSERT_TRUE(podcast) << "a self-closing enclosure is how podcasts write it";
+    EXPECT_EQ(podcast->link(), QUrl("https://cdn.example/ep12.mp3?src=rss&type=full"));
+    EXPECT_EQ(podcast->title(), "ep12.mp3");
+    EXPECT_EQ(podcast->size(), 48213000u);
+    EXPECT_EQ(podcast->mimeType(), "audio/mpeg");
+
+    ASSERT_TRUE(article(1)->enclosure());
+    EXPECT_EQ(article(1)->enclosure()->size(), 1234u);
     ASSERT_TRUE(article(2)->enclosure());
-    EXPECT_EQ(article(2)->enclosure()->size(), 18446744073709551615u);
-    EXPECT_EQ(article(2)->enclosure()->link(), QUrl("http://example.com/c.ogg"));
+    EXPECT_EQ(article(2)->enclosure()->size(), 18446744073709551615u) << "a negative length keeps its sign";
+    EXPECT_EQ(article(2)->enclosure()->link(), QUrl("https://casts.example/show/media/c.ogg"));
     ASSERT_TRUE(article(3)->enclosure()) << "an enclosure without url is still made";
     EXPECT_EQ(article(3)->enclosure()->size(), 2147483647u);
     EXPECT_TRUE(article(3)->enclosure()->link().isEmpty());
-    ASSERT_TRUE(article(4)->enclosure());
-    EXPECT_EQ(article(4)->enclosure()->size(), 12u);
-    EXPECT_TRUE(article(4)->enclosure()->link().isEmpty());
+
+    const auto video = article(4)->enclosure();
+    ASSERT_TRUE(video) << "Media RSS video stands in for a missing enclosure";
+    EXPECT_EQ(video->link(), QUrl("http://example.com/clip.mp4"));
+    EXPECT_EQ(video->size(), 5000000000u);
+    EXPECT_EQ(article(4)->imageURL(), QUrl("http://example.com/clip.jpg"));
+    ASSERT_TRUE(article(5)->enclosure());
+    EXPECT_EQ(article(5)->enclosure()->link(), QUrl("http://example.com/own.mp3"));
+    for (int i = 0; i < feed->childCount(); ++i)
+        ImagingService::sharedImagingService().removeFromQueue(article(i));
+}
+
+TEST_F(RSSReader, InlineMarkupKeepsItsTextAndNoEmptyElementBlanksAnother)
+{
+    ASSERT_TRUE(read(rss("<item><guid>1</guid>"
+                         "<description>Text <b>bold</b> after <a href=\"x\">link</a><br> end</description>"
+                         "<content:encoded></content:encoded></item>"
+                         "<item><guid>2</guid><description>Short</description>"
+                         "<content:encoded><![CDATA[<p>Long</p>]]></content:encoded></item>"
+                         "<item><guid>3</guid><media:group><media:thumbnail url=\"http://v.example/3.jpg\"/>"
+                         "<media:description>Only this</media:description></media:group></item>")));
+    ASSERT_EQ(feed->childCount(), 3);
+    EXPECT_EQ(library.longSummaryForArticle(article(0)),
+              "Text <b>bold</b> after <a href=\"x\">link</a><br> end");
+    EXPECT_EQ(article(0)->summary(), "Text  bold  after  link   end");
+    EXPECT_EQ(library.longSummaryForArticle(article(1)), "<p>Long</p>");
+    EXPECT_EQ(article(2)->summary(), "Only this") << "video sites write no other text";
+    EXPECT_EQ(article(2)->imageURL(), QUrl("http://v.example/3.jpg"));
+    EXPECT_TRUE(ImagingService::sharedImagingService().queue().contains(article(2)));
+    ImagingService::sharedImagingService().removeFromQueue(article(2));
 }
 
 TEST_F(RSSReader, ChannelElementsAfterTheFirstItemAreIgnoredUntilAnImageEnds)
@@ -430,7 +477,8 @@ TEST_F(RSSReader, RSS10ItemsListOpensTheItemBlockBeforeTheFirstItem)
     const ArticlePtr item = article(0);
     EXPECT_EQ(item->title(), "Said between the list and the first item");
     EXPECT_EQ(item->guid(), "Said between the list and the first item-http://example.org/1");
-    EXPECT_EQ(item->legacyPublicationDate().moment(), QDateTime(QDate(2006, 5, 17), QTime(12, 32), Qt::UTC));
+    EXPECT_EQ(item->legacyPublicationDate().moment(),
+              QDateTime(QDate(2006, 5, 17), QTime(12, 32, 10), Qt::UTC));
     EXPECT_EQ(item->legacyPublicationDate().offsetSeconds(), 7200);
     ASSERT_EQ(item->authors().size(), 1);
 }

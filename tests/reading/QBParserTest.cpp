@@ -5,6 +5,7 @@
 #include "model/Feed.h"
 
 #include <QDateTime>
+#include <QStringEncoder>
 #include <gtest/gtest.h>
 
 namespace {
@@ -43,12 +44,44 @@ const QByteArray rssBody = "<rss version=\"2.0\"><channel><title>Caf\xc3\xa9</ti
 
 } // namespace
 
-TEST_F(ParserFront, BytesWithoutDeclarationOrStoredEncodingAreReadAsLatin1)
+TEST_F(ParserFront, UndeclaredAndUnservedBytesAreUtf8WhenTheyAreValidUtf8AndLatin1Otherwise)
 {
     process(rssBody, QString());
-    EXPECT_EQ(feed->encoding(), "iso-8859-1");
-    EXPECT_EQ(feed->title(), QString::fromLatin1("Caf\xc3\xa9"));
+    EXPECT_EQ(feed->encoding(), "utf-8");
+    EXPECT_EQ(feed->title(), QString::fromUtf8("Caf\xc3\xa9"));
     EXPECT_EQ(format, QBParser::RSSFormat);
+
+    feed = std::make_shared<Feed>();
+    process("<rss><channel><title>\x93"
+            "Caf\xe9\x94</title></channel></rss>",
+            QString());
+    EXPECT_EQ(feed->encoding(), "iso-8859-1");
+    EXPECT_EQ(feed->title(), u"\u201CCaf\u00E9\u201D")
+        << "with the quotes Windows puts in Latin-1's control range";
+}
+
+TEST_F(ParserFront, AFewBadBytesBecomeReplacementCharactersAndAByteOrderMarkOrBlankLinesChangeNothing)
+{
+    process("<?xml version=\"1.0\" encoding=\"UTF-8\"?><rss version=\"2.0\"><channel><title>Caf\xe9</title>"
+            "<item><title>Cr\xc3\xa8me \x93"
+            "br\xfb"
+            "l\xe9"
+            "e\x94</title><guid>g1</guid></item></channel></rss>\n",
+            QString());
+    EXPECT_EQ(feed->encoding(), "UTF-8");
+    EXPECT_EQ(feed->title(), u"Caf\uFFFD");
+    EXPECT_EQ(firstTitle(), u"Cr\u00E8me \uFFFDbr\uFFFDl\uFFFDe\uFFFD");
+
+    for (const QByteArray &lead : {QByteArray("\xef\xbb\xbf"), QByteArray("\n\n  \r\n")}) {
+        feed = std::make_shared<Feed>();
+        process(lead + "<?xml version=\"1.0\" encoding=\"UTF-8\"?>" + rssBody, QStringLiteral("iso-8859-1"));
+        EXPECT_EQ(feed->title(), QString::fromUtf8("Caf\xc3\xa9"));
+        EXPECT_EQ(firstTitle(), QString::fromUtf8("Cr\xc3\xa8me"));
+    }
+    feed = std::make_shared<Feed>();
+    QStringEncoder utf16(QStringEncoder::Utf16LE);
+    process("\xff\xfe" + QByteArray(utf16(QString::fromUtf8(rssBody))), QStringLiteral("iso-8859-1"));
+    EXPECT_EQ(firstTitle(), QString::fromUtf8("Cr\xc3\xa8me")) << "the mark wins over the served set";
 }
 
 TEST_F(ParserFront, ADeclaredEncodingReplacesTheStoredOneWhetherDoubleOrSingleQuoted)
@@ -89,8 +122,11 @@ TEST_F(ParserFront, FormatDetectionLooksForTheAtomNamespacesAnywhereAndLetsAChan
     EXPECT_EQ(QBParser::idenitfyFeedFormat(
                   "<rss xmlns:atom=\"http://www.w3.org/2005/Atom\"><channel><atom:link/></channel></rss>"),
               QBParser::RSSFormat);
-    EXPECT_EQ(QBParser::idenitfyFeedFormat("<feed xmlns=\"http://www.w3.org/2005/atom\">"),
-              QBParser::RSSFormat);
+    EXPECT_EQ(
+        QBParser::idenitfyFeedFormat("<?xml version=\"1.0\"?><!-- <rss> --><feed><title>T</title></feed>"),
+        QBParser::AtomFormat)
+        << "a feed that forgets its namespace is still Atom";
+    EXPECT_EQ(QBParser::idenitfyFeedFormat("<rss><channel><feed/></channel></rss>"), QBParser::RSSFormat);
     EXPECT_EQ(QBParser::idenitfyFeedFormat(QString()), QBParser::RSSFormat);
 }
 

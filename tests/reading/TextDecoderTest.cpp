@@ -39,12 +39,21 @@ TEST(TextDecoder, ValidUtf8DecodesIncludingCharactersBeyondTheBasicPlaneAndKeeps
         << "a zero byte is a character like any other";
 }
 
-TEST(TextDecoder, InvalidOrCutOffUtf8GivesNoText)
+TEST(TextDecoder, InvalidOrCutOffUtf8GivesNoTextOrLenientlyAReplacementCharacterApiece)
 {
     for (const QByteArray &bad :
          {QByteArray("bad \xc3( byte"), QByteArray("cut off \xe2\x82"), QByteArray("overlong \xc0\xaf"),
           QByteArray("surrogate \xed\xa0\x80"), QByteArray("latin-1 caf\xe9")})
         EXPECT_FALSE(TextDecoder::decode(bad, QStringLiteral("utf-8"))) << bad.constData();
+
+    const auto lenient = [](const QByteArray &bytes, const char *name) {
+        return TextDecoder::decodeLeniently(bytes, QString::fromLatin1(name)).value_or("<nothing>");
+    };
+    EXPECT_EQ(lenient("bad \xc3( caf\xc3\xa9", "utf-8"), u"bad \uFFFD( caf\u00E9");
+    EXPECT_EQ(lenient("cut off \xe2\x82", "utf-8"), u"cut off \uFFFD");
+    EXPECT_EQ(lenient("\x93quoted\x94 \x81 \x80", "windows-1252"), u"\u201Cquoted\u201D \uFFFD \u20AC");
+    EXPECT_EQ(lenient("\x82\xa0\xff\x82\xa2", "shift_jis"), u"\u3042\uFFFD\u3044");
+    EXPECT_EQ(lenient("x", "x-no-such-charset"), "<nothing>");
 }
 
 TEST(TextDecoder, Windows1252HasItsOwnPunctuationAndRefusesItsUnassignedBytes)

@@ -33,6 +33,31 @@ QByteArray gzipped(const QByteArray &bytes)
     return out;
 }
 
+// Deflated piece by piece, so that the bomb never exists unpacked in the test's memory either.
+QByteArray gzippedZeros(qint64 count)
+{
+    z_stream stream{};
+    deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+    const QByteArray zeros(1 << 20, '\0');
+    QByteArray out;
+    char buffer[1 << 16];
+    for (qint64 left = count; left >= 0; left -= zeros.size()) {
+        const bool last = left <= zeros.size();
+        stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(zeros.constData()));
+        stream.avail_in = uInt(last ? left : zeros.size());
+        do {
+            stream.next_out = reinterpret_cast<Bytef *>(buffer);
+            stream.avail_out = sizeof buffer;
+            deflate(&stream, last ? Z_FINISH : Z_NO_FLUSH);
+            out.append(buffer, qsizetype(sizeof buffer - stream.avail_out));
+        } while (stream.avail_out == 0);
+        if (last)
+            break;
+    }
+    deflateEnd(&stream);
+    return out;
+}
+
 QByteArray reasonPhrase(int status)
 {
     switch (status) {
@@ -48,6 +73,12 @@ QByteArray reasonPhrase(int status)
         return "Unauthorized";
     case 404:
         return "Not Found";
+    case 429:
+        return "Too Many Requests";
+    case 500:
+        return "Internal Server Error";
+    case 503:
+        return "Service Unavailable";
     default:
         return "Status";
     }
@@ -60,6 +91,13 @@ LoopbackServer::Response LoopbackServer::Response::ok(const QByteArray &body, co
     Response response;
     response.body = body;
     response.withHeader("Content-Type", contentType);
+    return response;
+}
+
+LoopbackServer::Response LoopbackServer::Response::gzipBomb(qint64 inflatedBytes)
+{
+    Response response = ok(gzippedZeros(inflatedBytes), "application/rss+xml");
+    response.withHeader("Content-Encoding", "gzip");
     return response;
 }
 
@@ -263,11 +301,16 @@ void LoopbackServer::answer(int socket, const Response &response)
         head += name + ": " + value + "\r\n";
     if (response.gzip)
         head += "Content-Encoding: gzip\r\n";
-    if (response.status != 304)
+    if (response.status != 304 && !response.endless)
         head += "Content-Length: " + QByteArray::number(body.size()) + "\r\n";
     head += "Connection: close\r\n\r\n";
     if (!sendAll(socket, head))
         return;
+    if (response.endless) {
+        while (sendAll(socket, body)) {
+        }
+        return;
+    }
     const QByteArray sent = response.closeMidBody ? body.left(body.size() / 2) : body;
     const qsizetype piece = response.chunkSize > 0 ? response.chunkSize : qMax<qsizetype>(sent.size(), 1);
     for (qsizetype offset = 0; offset < sent.size(); offset += piece) {

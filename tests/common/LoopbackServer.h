@@ -35,8 +35,12 @@ public:
         // Sends the body in pieces of this size (0: at once), pausing between them.
         int chunkSize = 0;
         int chunkDelayMs = 0;
+        // Sends the body over and over, announcing no length, until the client goes away.
+        bool endless = false;
 
         static Response ok(const QByteArray &body, const QByteArray &contentType = "text/plain");
+        // A small gzip answer that unpacks to this many zero bytes.
+        static Response gzipBomb(qint64 inflatedBytes);
         static Response redirect(const QString &location, int status = 302);
         static Response authenticationRequired(const QString &realm = "QuillBay test");
         static Response notModified();

@@ -1,6 +1,7 @@
 #include "LoopbackServer.h"
 
 #include <algorithm>
+#include <iterator>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <fcntl.h>
@@ -162,13 +163,13 @@ LoopbackServer::~LoopbackServer()
     m_wake.notify_all();
     if (m_acceptor.joinable())
         m_acceptor.join();
-    std::vector<std::thread> connections;
+    std::vector<Connection> connections;
     {
         std::lock_guard locker(m_lock);
         connections.swap(m_connections);
     }
-    for (std::thread &connection : connections)
-        connection.join();
+    for (Connection &connection : connections)
+        connection.thread.join();
     if (m_listener >= 0)
         ::close(m_listener);
 }
@@ -216,12 +217,30 @@ void LoopbackServer::acceptLoop()
         const int socket = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
         if (socket < 0)
             continue;
+        joinFinishedConnections();
+        auto finished = std::make_shared<std::atomic<bool>>(false);
         std::lock_guard locker(m_lock);
-        m_connections.emplace_back([this, socket] {
-            serve(socket);
-            ::close(socket);
-        });
+        m_connections.push_back({std::thread([this, socket, finished] {
+                                     serve(socket);
+                                     ::close(socket);
+                                     *finished = true;
+                                 }),
+                                 finished});
     }
+}
+
+void LoopbackServer::joinFinishedConnections()
+{
+    std::vector<Connection> finished;
+    {
+        std::lock_guard locker(m_lock);
+        const auto done = std::partition(m_connections.begin(), m_connections.end(),
+                                         [](const Connection &connection) { return !*connection.finished; });
+        std::move(done, m_connections.end(), std::back_inserter(finished));
+        m_connections.erase(done, m_connections.end());
+    }
+    for (Connection &connection : finished)
+        connection.thread.join();
 }
 
 void LoopbackServer::serve(int socket)

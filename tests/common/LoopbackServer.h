@@ -10,6 +10,7 @@
 #include <QUrl>
 #include <atomic>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -91,6 +92,13 @@ private:
     std::condition_variable m_wake;
     QMap<QString, Response> m_routes;
     QList<Request> m_requests;
-    std::vector<std::thread> m_connections;
+    struct Connection
+    {
+        std::thread thread;
+        std::shared_ptr<std::atomic<bool>> finished;
+    };
+    // Finished ones are joined as new ones come, so that a long run holds no stacks of old connections.
+    void joinFinishedConnections();
+    std::vector<Connection> m_connections;
     std::thread m_acceptor;
 };

@@ -79,10 +79,11 @@ QByteArray feedWithPictures(const LoopbackServer &server, int feed, int items)
                       "</title><link>http://127.0.0.1/</link>\n";
     for (int item = 0; item < items; ++item) {
         const QByteArray id = QByteArray::number(feed) + "-" + QByteArray::number(item);
-        text += "<item><title>Story " + id + "</title><guid>" + id +
-                "</guid><pubDate>Mon, 23 Nov 2026 10:00:00 GMT</pubDate><description><![CDATA[<p><img src=\"" +
-                server.url("/picture.jpg").toEncoded() + "?n=" + id + "\"> " + QByteArray(1500, 'w') +
-                "</p>]]></description></item>\n";
+        text +=
+            "<item><title>Story " + id + "</title><guid>" + id +
+            "</guid><pubDate>Mon, 23 Nov 2026 10:00:00 GMT</pubDate><description><![CDATA[<p><img src=\"" +
+            server.url("/picture.jpg").toEncoded() + "?n=" + id + "\"> " + QByteArray(1500, 'w') +
+            "</p>]]></description></item>\n";
     }
     return text + "</channel></rss>\n";
 }
@@ -174,7 +175,8 @@ int main(int argc, char **argv)
     pictures.route("/picture.jpg", Response::ok(jpegPicture(), "image/jpeg"));
     for (int f = 0; f < pictureFeeds; ++f) {
         const QString path = QStringLiteral("/pictures%1.xml").arg(f);
-        pictures.route(path, Response::ok(feedWithPictures(pictures, f, itemsPerFeed), "application/rss+xml"));
+        pictures.route(path,
+                       Response::ok(feedWithPictures(pictures, f, itemsPerFeed), "application/rss+xml"));
         addFeed(library, pictures.url(path));
     }
     ImagingService &thumbnails = ImagingService::sharedImagingService();

@@ -74,9 +74,8 @@ FeedEditorController::FeedEditorController(FeedLibrary &feedLibrary, Notificatio
       m_desktop(desktop), m_iconImageView(new QLabel(this)), m_panelTitleField(new QLabel(this)),
       m_feedTitleField(new QLineEdit(this)), m_webLinkField(new QLineEdit(this)),
       m_feedLinkField(new QLineEdit(this)), m_refreshStatusField(new QLabel(this)),
-      m_descriptionWebView(new QTextBrowser(this)),
-      m_retentionPeriodPopUp(new QComboBox(this)), m_refreshIntervalPopUp(new QComboBox(this)),
-      m_podcastTable(new QTableWidget(this))
+      m_descriptionWebView(new QTextBrowser(this)), m_retentionPeriodPopUp(new QComboBox(this)),
+      m_refreshIntervalPopUp(new QComboBox(this)), m_podcastTable(new QTableWidget(this))
 {
     setWindowTitle(tr("Feed"));
     QFont titleFont = m_panelTitleField->font();
@@ -244,11 +243,11 @@ void FeedEditorController::showRefreshStatus()
 {
     const QString reason = m_feed->failureReason();
     const QDateTime succeeded = m_feed->lastSucceeded();
-    const QString when = succeeded.isValid()
-                             ? QLocale().toString(succeeded.toLocalTime(), QLocale::ShortFormat)
-                             : QString();
+    const QString when =
+        succeeded.isValid() ? QLocale().toString(succeeded.toLocalTime(), QLocale::ShortFormat) : QString();
     if (reason.isEmpty()) {
-        m_refreshStatusField->setText(when.isEmpty() ? tr("Not yet refreshed") : tr("Succeeded %1").arg(when));
+        m_refreshStatusField->setText(when.isEmpty() ? tr("Not yet refreshed")
+                                                     : tr("Succeeded %1").arg(when));
         m_refreshStatusField->setStyleSheet(QString());
         return;
     }

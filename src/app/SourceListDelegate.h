@@ -1,5 +1,6 @@
-// Draws one source-list row (icon, title, failure mark, unread badge, new-articles dot, activity spinner)
-// and edits its title in place. It reads rows only through the model's roles and never changes the library itself.
+// Draws one source-list row (icon, title, failure mark, unread badge, new-articles dot, activity
+// spinner) and edits its title in place. It reads rows only through the model's roles and never changes
+// the library itself.
 #pragma once
 
 #include <QStyledItemDelegate>
@@ -49,7 +50,8 @@ private:
     void drawTitle(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
     void drawBadge(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
     void drawNewDot(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
-    void drawFailureMark(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
+    void drawFailureMark(QPainter *painter, const QStyleOptionViewItem &option,
+                         const QModelIndex &index) const;
     void drawSpinner(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
 
     int m_rowHeight = LargeRowHeight;

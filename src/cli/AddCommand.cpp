@@ -82,11 +82,13 @@ int AddCommand::run() const
             runUntil([&] { return updater.isIdle(FeedUpdater::IconLane); }, QDeadlineTimer(iconWaitMs));
     }
     if (!added) {
-        Console::complain(QStringLiteral("no feed found at %1: %2")
-                              .arg(m_address, reason.isEmpty() ? QStringLiteral("not a web address") : reason));
+        Console::complain(
+            QStringLiteral("no feed found at %1: %2")
+                .arg(m_address, reason.isEmpty() ? QStringLiteral("not a web address") : reason));
         return ExitNoFeed;
     }
     library.save();
-    Console::print(QStringLiteral("Added %1  <%2>\n").arg(Console::oneLine(added->title()), added->feed().toString()));
+    Console::print(
+        QStringLiteral("Added %1  <%2>\n").arg(Console::oneLine(added->title()), added->feed().toString()));
     return ExitSuccess;
 }

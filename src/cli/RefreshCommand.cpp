@@ -66,8 +66,9 @@ int RefreshCommand::run() const
                 newArticles += fresh;
                 failures += failed ? 1 : 0;
                 ++finished;
-                const QString outcome = failed ? QStringLiteral("failed: ") + Console::oneLine(feed->failureReason())
-                                               : QStringLiteral("%1 new").arg(fresh);
+                const QString outcome =
+                    failed ? QStringLiteral("failed: ") + Console::oneLine(feed->failureReason())
+                           : QStringLiteral("%1 new").arg(fresh);
                 if (onTerminal)
                     Console::print(QStringLiteral("[%1/%2] %3: %4\n")
                                        .arg(finished)

@@ -2,10 +2,10 @@
 
 #include "fetch/Downloader.h"
 #include "fetch/FeedUpdater.h"
+#include "fetch/TransferFailure.h"
 #include "fetch/URLHandlerCommand.h"
 #include "platform/CalendarDate.h"
 #include "platform/NotificationCenter.h"
-#include "fetch/TransferFailure.h"
 #include "reading/QBParser.h"
 #include "reading/TextDecoder.h"
 
@@ -275,8 +275,8 @@ void startElement(void *context, const xmlChar *name, const xmlChar **attributes
     const QUrl address = href.isEmpty() ? QUrl() : usableAddress(scan->base, href);
     if (address.isEmpty())
         return;
-    const QStringList keys = AddFeedController::keysForLink(attribute(attributes, "rel"),
-                                                            attribute(attributes, "type"));
+    const QStringList keys =
+        AddFeedController::keysForLink(attribute(attributes, "rel"), attribute(attributes, "type"));
     for (const QString &key : keys)
         scan->properties.insert(key, address);
 }

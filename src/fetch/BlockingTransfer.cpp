@@ -2,8 +2,8 @@
 
 #include "fetch/TransferDefaults.h"
 
-#include <curl/curl.h>
 #include <algorithm>
+#include <curl/curl.h>
 #include <memory>
 #include <mutex>
 

@@ -312,8 +312,7 @@ bool Downloader::fileResponse()
     // Another transfer may take a name between the look and the open; the open then fails and the next
     // free name is tried.
     for (int attempt = 0; attempt < 100; ++attempt) {
-        const QString chosen =
-            downloadType() == DownloadTypeIcon ? name : freeFileName(m_destination, name);
+        const QString chosen = downloadType() == DownloadTypeIcon ? name : freeFileName(m_destination, name);
         const QString part = downloadType() == DownloadTypeIcon
                                  ? freeFileName(m_destination, chosen + QStringLiteral(".part"))
                                  : chosen + QStringLiteral(".part");
@@ -498,7 +497,8 @@ bool Downloader::keepIcon()
         return refuse(QStringLiteral("Cannot save the file"));
     for (const char *extension : {"png", "ico"}) {
         if (stored != QLatin1String(extension))
-            QFile::remove(QStringLiteral("%1/%2.%3").arg(m_destination, feed->uniqueID(), QLatin1String(extension)));
+            QFile::remove(
+                QStringLiteral("%1/%2.%3").arg(m_destination, feed->uniqueID(), QLatin1String(extension)));
     }
     setFileName(QFileInfo(target).fileName());
     feed->setFavIcon(QImage());

@@ -15,7 +15,8 @@ bool isWebAddress(const QUrl &url)
 bool onFeedHost(const Feed &feed)
 {
     return isWebAddress(feed.feed()) &&
-           (!isWebAddress(feed.link()) || feed.link().host().compare(feed.feed().host(), Qt::CaseInsensitive) == 0);
+           (!isWebAddress(feed.link()) ||
+            feed.link().host().compare(feed.feed().host(), Qt::CaseInsensitive) == 0);
 }
 
 } // namespace

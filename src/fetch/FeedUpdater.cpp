@@ -5,8 +5,8 @@
 #include "fetch/Downloader.h"
 #include "fetch/FeedDocumentSniffer.h"
 #include "fetch/FeedIconCandidates.h"
-#include "fetch/TransferFailure.h"
 #include "fetch/QBDockBadge.h"
+#include "fetch/TransferFailure.h"
 #include "model/Article.h"
 #include "model/Enclosure.h"
 #include "platform/Defaults.h"
@@ -107,7 +107,7 @@ FeedUpdater::Lane FeedUpdater::laneFor(const QVariant &context)
     if (feedInContext(context))
         return FeedLane;
     return context.toMap().value(DownloadTypeKey).toInt() == Downloader::DownloadTypeEnclosure ? EnclosureLane
-                                                                                             : IconLane;
+                                                                                               : IconLane;
 }
 
 int FeedUpdater::slotsFor(Lane lane) const
@@ -403,8 +403,8 @@ void FeedUpdater::keepValidators(const Downloader &downloader, const FeedPtr &fe
 {
     const auto validator = [&](const QString &name) {
         const QString value = downloader.responseHeader(name);
-        const bool plain = value.size() <= 512 &&
-                           std::all_of(value.cbegin(), value.cend(), [](QChar c) { return c.unicode() >= 0x20; });
+        const bool plain = value.size() <= 512 && std::all_of(value.cbegin(), value.cend(),
+                                                              [](QChar c) { return c.unicode() >= 0x20; });
         return plain ? value : QString();
     };
     feed->setEntityTag(validator(QStringLiteral("ETag")));
@@ -471,7 +471,8 @@ void FeedUpdater::fileDownloadComplete(Downloader *downloader)
         return;
     // Kept with the enclosure under the name the file really got, for the windows and the next run.
     if (const auto enclosure = context.value(DownloadEnclosureKey).value<std::shared_ptr<Enclosure>>()) {
-        enclosure->setLocalFilePath(QStringLiteral("%1/%2").arg(downloader->destination(), downloader->fileName()));
+        enclosure->setLocalFilePath(
+            QStringLiteral("%1/%2").arg(downloader->destination(), downloader->fileName()));
         m_feedLibrary.saveEnclosure(enclosure);
     }
     if (m_userAlert && m_defaults.boolean(QStringLiteral("downloadPlaySound")))

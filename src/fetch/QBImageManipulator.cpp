@@ -14,7 +14,8 @@ QBImageManipulator::QBImageManipulator(const QImage &image) : m_image(image) {}
 
 bool QBImageManipulator::loadImageFromURL(const QUrl &url, const BlockingTransfer::StopRequest &stopRequested)
 {
-    const std::optional<QByteArray> data = BlockingTransfer::dataFromURL(url, largestPictureBytes, stopRequested);
+    const std::optional<QByteArray> data =
+        BlockingTransfer::dataFromURL(url, largestPictureBytes, stopRequested);
     if (!data)
         return false;
     const QImage decoded = decodedPicture(*data);
@@ -37,8 +38,8 @@ QImage QBImageManipulator::decodedPicture(const QByteArray &data)
         if (reader.format() != "jpeg")
             return {};
         const double shrink = std::sqrt(double(largestPixelCount) / double(pixels));
-        reader.setScaledSize(QSize(std::max(1, int(size.width() * shrink)),
-                                   std::max(1, int(size.height() * shrink))));
+        reader.setScaledSize(
+            QSize(std::max(1, int(size.width() * shrink)), std::max(1, int(size.height() * shrink))));
     }
     return reader.read();
 }

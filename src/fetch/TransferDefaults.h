@@ -14,9 +14,9 @@ public:
     {
         qint64 pageBytes = 50 * 1024 * 1024; // a feed, a web page, a picture, a feed's source
         qint64 iconBytes = 1024 * 1024;
-        qint64 headerBytes = 256 * 1024;     // all header lines of one answer together
-        int totalMs = 120 * 1000;            // the whole of any transfer but an enclosure
-        int stallMs = 30 * 1000;             // without a single byte arriving
+        qint64 headerBytes = 256 * 1024; // all header lines of one answer together
+        int totalMs = 120 * 1000;        // the whole of any transfer but an enclosure
+        int stallMs = 30 * 1000;         // without a single byte arriving
         // An enclosure stops before it leaves less than this free on its disk.
         qint64 reservedDiskBytes = 256 * 1024 * 1024;
     };

@@ -4,14 +4,25 @@
 
 QString TransferFailure::forStatus(int status)
 {
-    static const QHash<int, const char *> phrases{
-        {304, "Not Modified"},        {400, "Bad Request"},          {401, "Unauthorized"},
-        {402, "Payment Required"},    {403, "Forbidden"},            {404, "Not Found"},
-        {405, "Method Not Allowed"},  {406, "Not Acceptable"},       {407, "Proxy Authentication Required"},
-        {408, "Request Timeout"},     {410, "Gone"},                 {414, "URI Too Long"},
-        {429, "Too Many Requests"},   {451, "Unavailable For Legal Reasons"},
-        {500, "Internal Server Error"}, {501, "Not Implemented"},    {502, "Bad Gateway"},
-        {503, "Service Unavailable"}, {504, "Gateway Timeout"}};
+    static const QHash<int, const char *> phrases{{304, "Not Modified"},
+                                                  {400, "Bad Request"},
+                                                  {401, "Unauthorized"},
+                                                  {402, "Payment Required"},
+                                                  {403, "Forbidden"},
+                                                  {404, "Not Found"},
+                                                  {405, "Method Not Allowed"},
+                                                  {406, "Not Acceptable"},
+                                                  {407, "Proxy Authentication Required"},
+                                                  {408, "Request Timeout"},
+                                                  {410, "Gone"},
+                                                  {414, "URI Too Long"},
+                                                  {429, "Too Many Requests"},
+                                                  {451, "Unavailable For Legal Reasons"},
+                                                  {500, "Internal Server Error"},
+                                                  {501, "Not Implemented"},
+                                                  {502, "Bad Gateway"},
+                                                  {503, "Service Unavailable"},
+                                                  {504, "Gateway Timeout"}};
     const char *phrase = phrases.value(status);
     return phrase ? QStringLiteral("%1 %2").arg(status).arg(QLatin1String(phrase))
                   : QStringLiteral("HTTP status %1").arg(status);

@@ -760,7 +760,8 @@ void FeedLibrary::saveEnclosure(const std::shared_ptr<Enclosure> &enclosure)
             continue;
         const QVariantList values{PropertyList::write(enclosure->archiveToDictionary()), article->uniqueID()};
         m_database->beginTransaction();
-        m_database->executeUpdate(QStringLiteral("UPDATE clippings SET enclosure=? WHERE uniqueID=?"), values);
+        m_database->executeUpdate(QStringLiteral("UPDATE clippings SET enclosure=? WHERE uniqueID=?"),
+                                  values);
         m_database->executeUpdate(QStringLiteral("UPDATE articles SET enclosure=? WHERE uniqueID=?"), values);
         m_database->commit();
         return;

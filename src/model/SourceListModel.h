@@ -16,8 +16,8 @@ class SourceListModel : public QAbstractItemModel
 
 public:
     // Besides Qt's display and edit roles (the title), the decoration role (the row's icon as a QImage)
-    // and the tool-tip role (a failed feed's reason), every row answers these. The badge roles answer an invalid QVariant for rows other
-    // than folders and feeds, so that a view draws no badge there.
+    // and the tool-tip role (a failed feed's reason), every row answers these. The badge roles answer an
+    // invalid QVariant for rows other than folders and feeds, so that a view draws no badge there.
     enum Role
     {
         UnreadCountRole = Qt::UserRole + 1, // int: the number in the unread badge

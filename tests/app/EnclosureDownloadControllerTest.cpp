@@ -88,8 +88,8 @@ TEST_F(EnclosureWindowTest, ADownloadGoesFromDownloadThroughCancelToOpenFileAndO
     slow.chunkDelayMs = 20;
     server.route("/casts/episode.MP3", slow);
     // Podcast hosts add tracking to their links, and another feed's episode may have the same name.
-    const auto episode = enclosure("episode.MP3", QUrl(server.url("/casts/episode.MP3").toString() + "?src=feed"),
-                                   quint64(body.size()));
+    const auto episode = enclosure(
+        "episode.MP3", QUrl(server.url("/casts/episode.MP3").toString() + "?src=feed"), quint64(body.size()));
     QFile other(downloads.filePath("episode.MP3"));
     ASSERT_TRUE(other.open(QIODevice::WriteOnly));
     other.close();

@@ -54,7 +54,8 @@ TEST(RefreshCommand, FetchesEveryFeedOnceSaysWhyOneFailedFetchesNewIconsAndSaves
                                      "<item><title>B</title><guid>cli-b</guid></item></channel></rss>",
                                      "application/rss+xml"));
     // The first icon address answers with the server's HTML 404 page, the second with a picture.
-    server.route(QStringLiteral("/apple-touch-icon.png"), LoopbackServer::Response::ok(pngBytes(), "image/png"));
+    server.route(QStringLiteral("/apple-touch-icon.png"),
+                 LoopbackServer::Response::ok(pngBytes(), "image/png"));
     QTemporaryDir scratch;
     const QProcessEnvironment environment = resourcesWithDefaultFeeds(
         scratch.filePath("resources"), {server.url("/good.xml"), server.url("/gone.xml")});
@@ -73,7 +74,8 @@ TEST(RefreshCommand, FetchesEveryFeedOnceSaysWhyOneFailedFetchesNewIconsAndSaves
 
     const CliRun list({"list", "--library", library}, 30000, environment);
     EXPECT_TRUE(list.outputText().contains("(2 unread)\n")) << list.outputText().toStdString();
-    EXPECT_TRUE(list.outputText().contains("(0 unread)  failed: 404 Not Found\n")) << list.outputText().toStdString();
+    EXPECT_TRUE(list.outputText().contains("(0 unread)  failed: 404 Not Found\n"))
+        << list.outputText().toStdString();
 
     const CliRun wrong({"refresh", "--library", library, "--concurrent", "none"}, 30000, environment);
     EXPECT_EQ(wrong.exitCode(), 2);
@@ -84,14 +86,16 @@ TEST(RefreshCommand, FetchesEveryFeedOnceSaysWhyOneFailedFetchesNewIconsAndSaves
 TEST(AddCommand, FindsTheFeedAnArticlePageLinksRootRelativelyOrSaysWhyItFoundNone)
 {
     LoopbackServer server;
-    server.route("/2026/04/story.html",
-                 LoopbackServer::Response::ok("<html><head><link rel=\"alternate\" type=\"application/rss+xml\" "
-                                              "href=\"/feed.xml\"></head><body>A story</body></html>",
-                                              "text/html"));
-    server.route("/feed.xml", LoopbackServer::Response::ok("<rss version=\"2.0\"><channel><title>Stories</title>"
-                                                           "<item><title>A</title><guid>add-a</guid></item>"
-                                                           "</channel></rss>",
-                                                           "application/rss+xml"));
+    server.route(
+        "/2026/04/story.html",
+        LoopbackServer::Response::ok("<html><head><link rel=\"alternate\" type=\"application/rss+xml\" "
+                                     "href=\"/feed.xml\"></head><body>A story</body></html>",
+                                     "text/html"));
+    server.route("/feed.xml",
+                 LoopbackServer::Response::ok("<rss version=\"2.0\"><channel><title>Stories</title>"
+                                              "<item><title>A</title><guid>add-a</guid></item>"
+                                              "</channel></rss>",
+                                              "application/rss+xml"));
     QTemporaryDir scratch;
     const QProcessEnvironment environment = resourcesWithDefaultFeeds(scratch.filePath("resources"), {});
     const QString library = scratch.filePath("library");

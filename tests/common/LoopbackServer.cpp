@@ -1,10 +1,10 @@
 #include "LoopbackServer.h"
 
 #include <algorithm>
-#include <iterator>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <fcntl.h>
+#include <iterator>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>

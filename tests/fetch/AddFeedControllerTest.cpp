@@ -198,12 +198,13 @@ TEST_F(AddFeedTest, AFeedIsAddedAtTheTopOfTheChosenFolderSelectedAnnouncedAndGiv
 
 TEST_F(AddFeedTest, AnArticlePageLinkingBothKindsRootRelativelyLeadsToTheAtomFeedAndItsTouchIcon)
 {
-    server.route("/2026/03/lighthouse.html", Response::ok("<html><head>"
-                                   "<link rel=\"alternate\" type=\"application/atom+xml\" href=\"/log.atom\">"
-                                   "<link rel=\"alternate\" type=\"application/rss+xml\" href=\"/log.rss\">"
-                                   "<link rel=\"apple-touch-icon\" href=\"/touch.png\">"
-                                   "</head><body>Lighthouse</body></html>",
-                                   "text/html"));
+    server.route("/2026/03/lighthouse.html",
+                 Response::ok("<html><head>"
+                              "<link rel=\"alternate\" type=\"application/atom+xml\" href=\"/log.atom\">"
+                              "<link rel=\"alternate\" type=\"application/rss+xml\" href=\"/log.rss\">"
+                              "<link rel=\"apple-touch-icon\" href=\"/touch.png\">"
+                              "</head><body>Lighthouse</body></html>",
+                              "text/html"));
     server.route("/log.atom", Response::ok(atomWithEntry, "application/atom+xml"));
     server.route("/log.rss", Response::ok(rssWithItem, "application/rss+xml"));
 

@@ -224,7 +224,8 @@ TEST(Downloader, HostileServersEndInFailuresWithTheirReasonWithinTheLimits)
     cut.closeMidBody = true;
     server.route("/cut", cut);
     const QStringList paths{"/bomb", "/endless", "/declared", "/drip", "/stall", "/cut"};
-    const QStringList reasons{"Too large", "Too large", "Too large", "Timed out", "Timed out", "Connection lost"};
+    const QStringList reasons{"Too large", "Too large", "Too large",
+                              "Timed out", "Timed out", "Connection lost"};
 
     LogCapture log;
     Completions done;
@@ -233,10 +234,12 @@ TEST(Downloader, HostileServersEndInFailuresWithTheirReasonWithinTheLimits)
     std::vector<std::unique_ptr<Downloader>> pages;
     for (const QString &path : paths) {
         pages.push_back(std::make_unique<Downloader>());
-        ASSERT_TRUE(pages.back()->beginDownloadFromURL(server.url(path), {}, {}, nullptr, {}, done.completion()));
+        ASSERT_TRUE(
+            pages.back()->beginDownloadFromURL(server.url(path), {}, {}, nullptr, {}, done.completion()));
     }
     Downloader refused;
-    ASSERT_TRUE(refused.beginDownloadFromURL(QUrl("http://127.0.0.1:9/"), {}, {}, nullptr, {}, done.completion()));
+    ASSERT_TRUE(
+        refused.beginDownloadFromURL(QUrl("http://127.0.0.1:9/"), {}, {}, nullptr, {}, done.completion()));
     ASSERT_TRUE(done.waitFor(7, 5000));
     EXPECT_LT(clock.elapsed(), 3000);
     for (int i = 0; i < paths.size(); ++i) {
@@ -271,9 +274,9 @@ TEST(Downloader, FileTransferNamesTheFileAndAnnouncesBeginProgressAndCompleteInO
     Completions done;
     Downloader downloader;
     const QStringList names = fileNotificationsWhile([&] {
-        ASSERT_TRUE(downloader.beginDownloadFromURL(QUrl(server.url("/media/episode.mp3").toString() +
-                                                         "?id=7&utm_source=feed"),
-                                                    folder.path(), {}, {}, nullptr, context, done.completion()));
+        ASSERT_TRUE(downloader.beginDownloadFromURL(
+            QUrl(server.url("/media/episode.mp3").toString() + "?id=7&utm_source=feed"), folder.path(), {},
+            {}, nullptr, context, done.completion()));
         ASSERT_TRUE(done.waitFor(1));
     });
     ASSERT_GE(names.size(), 3);
@@ -322,8 +325,8 @@ TEST(Downloader, FilesNeverReplaceOthersAndAFailedOrCancelledDownloadLeavesTheEa
     LogCapture log;
     Completions done;
     std::vector<std::unique_ptr<Downloader>> files;
-    for (const char *path : {"/one/audio.mp3", "/two/audio.mp3", "/cut/audio.mp3", "/missing/audio.mp3",
-                             "/slow/audio.mp3"}) {
+    for (const char *path :
+         {"/one/audio.mp3", "/two/audio.mp3", "/cut/audio.mp3", "/missing/audio.mp3", "/slow/audio.mp3"}) {
         files.push_back(std::make_unique<Downloader>());
         ASSERT_TRUE(files.back()->beginDownloadFromURL(server.url(path), folder.path(), {}, {}, nullptr,
                                                        context, done.completion()));

@@ -155,12 +155,17 @@ TEST_F(UpdaterTest, HostileServersEndInFailedFeedsWithTheirReasonWhileTheRestOfT
     busy.status = 429;
     server.route("/busy.xml", busy);
     server.route("/private.xml", Response::authenticationRequired());
-    server.route("/home.html", Response::ok("<!DOCTYPE html><html><body><p>A site</p></body></html>", "text/html"));
-    const QMap<QString, QString> reasons{
-        {"/bomb.xml", "Too large"},   {"/endless.xml", "Too large"}, {"/drip.xml", "Timed out"},
-        {"/stalled.xml", "Timed out"}, {"/missing.xml", "404 Not Found"},
-        {"/broken.xml", "500 Internal Server Error"}, {"/busy.xml", "429 Too Many Requests"},
-        {"/private.xml", "401 Unauthorized"},         {"/home.html", "Not a feed"}};
+    server.route("/home.html",
+                 Response::ok("<!DOCTYPE html><html><body><p>A site</p></body></html>", "text/html"));
+    const QMap<QString, QString> reasons{{"/bomb.xml", "Too large"},
+                                         {"/endless.xml", "Too large"},
+                                         {"/drip.xml", "Timed out"},
+                                         {"/stalled.xml", "Timed out"},
+                                         {"/missing.xml", "404 Not Found"},
+                                         {"/broken.xml", "500 Internal Server Error"},
+                                         {"/busy.xml", "429 Too Many Requests"},
+                                         {"/private.xml", "401 Unauthorized"},
+                                         {"/home.html", "Not a feed"}};
     updater.setPauseScheduledUpdates(true);
     const FeedPtr good = addFeed("good", server.url("/good.xml"));
     updater.requestFeedDownload(good);
@@ -274,9 +279,9 @@ TEST_F(UpdaterTest, AFeedRefreshedForTheFirstTimeGetsItsIconAndLooksAgainAfterTh
     updater.setPauseScheduledUpdates(true);
     QList<FeedPtr> feeds;
     for (LoopbackServer *server : {&site, &pageSite}) {
-        const QByteArray document = "<rss version=\"2.0\"><channel><title>Site</title><link>" +
-                                    server->url("/").toEncoded() +
-                                    "</link><item><guid>icon-item</guid><title>T</title></item></channel></rss>";
+        const QByteArray document =
+            "<rss version=\"2.0\"><channel><title>Site</title><link>" + server->url("/").toEncoded() +
+            "</link><item><guid>icon-item</guid><title>T</title></item></channel></rss>";
         server->route("/news.xml", Response::ok(document, "application/rss+xml"));
         feeds << addFeed("site", server->url("/news.xml"));
         updater.requestFeedDownload(feeds.last());

@@ -143,7 +143,8 @@ TEST_F(UpdaterTest, AFinishedEnclosureIsStoredUnderItsSavedNamePlaysItsSoundAndN
 {
     auto enclosure = std::make_shared<Enclosure>();
     enclosure->setTitle(QStringLiteral("Episode 12"));
-    const ArticlePtr article = addArticle(addFeed(QStringLiteral("podcast")), QStringLiteral("ep-12"), 1, true);
+    const ArticlePtr article =
+        addArticle(addFeed(QStringLiteral("podcast")), QStringLiteral("ep-12"), 1, true);
     article->setEnclosure(enclosure);
     library.saveSummary(QStringLiteral("show notes"), article);
     const auto done = finishedDownload(QVariantMap{{DownloadTypeKey, Downloader::DownloadTypeEnclosure},
@@ -153,8 +154,8 @@ TEST_F(UpdaterTest, AFinishedEnclosureIsStoredUnderItsSavedNamePlaysItsSoundAndN
     done->setFileName(QStringLiteral("audio (2).mp3"));
     updater.downloadComplete(done.get());
     EXPECT_EQ(enclosure->localFilePath(), "/downloads/audio (2).mp3");
-    const auto stored =
-        library.database()->executeQuery("SELECT enclosure FROM articles WHERE uniqueID = ?", article->uniqueID());
+    const auto stored = library.database()->executeQuery("SELECT enclosure FROM articles WHERE uniqueID = ?",
+                                                         article->uniqueID());
     ASSERT_TRUE(stored && stored->next());
     EXPECT_TRUE(stored->stringForColumn("enclosure").contains("/downloads/audio (2).mp3"));
     EXPECT_EQ(alert.events, QStringList({"sound Download Completed"}));
@@ -246,7 +247,8 @@ TEST_F(UpdaterTest, IconRequestsQueueTheFirstCandidateAtTheSitesOwnOriginIntoThe
     EXPECT_EQ(context.value(IconTypeKey).toInt(), 1);
     EXPECT_EQ(context.value(DownloadFeedKey).value<FeedPtr>(), feed);
     EXPECT_EQ(queue.at(1)->title(), "logo.png");
-    EXPECT_EQ(queue.last()->downloadURL().toString(), "http://127.0.0.1:8080/apple-touch-icon-precomposed.png");
+    EXPECT_EQ(queue.last()->downloadURL().toString(),
+              "http://127.0.0.1:8080/apple-touch-icon-precomposed.png");
 }
 
 TEST(DockBadge, CountsAreWrittenSmallerAsTheyGrowAndFourDigitsReadLots)

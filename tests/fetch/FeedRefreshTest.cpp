@@ -4,6 +4,7 @@
 #include "fetch/Downloader.h"
 
 #include <QBuffer>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
 #include <functional>
@@ -134,7 +135,7 @@ TEST_F(UpdaterTest, HostileServersEndInFailedFeedsWithTheirReasonWhileTheRestOfT
 {
     const ShrunkLimits limits;
     limits.apply();
-    defaults.setInteger(QStringLiteral("downloadConcurrent"), 12);
+    defaults.setInteger(QStringLiteral("downloadConcurrent"), 13);
     LoopbackServer server;
     server.route("/good.xml", Response::ok(refreshedFeed, "application/rss+xml; charset=utf-8"));
     server.route("/bomb.xml", Response::gzipBomb(40 * 1024 * 1024));
@@ -157,6 +158,10 @@ TEST_F(UpdaterTest, HostileServersEndInFailedFeedsWithTheirReasonWhileTheRestOfT
     server.route("/private.xml", Response::authenticationRequired());
     server.route("/home.html",
                  Response::ok("<!DOCTYPE html><html><body><p>A site</p></body></html>", "text/html"));
+    server.route("/declared.xml", Response::ok(QByteArray(2 * 1024 * 1024, 'd'), "application/rss+xml"));
+    Response cut = Response::ok(refreshedFeed, "application/rss+xml");
+    cut.closeMidBody = true;
+    server.route("/cut.xml", cut);
     const QMap<QString, QString> reasons{{"/bomb.xml", "Too large"},
                                          {"/endless.xml", "Too large"},
                                          {"/drip.xml", "Timed out"},
@@ -165,19 +170,25 @@ TEST_F(UpdaterTest, HostileServersEndInFailedFeedsWithTheirReasonWhileTheRestOfT
                                          {"/broken.xml", "500 Internal Server Error"},
                                          {"/busy.xml", "429 Too Many Requests"},
                                          {"/private.xml", "401 Unauthorized"},
-                                         {"/home.html", "Not a feed"}};
+                                         {"/home.html", "Not a feed"},
+                                         {"/declared.xml", "Too large"},
+                                         {"/cut.xml", "Connection lost"},
+                                         {"http://127.0.0.1:9/refused.xml", "Could not connect"}};
     updater.setPauseScheduledUpdates(true);
     const FeedPtr good = addFeed("good", server.url("/good.xml"));
     updater.requestFeedDownload(good);
     QMap<QString, FeedPtr> failing;
     for (const QString &path : reasons.keys()) {
-        failing[path] = addFeed(path, server.url(path));
+        failing[path] = addFeed(path, path.startsWith(u'/') ? server.url(path) : QUrl(path));
         storedArticle(failing[path], "kept-" + path, QDate(2026, 3, 1), Article::New);
         updater.requestFeedDownload(failing[path]);
     }
     NotificationLog log;
+    QElapsedTimer clock;
+    clock.start();
 
-    ASSERT_TRUE(waitForFeeds(log, 10, &updater));
+    ASSERT_TRUE(waitForFeeds(log, 13, &updater));
+    EXPECT_LT(clock.elapsed(), 4000) << "the slowest of them are stopped by the limits";
     EXPECT_EQ(good->state(), Feed::Parsed);
     EXPECT_EQ(good->childCount(), 2);
     EXPECT_TRUE(good->failureReason().isEmpty());

@@ -542,7 +542,8 @@ void ApplicationController::siteIconPageArrived(const Downloader &page, const Fe
     const QString html =
         TextDecoder::decode(page.receivedData(), declared ? page.encoding() : QStringLiteral("UTF-8"))
             .value_or(QString::fromUtf8(page.receivedData()));
-    const QMap<QString, QUrl> properties = AddFeedController::websitePropertiesFromHTML(html, feed->link());
+    const QMap<QString, QUrl> properties =
+        AddFeedController::websitePropertiesFromHTML(html, page.effectiveURL());
     const QUrl icon =
         properties.value(QStringLiteral("apple-touch-icon"), properties.value(QStringLiteral("icon")));
     if (icon.isValid())

@@ -226,8 +226,9 @@ void EnclosureDownloadController::downloadUpdated(const Notification &notificati
     if (notification.name == QLatin1String("FileDownloadCompleteNotification")) {
         forgetDownloader();
         setButton(tr("Open File"), &EnclosureDownloadController::openAction);
+        // The name the file really got: the server's, a free one beside an older file of that name.
         m_enclosure->setLocalFilePath(
-            QStringLiteral("%1/%2").arg(downloader->destination(), m_enclosure->title()));
+            QStringLiteral("%1/%2").arg(downloader->destination(), downloader->fileName()));
         m_progressBar->hide();
         setButtonAction();
         handleAutoOpening();

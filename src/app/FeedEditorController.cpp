@@ -14,6 +14,7 @@
 #include <QIcon>
 #include <QLabel>
 #include <QLineEdit>
+#include <QLocale>
 #include <QMimeDatabase>
 #include <QPainter>
 #include <QPainterPath>
@@ -73,6 +74,7 @@ FeedEditorController::FeedEditorController(FeedLibrary &feedLibrary, Notificatio
       m_desktop(desktop), m_outsideLinks(desktop, notificationCenter), m_iconImageView(new QLabel(this)),
       m_panelTitleField(new QLabel(this)), m_feedTitleField(new QLineEdit(this)),
       m_webLinkField(new QLineEdit(this)), m_feedLinkField(new QLineEdit(this)),
+      m_refreshStatusField(new QLabel(this)),
       m_descriptionWebView(new QTextBrowser(this)), m_retentionPeriodPopUp(new QComboBox(this)),
       m_refreshIntervalPopUp(new QComboBox(this)), m_podcastTable(new QTableWidget(this))
 {
@@ -112,11 +114,17 @@ FeedEditorController::FeedEditorController(FeedLibrary &feedLibrary, Notificatio
                 QMetaObject::invokeMethod(this, &FeedEditorController::feedSelectionChanged,
                                           Qt::QueuedConnection);
         });
+    m_downloadObserver = m_notificationCenter.addObserver(
+        QStringLiteral("feedDownloaded"), [this](const Notification &notification) {
+            if (m_feed && notification.object.value<FeedPtr>() == m_feed)
+                showRefreshStatus();
+        });
 }
 
 FeedEditorController::~FeedEditorController()
 {
     m_notificationCenter.removeObserver(m_selectionObserver);
+    m_notificationCenter.removeObserver(m_downloadObserver);
 }
 
 QWidget *FeedEditorController::makeFields()
@@ -127,6 +135,9 @@ QWidget *FeedEditorController::makeFields()
     form->addRow(tr("Title:"), m_feedTitleField);
     form->addRow(tr("Web site:"), m_webLinkField);
     form->addRow(tr("Feed:"), m_feedLinkField);
+    m_refreshStatusField->setWordWrap(true);
+    m_refreshStatusField->setTextFormat(Qt::PlainText);
+    form->addRow(tr("Last refresh:"), m_refreshStatusField);
     for (QLineEdit *field : {m_feedTitleField, m_webLinkField, m_feedLinkField})
         connect(field, &QLineEdit::editingFinished, this, [this, field] {
             if (field->isModified()) {
@@ -221,10 +232,29 @@ void FeedEditorController::applyFeedSelectionToUI()
                                                    : m_feed->favIcon();
     m_iconImageView->setPixmap(QPixmap::fromImage(
         icon.scaled(m_iconImageView->size(), Qt::KeepAspectRatio, Qt::SmoothTransformation)));
+    showRefreshStatus();
     m_descriptionWebView->setHtml(descriptionPage());
     selectTag(m_refreshIntervalPopUp, m_feed->updateInterval());
     selectTag(m_retentionPeriodPopUp, m_feed->retentionPeriod());
     reloadTable();
+}
+
+// A failed feed says why, in red, and when it last worked; a healthy one when it last refreshed.
+void FeedEditorController::showRefreshStatus()
+{
+    const QString reason = m_feed->failureReason();
+    const QDateTime succeeded = m_feed->lastSucceeded();
+    const QString when =
+        succeeded.isValid() ? QLocale().toString(succeeded.toLocalTime(), QLocale::ShortFormat) : QString();
+    if (reason.isEmpty()) {
+        m_refreshStatusField->setText(when.isEmpty() ? tr("Not yet refreshed")
+                                                     : tr("Succeeded %1").arg(when));
+        m_refreshStatusField->setStyleSheet(QString());
+        return;
+    }
+    m_refreshStatusField->setText(when.isEmpty() ? tr("Failed: %1").arg(reason)
+                                                 : tr("Failed: %1 (last succeeded %2)").arg(reason, when));
+    m_refreshStatusField->setStyleSheet(QStringLiteral("color: #cc362d"));
 }
 
 QString FeedEditorController::descriptionPage() const

@@ -62,6 +62,7 @@ public:
     QLineEdit *feedTitleField() const { return m_feedTitleField; }
     QLineEdit *webLinkField() const { return m_webLinkField; }
     QLineEdit *feedLinkField() const { return m_feedLinkField; }
+    QLabel *refreshStatusField() const { return m_refreshStatusField; }
     QTextBrowser *descriptionWebView() const { return m_descriptionWebView; }
     QComboBox *refreshIntervalPopUp() const { return m_refreshIntervalPopUp; }
     QComboBox *retentionPeriodPopUp() const { return m_retentionPeriodPopUp; }
@@ -74,6 +75,7 @@ private:
     void makeTable();
     void reloadTable();
     QString descriptionPage() const;
+    void showRefreshStatus();
     // The address typed into the field when it is new and names one; a bad one beeps and is restored.
     std::optional<QUrl> editedAddress(QLineEdit *field, const QUrl &current);
     static void fillPopUp(QComboBox *popUp, const QList<std::pair<QString, int>> &items);
@@ -86,6 +88,7 @@ private:
     DesktopServices &m_desktop;
     OutsideLinkGate m_outsideLinks;
     int m_selectionObserver = 0;
+    int m_downloadObserver = 0;
     FeedPtr m_feed;
     QList<std::shared_ptr<Enclosure>> m_enclosures;
     QLabel *m_iconImageView;
@@ -93,6 +96,7 @@ private:
     QLineEdit *m_feedTitleField;
     QLineEdit *m_webLinkField;
     QLineEdit *m_feedLinkField;
+    QLabel *m_refreshStatusField;
     QTextBrowser *m_descriptionWebView;
     QComboBox *m_retentionPeriodPopUp;
     QComboBox *m_refreshIntervalPopUp;

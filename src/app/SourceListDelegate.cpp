@@ -14,6 +14,7 @@ namespace {
 constexpr int Margin = 4;
 constexpr int Gap = 4;
 constexpr int NewDotDiameter = 6;
+constexpr int FailureMarkExtent = 12;
 constexpr int SpinnerExtent = 16;
 constexpr int BadgePadding = 6;
 
@@ -98,22 +99,43 @@ QRect SourceListDelegate::trailingRect(const QStyleOptionViewItem &option, const
     return QRect(right - width + 1, row.top() + (row.height() - height) / 2, width, height);
 }
 
+// The marks sit at the row's right end: spinner or badge, then the new dot, then the failure mark, each
+// just left of the nearest one shown, or at the right margin when none is.
+int SourceListDelegate::rightOfNextMark(const QStyleOptionViewItem &option, const QModelIndex &index,
+                                        int marksOutside) const
+{
+    const QRect trailing = trailingRect(option, index);
+    QRect nearest = trailing;
+    if (marksOutside > 1) {
+        if (const QRect dot = newDotRect(option, index); dot.isValid())
+            nearest = dot;
+    }
+    if (marksOutside > 2) {
+        if (const QRect mark = failureMarkRect(option, index); mark.isValid())
+            nearest = mark;
+    }
+    return nearest.isEmpty() ? nearest.left() - 1 : nearest.left() - Gap;
+}
+
 QRect SourceListDelegate::newDotRect(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
     if (!index.data(SourceListModel::HasNewArticlesRole).toBool())
         return {};
-    const QRect trailing = trailingRect(option, index);
-    const int right = trailing.isEmpty() ? trailing.left() - 1 : trailing.left() - Gap;
-    return centredSquare(right, option.rect, NewDotDiameter);
+    return centredSquare(rightOfNextMark(option, index, 1), option.rect, NewDotDiameter);
+}
+
+QRect SourceListDelegate::failureMarkRect(const QStyleOptionViewItem &option, const QModelIndex &index) const
+{
+    if (index.data(SourceListModel::FailureReasonRole).toString().isEmpty())
+        return {};
+    return centredSquare(rightOfNextMark(option, index, 2), option.rect,
+                         qMin(FailureMarkExtent, option.rect.height() - 4));
 }
 
 QRect SourceListDelegate::titleRect(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
-    const QRect dot = newDotRect(option, index);
-    const QRect trailing = trailingRect(option, index);
-    const int end = dot.isValid() ? dot.left() : trailing.left();
     const int left = iconRect(option).right() + 1 + Gap;
-    const int right = trailing.isEmpty() && !dot.isValid() ? end - 1 : end - Gap;
+    const int right = rightOfNextMark(option, index, 3);
     return QRect(left, option.rect.top(), qMax(0, right - left + 1), option.rect.height());
 }
 
@@ -135,6 +157,7 @@ void SourceListDelegate::paint(QPainter *painter, const QStyleOptionViewItem &op
     else
         drawBadge(painter, opt, index);
     drawNewDot(painter, opt, index);
+    drawFailureMark(painter, opt, index);
     painter->restore();
 }
 
@@ -188,6 +211,27 @@ void SourceListDelegate::drawNewDot(QPainter *painter, const QStyleOptionViewIte
     painter->setPen(Qt::NoPen);
     painter->setBrush(colour);
     painter->drawEllipse(QRectF(dot));
+}
+
+// A red disc with a white exclamation mark: the feed's latest refresh failed, and the tool tip says why.
+void SourceListDelegate::drawFailureMark(QPainter *painter, const QStyleOptionViewItem &option,
+                                         const QModelIndex &index) const
+{
+    const QRect square = failureMarkRect(option, index);
+    if (!square.isValid())
+        return;
+    const QRectF mark = square;
+    const bool selected = isSelected(option);
+    const QColor disc = selected ? option.palette.color(QPalette::HighlightedText) : QColor(204, 54, 45);
+    const QColor ink = selected ? option.palette.color(QPalette::Highlight) : QColor(Qt::white);
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(disc);
+    painter->drawEllipse(mark);
+    const qreal unit = mark.width() / 12.0;
+    const QPointF centre = mark.center();
+    painter->setPen(QPen(ink, 1.8 * unit, Qt::SolidLine, Qt::RoundCap));
+    painter->drawLine(centre + QPointF(0, -3.2 * unit), centre + QPointF(0, 1.0 * unit));
+    painter->drawPoint(centre + QPointF(0, 3.4 * unit));
 }
 
 // Twelve spokes; the brightest follows the phase and the ones behind it fade, so it reads as turning.

@@ -1,5 +1,6 @@
-// Draws one source-list row (icon, title, unread badge, new-articles dot, activity spinner) and edits its
-// title in place. It reads rows only through the model's roles and never changes the library itself.
+// Draws one source-list row (icon, title, failure mark, unread badge, new-articles dot, activity
+// spinner) and edits its title in place. It reads rows only through the model's roles and never changes
+// the library itself.
 #pragma once
 
 #include <QStyledItemDelegate>
@@ -28,6 +29,8 @@ public:
     QRect iconRect(const QStyleOptionViewItem &option) const;
     QRect trailingRect(const QStyleOptionViewItem &option, const QModelIndex &index) const;
     QRect titleRect(const QStyleOptionViewItem &option, const QModelIndex &index) const;
+    // Where the mark of a feed whose latest refresh failed goes; empty on other rows.
+    QRect failureMarkRect(const QStyleOptionViewItem &option, const QModelIndex &index) const;
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option,
                const QModelIndex &index) const override;
@@ -41,11 +44,14 @@ private:
     QFont titleFont(const QStyleOptionViewItem &option, const QModelIndex &index) const;
     QFont badgeFont(const QStyleOptionViewItem &option) const;
     QString badgeText(const QModelIndex &index) const;
+    int rightOfNextMark(const QStyleOptionViewItem &option, const QModelIndex &index, int marksOutside) const;
     QRect newDotRect(const QStyleOptionViewItem &option, const QModelIndex &index) const;
     void drawIcon(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
     void drawTitle(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
     void drawBadge(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
     void drawNewDot(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
+    void drawFailureMark(QPainter *painter, const QStyleOptionViewItem &option,
+                         const QModelIndex &index) const;
     void drawSpinner(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const;
 
     int m_rowHeight = LargeRowHeight;

@@ -1,5 +1,6 @@
 #include "cli/CommandLine.h"
 
+#include "cli/AddCommand.h"
 #include "cli/Console.h"
 #include "cli/ExitStatus.h"
 #include "cli/ExportCommand.h"
@@ -18,6 +19,7 @@ namespace {
 const QString libraryOption = QStringLiteral("--library");
 const QString encodingOption = QStringLiteral("--encoding");
 const QString concurrentOption = QStringLiteral("--concurrent");
+const QString folderOption = QStringLiteral("--folder");
 } // namespace
 
 CommandLine::CommandLine(const QStringList &arguments) : m_arguments(arguments.mid(1)) {}
@@ -62,7 +64,8 @@ void CommandLine::readArguments()
             m_versionWanted = true;
         } else if (!takeOptionValue(argument, libraryOption, at, m_library) &&
                    !takeOptionValue(argument, encodingOption, at, m_encoding) &&
-                   !takeOptionValue(argument, concurrentOption, at, m_concurrent) && m_problem.isEmpty()) {
+                   !takeOptionValue(argument, concurrentOption, at, m_concurrent) &&
+                   !takeOptionValue(argument, folderOption, at, m_folder) && m_problem.isEmpty()) {
             m_problem = QStringLiteral("unknown option '%1'").arg(argument);
         }
     }
@@ -94,6 +97,11 @@ int CommandLine::runCommand() const
         return usageError(QStringLiteral("--encoding applies to parse only"));
     if (m_concurrent && m_command != QLatin1String("refresh"))
         return usageError(QStringLiteral("--concurrent applies to refresh only"));
+    if (m_folder && m_command != QLatin1String("add"))
+        return usageError(QStringLiteral("--folder applies to add only"));
+    if (m_command == QLatin1String("add"))
+        return m_operands.size() == 1 ? AddCommand(m_operands.first(), m_folder).run()
+                                      : usageError(QStringLiteral("add takes one ADDRESS"));
     if (m_command == QLatin1String("refresh"))
         return runRefresh();
     if (m_command == QLatin1String("render"))
@@ -158,6 +166,10 @@ int CommandLine::printHelp()
                        "desktop program's library unless --library names another one.\n"
                        "\n"
                        "Commands:\n"
+                       "  add ADDRESS [--folder NAME]\n"
+                       "                  subscribe to the feed at ADDRESS, or to the feed the web page at\n"
+                       "                  ADDRESS links to, at the top of the library or of the folder\n"
+                       "                  NAME; print the feed found, or why none was found, and save\n"
                        "  parse FILE [--encoding NAME]\n"
                        "                  read one RSS or Atom document into a scratch feed, as a refresh\n"
                        "                  would, and print the feed and its articles as JSON; no library\n"
@@ -169,10 +181,12 @@ int CommandLine::printHelp()
                        "                  write the library's folders and feeds to FILE.opml as an OPML\n"
                        "                  subscription list; a file already there is replaced whole\n"
                        "  list            print the library's folders and feeds as an indented tree: each\n"
-                       "                  feed's title, address and unread count\n"
+                       "                  feed's title, address and unread count, and why its latest\n"
+                       "                  refresh failed when it did\n"
                        "  refresh         fetch every feed of the library once, at most --concurrent at a\n"
                        "                  time, printing a line per finished feed on a terminal (title, new\n"
-                       "                  articles or failure), then a summary, and save the library\n"
+                       "                  articles or failure and its reason; elsewhere only failures),\n"
+                       "                  then a summary; fetch missing icons; and save the library\n"
                        "  render [--feed ID | --folder ID | --article ID | --unread | --today | --search TEXT]\n"
                        "         [--mode list|tiles] [--sort date|feed|state] [--filter N] [--out FILE]\n"
                        "                  write the headline page of that selection (the whole library when\n"
@@ -191,15 +205,17 @@ int CommandLine::printHelp()
                        "                  the bytes are UTF-8, else ISO-8859-1\n"
                        "  --concurrent N  (refresh) run at most N downloads at once instead of the\n"
                        "                  downloadConcurrent setting, for this run only\n"
+                       "  --folder NAME   (add) put the new feed into the library's folder titled NAME\n"
                        "  --help          show this text\n"
                        "  --version       show the program's version\n"
                        "\n"
-                       "import and refresh change the library, so they refuse to run while another program\n"
-                       "(the desktop program, or another import or refresh) has it open; the other\n"
+                       "import, refresh and add change the library, so they refuse to run while another\n"
+                       "program (the desktop program, or another of these commands) has it open; the other\n"
                        "commands only read it and work alongside.\n"
                        "\n"
                        "Log lines go to standard error. Exit status: 0 on success, 1 when a file or the\n"
                        "library cannot be read or an export cannot be written, 2 when the arguments are\n"
-                       "wrong, 3 when the library is in use by another program and nothing was changed.\n"));
+                       "wrong, 3 when the library is in use by another program and nothing was changed,\n"
+                       "4 when add found no feed.\n"));
     return ExitSuccess;
 }

@@ -27,6 +27,7 @@ private:
     std::optional<QString> m_library;
     std::optional<QString> m_encoding;
     std::optional<QString> m_concurrent;
+    std::optional<QString> m_folder;
     bool m_helpWanted = false;
     bool m_versionWanted = false;
     QString m_problem;

@@ -4,7 +4,8 @@
 enum ExitStatus : int
 {
     ExitSuccess = 0,
-    ExitUnreadable = 1,  // a file or the library could not be read, or an export not written
-    ExitUsage = 2,       // the arguments make no command
-    ExitLibraryInUse = 3 // a command that writes found the library held by another program
+    ExitUnreadable = 1,   // a file or the library could not be read, or an export not written
+    ExitUsage = 2,        // the arguments make no command
+    ExitLibraryInUse = 3, // a command that writes found the library held by another program
+    ExitNoFeed = 4        // add found no feed at the address
 };

@@ -33,8 +33,11 @@ QString ListCommand::lineForNode(const TreeNode &node)
 {
     const QString unread = QStringLiteral("(%1 unread)").arg(node.unreadCount());
     if (const auto *feed = dynamic_cast<const Feed *>(&node)) {
-        return QStringLiteral("%1  <%2>  %3")
-            .arg(Console::oneLine(feed->title()), feed->feed().toString(), unread);
+        const QString line = QStringLiteral("%1  <%2>  %3")
+                                 .arg(Console::oneLine(feed->title()), feed->feed().toString(), unread);
+        return feed->failureReason().isEmpty()
+                   ? line
+                   : line + QStringLiteral("  failed: ") + Console::oneLine(feed->failureReason());
     }
     if (const auto *folder = dynamic_cast<const Folder *>(&node))
         return QStringLiteral("%1/  %2").arg(Console::oneLine(folder->title()), unread);

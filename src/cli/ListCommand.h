@@ -1,5 +1,5 @@
-// `list`: the library's folders and feeds as an indented tree, each feed with its address and each
-// line with its unread count. It saves nothing.
+// `list`: the library's folders and feeds as an indented tree, each feed with its address, each line
+// with its unread count, and a failed feed with its reason. It saves nothing.
 #pragma once
 
 #include "model/TreeNode.h"

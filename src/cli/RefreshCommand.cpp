@@ -12,6 +12,7 @@
 
 #include <QEventLoop>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <unistd.h>
 
 namespace {
@@ -46,39 +47,52 @@ int RefreshCommand::run() const
     if (m_concurrent)
         settings.setInteger(QStringLiteral("downloadConcurrent"), *m_concurrent);
 
-    FeedUpdater updater(library, settings);
-    updater.setPauseScheduledUpdates(true);
     const FeedList feeds = library.allFeeds();
-    for (const FeedPtr &feed : feeds)
-        updater.requestFeedDownload(feed);
-
     const bool onTerminal = isatty(STDOUT_FILENO);
     int finished = 0;
     int newArticles = 0;
     int failures = 0;
-    QEventLoop loop;
-    const int token = NotificationCenter::defaultCenter().addObserver(
-        QStringLiteral("feedDownloaded"), [&](const Notification &note) {
-            const FeedPtr feed = note.object.value<FeedPtr>();
-            const bool failed = feed->state() == Feed::Failed;
-            const int fresh = failed ? 0 : newArticleCount(*feed);
-            newArticles += fresh;
-            failures += failed ? 1 : 0;
-            if (onTerminal)
-                Console::print(
-                    QStringLiteral("[%1/%2] %3: %4\n")
-                        .arg(++finished)
-                        .arg(feeds.size())
-                        .arg(Console::oneLine(feed->title()),
-                             failed ? QStringLiteral("failed") : QStringLiteral("%1 new").arg(fresh)));
-            else
+    {
+        FeedUpdater updater(library, settings);
+        updater.setPauseScheduledUpdates(true);
+        for (const FeedPtr &feed : feeds)
+            updater.requestFeedDownload(feed);
+        QEventLoop loop;
+        const int token = NotificationCenter::defaultCenter().addObserver(
+            QStringLiteral("feedDownloaded"), [&](const Notification &note) {
+                const FeedPtr feed = note.object.value<FeedPtr>();
+                const bool failed = feed->state() == Feed::Failed;
+                const int fresh = failed ? 0 : newArticleCount(*feed);
+                newArticles += fresh;
+                failures += failed ? 1 : 0;
                 ++finished;
-            if (finished == feeds.size())
+                const QString outcome =
+                    failed ? QStringLiteral("failed: ") + Console::oneLine(feed->failureReason())
+                           : QStringLiteral("%1 new").arg(fresh);
+                if (onTerminal)
+                    Console::print(QStringLiteral("[%1/%2] %3: %4\n")
+                                       .arg(finished)
+                                       .arg(feeds.size())
+                                       .arg(Console::oneLine(feed->title()), outcome));
+                else if (failed)
+                    Console::print(QStringLiteral("%1: %2\n").arg(Console::oneLine(feed->title()), outcome));
+                if (finished == feeds.size())
+                    loop.quit();
+            });
+        if (!feeds.isEmpty())
+            loop.exec();
+        NotificationCenter::defaultCenter().removeObserver(token);
+        // Icons of feeds refreshed for the first time (or long ago) come along, within a bound; a search
+        // cut short is taken up by the next refresh.
+        QTimer poll;
+        QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+            if (updater.isIdle(FeedUpdater::IconLane))
                 loop.quit();
         });
-    if (!feeds.isEmpty())
+        poll.start(20);
+        QTimer::singleShot(iconWaitMs, &loop, &QEventLoop::quit);
         loop.exec();
-    NotificationCenter::defaultCenter().removeObserver(token);
+    }
     library.save();
     library.compactDatabase();
 

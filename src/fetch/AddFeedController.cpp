@@ -2,12 +2,16 @@
 
 #include "fetch/Downloader.h"
 #include "fetch/FeedUpdater.h"
+#include "fetch/TransferFailure.h"
 #include "fetch/URLHandlerCommand.h"
 #include "platform/CalendarDate.h"
 #include "platform/NotificationCenter.h"
-#include "reading/QBLiberalRSSParser.h"
 #include "reading/QBParser.h"
 #include "reading/TextDecoder.h"
+
+#include <QDateTime>
+#include <libxml/HTMLparser.h>
+#include <limits>
 
 AddFeedController::AddFeedController(FeedLibrary &feedLibrary, FeedUpdater &feedUpdater,
                                      NotificationCenter &notificationCenter, QObject *parent)
@@ -29,9 +33,12 @@ QString AddFeedController::normalisedAddress(const QString &typed)
         address.remove(0, 7);
     if (address.startsWith(QStringLiteral("feed:")))
         address.remove(0, 5);
+    // Only a bare word is a guess at a ".com" site; a typed host of its own ("localhost:8080",
+    // "http://intranet/feed") is kept as it is.
+    const bool bareWord = !address.contains(u'.') && !address.contains(u'/') && !address.contains(u':');
     if (!address.startsWith(QStringLiteral("http")))
         address.prepend(QStringLiteral("http://"));
-    if (!address.contains(u'.'))
+    if (bareWord)
         address.append(QStringLiteral(".com"));
     return address;
 }
@@ -72,6 +79,7 @@ bool AddFeedController::doAddFeed()
     cancelDownload();
     m_discoveryHops = 0;
     m_addedFeed.reset();
+    m_failureReason.clear();
     m_addressRed = false;
     m_addEnabled = false;
     m_addressEditable = false;
@@ -90,6 +98,7 @@ bool AddFeedController::startDownload(const QUrl &url)
         [this](Downloader *downloader) { downloadComplete(downloader); });
     if (!started) {
         m_download.reset();
+        m_failureReason = TransferFailure::notAWebAddress();
         downloadFailed();
     }
     return started;
@@ -104,6 +113,7 @@ void AddFeedController::downloadComplete(Downloader *downloader)
     Downloader *finished = m_download.release();
     finished->deleteLater();
     if (finished->state() != Downloader::DownloadStateDone) {
+        m_failureReason = finished->failureReason();
         downloadFailed();
         return;
     }
@@ -124,7 +134,8 @@ void AddFeedController::downloadComplete(Downloader *downloader)
     }
     // Reading the document stored what items it had; a document that is no subscription keeps none.
     m_feedLibrary.deleteHistoryFor(feed, nullptr);
-    followLinkedFeed(text);
+    // Relative links are relative to where the page really was, after any redirect.
+    followLinkedFeed(text, finished->effectiveURL());
     m_spinning = false;
     emit changed();
 }
@@ -152,6 +163,7 @@ void AddFeedController::accept(const FeedPtr &feed)
     // It was fetched and read just now: neither its selection nor the timed check need fetch it again.
     feed->setState(Feed::Parsed);
     feed->setLastDownloaded(CalendarDate::now());
+    feed->setLastSucceeded(QDateTime::currentDateTimeUtc());
     m_feedLibrary.add(feed, m_folder, 0);
     m_feedLibrary.setSelectedItems({feed});
     m_addedFeed = feed;
@@ -163,9 +175,9 @@ void AddFeedController::accept(const FeedPtr &feed)
     close(1);
 }
 
-void AddFeedController::followLinkedFeed(const QString &page)
+void AddFeedController::followLinkedFeed(const QString &page, const QUrl &pageURL)
 {
-    const QMap<QString, QUrl> properties = websitePropertiesFromHTML(page, m_downloadURL);
+    const QMap<QString, QUrl> properties = websitePropertiesFromHTML(page, pageURL);
     const QUrl linked = properties.value(QStringLiteral("atom"), properties.value(QStringLiteral("rss")));
     if (linked.isEmpty() || m_discoveryHops >= maximumDiscoveryHops) {
         reject();
@@ -183,6 +195,7 @@ void AddFeedController::followLinkedFeed(const QString &page)
 
 void AddFeedController::reject()
 {
+    m_failureReason = TransferFailure::notAFeed();
     m_state = Rejected;
     m_addressRed = true;
     m_addEnabled = true;
@@ -218,54 +231,96 @@ void AddFeedController::close(int result)
 
 // ---- web pages
 
+namespace {
+
+struct LinkScan
+{
+    QUrl base;
+    bool baseSeen = false;
+    QMap<QString, QUrl> properties;
+};
+
+QString attribute(const xmlChar **attributes, const char *name)
+{
+    for (const xmlChar **at = attributes; at && at[0]; at += 2) {
+        if (xmlStrcasecmp(at[0], reinterpret_cast<const xmlChar *>(name)) == 0)
+            return at[1] ? QString::fromUtf8(reinterpret_cast<const char *>(at[1])).trimmed() : QString();
+    }
+    return {};
+}
+
+// Only addresses a transfer or the subscribe panel can use; "javascript:" and "data:" links are none.
+QUrl usableAddress(const QUrl &base, const QString &href)
+{
+    const QUrl address = base.resolved(QUrl(href));
+    const QString scheme = address.scheme().toLower();
+    return scheme == u"http" || scheme == u"https" || scheme == u"feed" ? address : QUrl();
+}
+
+void startElement(void *context, const xmlChar *name, const xmlChar **attributes)
+{
+    auto *scan = static_cast<LinkScan *>(context);
+    const auto *tag = reinterpret_cast<const char *>(name);
+    if (qstricmp(tag, "base") == 0 && !scan->baseSeen) {
+        const QString href = attribute(attributes, "href");
+        if (!href.isEmpty()) {
+            scan->base = scan->base.resolved(QUrl(href));
+            scan->baseSeen = true;
+        }
+        return;
+    }
+    if (qstricmp(tag, "link") != 0)
+        return;
+    const QString href = attribute(attributes, "href");
+    const QUrl address = href.isEmpty() ? QUrl() : usableAddress(scan->base, href);
+    if (address.isEmpty())
+        return;
+    const QStringList keys =
+        AddFeedController::keysForLink(attribute(attributes, "rel"), attribute(attributes, "type"));
+    for (const QString &key : keys)
+        scan->properties.insert(key, address);
+}
+
+void ignoreMessage(void *, const char *, ...) {}
+
+} // namespace
+
 QMap<QString, QUrl> AddFeedController::websitePropertiesFromHTML(const QString &html, const QUrl &withBaseURL)
 {
-    QMap<QString, QUrl> properties;
-    const QString base = withBaseURL.toString();
-    qsizetype position = 0;
-    while (true) {
-        const qsizetype start = html.indexOf(QStringLiteral("<link"), position, Qt::CaseInsensitive);
-        if (start < 0)
-            break;
-        const qsizetype end = html.indexOf(u'>', start);
-        if (end < 0)
-            break;
-        const QString linkTag = html.sliced(start, end - start + 1);
-        position = end + 1;
-        const QString href = QBLiberalRSSParser::tag(linkTag, QStringLiteral("href"));
-        if (href.isEmpty())
-            continue;
-        const QUrl address(resolvedAddress(href, base));
-        for (const QString &key : keysForLink(linkTag))
-            properties.insert(key, address);
-    }
-    return properties;
-}
-
-QString AddFeedController::resolvedAddress(const QString &href, const QString &base)
-{
-    if (href.startsWith(u'/')) {
-        const QString trimmed = base.endsWith(u'/') ? base.chopped(1) : base;
-        return QStringLiteral("%1%2").arg(trimmed, href);
-    }
-    if (!href.startsWith(QStringLiteral("http")) && !href.startsWith(QStringLiteral("feed")))
-        return QStringLiteral("%1/%2").arg(base, href);
-    return href;
-}
-
-QStringList AddFeedController::keysForLink(const QString &linkTag)
-{
-    const QString rel = QBLiberalRSSParser::tag(linkTag, QStringLiteral("rel")).trimmed().toLower();
-    if (rel == u"apple-touch-icon" || rel == u"apple-touch-icon-precomposed")
-        return {QStringLiteral("apple-touch-icon")};
-    if (rel == u"icon")
-        return {QStringLiteral("icon")};
-    if (rel != u"alternate")
+    const QByteArray bytes = html.toUtf8();
+    if (bytes.isEmpty() || bytes.size() > std::numeric_limits<int>::max())
         return {};
-    const QString type = QBLiberalRSSParser::tag(linkTag, QStringLiteral("type")).trimmed().toLower();
-    if (type == u"application/rss+xml")
-        return {QStringLiteral("alternate"), QStringLiteral("rss")};
-    if (type == u"application/atom+xml")
-        return {QStringLiteral("alternate"), QStringLiteral("atom")};
-    return {QStringLiteral("alternate")};
+    LinkScan scan{withBaseURL, false, {}};
+    htmlSAXHandler handler{};
+    handler.startElement = startElement;
+    handler.warning = ignoreMessage;
+    handler.error = ignoreMessage;
+    htmlParserCtxtPtr context =
+        htmlCreatePushParserCtxt(&handler, &scan, nullptr, 0, nullptr, XML_CHAR_ENCODING_UTF8);
+    if (!context)
+        return {};
+    htmlCtxtUseOptions(context, HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING |
+                                    HTML_PARSE_NONET | HTML_PARSE_NOBLANKS);
+    htmlParseChunk(context, bytes.constData(), int(bytes.size()), 1);
+    htmlFreeParserCtxt(context);
+    return scan.properties;
+}
+
+QStringList AddFeedController::keysForLink(const QString &rel, const QString &type)
+{
+    const QStringList relations = rel.toLower().split(u' ', Qt::SkipEmptyParts);
+    QStringList keys;
+    if (relations.contains(u"apple-touch-icon") || relations.contains(u"apple-touch-icon-precomposed"))
+        keys << QStringLiteral("apple-touch-icon");
+    if (relations.contains(u"icon"))
+        keys << QStringLiteral("icon");
+    if (!relations.contains(u"alternate"))
+        return keys;
+    keys << QStringLiteral("alternate");
+    const QString kind = type.trimmed().toLower();
+    if (kind == u"application/rss+xml")
+        keys << QStringLiteral("rss");
+    else if (kind == u"application/atom+xml")
+        keys << QStringLiteral("atom");
+    return keys;
 }

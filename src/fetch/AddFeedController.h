@@ -40,11 +40,14 @@ public:
                       NotificationCenter &notificationCenter, QObject *parent = nullptr);
     ~AddFeedController() override;
 
-    // The link tags of a page as a map from "apple-touch-icon", "icon", "alternate", "rss" and "atom" to
-    // the address each names, made absolute against the base; a later tag of a kind replaces an earlier.
+    // The link tags of a page, read with an HTML parser, as a map from "apple-touch-icon", "icon",
+    // "alternate", "rss" and "atom" to the address each names, resolved against the page's <base> or
+    // the given address as a browser would; a later tag of a kind replaces an earlier.
     static QMap<QString, QUrl> websitePropertiesFromHTML(const QString &html, const QUrl &withBaseURL);
+    // The keys a link tag with these rel and type attributes is stored under.
+    static QStringList keysForLink(const QString &rel, const QString &type);
     // What adding makes of typed text: blanks gone, a feed: scheme dropped, http:// in front when no
-    // scheme starts it and ".com" behind a word without any dot.
+    // scheme starts it and ".com" behind a bare word without any dot.
     static QString normalisedAddress(const QString &typed);
 
     // The address field's text; the panel writes what the user typed, the controller writes back what
@@ -68,6 +71,8 @@ public:
     // The feed the last successful add put into the library.
     FeedPtr addedFeed() const { return m_addedFeed; }
     int discoveryHops() const { return m_discoveryHops; }
+    // Why the last add found no feed ("404 Not Found", "Not a feed"); empty after a success.
+    QString failureReason() const { return m_failureReason; }
 
     // Starts downloading the normalised address; false (after a beep) when there is nothing to download.
     bool doAddFeed();
@@ -89,13 +94,10 @@ private:
     void downloadFailed();
     static bool isFeed(const Feed &feed, const QString &text);
     void accept(const FeedPtr &feed);
-    void followLinkedFeed(const QString &page);
+    void followLinkedFeed(const QString &page, const QUrl &pageURL);
     void reject();
     void close(int result);
     void cancelDownload();
-
-    static QString resolvedAddress(const QString &href, const QString &base);
-    static QStringList keysForLink(const QString &linkTag);
 
     FeedLibrary &m_feedLibrary;
     FeedUpdater &m_feedUpdater;
@@ -106,6 +108,7 @@ private:
     TreeNodePtr m_folder;
     QUrl m_iconURL;
     FeedPtr m_addedFeed;
+    QString m_failureReason;
     PanelState m_state = Idle;
     bool m_addEnabled = true;
     bool m_addressEditable = true;

@@ -2,6 +2,7 @@
 
 #include "fetch/TransferDefaults.h"
 
+#include <algorithm>
 #include <curl/curl.h>
 #include <memory>
 #include <mutex>
@@ -10,6 +11,7 @@ namespace {
 struct Transfer
 {
     QByteArray body;
+    qint64 maxBytes = 0;
     const BlockingTransfer::StopRequest *stopRequested = nullptr;
 };
 
@@ -17,7 +19,7 @@ size_t appendBody(char *data, size_t size, size_t count, void *context)
 {
     auto *transfer = static_cast<Transfer *>(context);
     const size_t length = size * count;
-    if (transfer->body.size() + qint64(length) > BlockingTransfer::maximumBodySize)
+    if (transfer->body.size() + qint64(length) > transfer->maxBytes)
         return 0;
     transfer->body.append(data, qsizetype(length));
     return length;
@@ -36,7 +38,8 @@ void initialiseCurlOnce()
 }
 } // namespace
 
-std::optional<QByteArray> BlockingTransfer::dataFromURL(const QUrl &url, const StopRequest &stopRequested)
+std::optional<QByteArray> BlockingTransfer::dataFromURL(const QUrl &url, qint64 maxBytes,
+                                                        const StopRequest &stopRequested)
 {
     if (!url.isValid())
         return std::nullopt;
@@ -45,7 +48,9 @@ std::optional<QByteArray> BlockingTransfer::dataFromURL(const QUrl &url, const S
     if (!handle)
         return std::nullopt;
     Transfer transfer;
+    transfer.maxBytes = maxBytes;
     transfer.stopRequested = &stopRequested;
+    const TransferDefaults::Limits limits = TransferDefaults::limits();
     const QByteArray address = url.toEncoded();
     const QByteArray userAgent = TransferDefaults::userAgent().toUtf8();
     CURL *curl = handle.get();
@@ -55,7 +60,10 @@ std::optional<QByteArray> BlockingTransfer::dataFromURL(const QUrl &url, const S
     curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 1L);
     curl_easy_setopt(curl, CURLOPT_FAILONERROR, 1L);
     curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(curl, CURLOPT_TIMEOUT, TransferDefaults::timeoutSeconds);
+    curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, long(limits.totalMs));
+    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME, std::max(1L, long(limits.stallMs / 1000)));
+    curl_easy_setopt(curl, CURLOPT_MAXFILESIZE_LARGE, curl_off_t(maxBytes));
     curl_easy_setopt(curl, CURLOPT_ACCEPT_ENCODING, "");
     curl_easy_setopt(curl, CURLOPT_USERAGENT, userAgent.constData());
     curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, appendBody);

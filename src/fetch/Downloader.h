@@ -1,6 +1,7 @@
 // Fetches one URL per object, into memory (a page) or into a file in a folder, on the calling thread's event
-// loop through libcurl. It never blocks that thread, never sends the credentials it holds, and never calls
-// its completion from inside a transfer callback: the completion runs on a later pass of the event loop.
+// loop through libcurl, within the transfer limits. It never blocks that thread, never sends the credentials
+// it holds, never overwrites a file it did not finish, and never calls its completion from inside a transfer
+// callback: the completion runs on a later pass of the event loop.
 #pragma once
 
 #include <QByteArray>
@@ -44,9 +45,6 @@ public:
     // The delegate's completion: called once with this Downloader, on a later pass of the event loop, and
     // never after cancel(). The delegate keeps the Downloader alive until then.
     using Completion = std::function<void(Downloader *)>;
-    // Queues a further icon candidate (URL, destination folder, context dictionary); the feed updater
-    // installs its requestDownload here. Without one, a failed icon candidate ends the chain.
-    using IconRequester = std::function<void(const QUrl &, const QString &, const QVariantMap &)>;
 
     Downloader();
     ~Downloader() override;
@@ -86,12 +84,14 @@ public:
     QObject *delegate() const { return m_delegate; }
     void setDelegate(QObject *delegate) { m_delegate = delegate; }
 
-    // How long a transfer may go without any progress before it fails; 30 seconds unless changed.
-    int timeoutInterval() const { return m_timeoutInterval; }
-    void setTimeoutInterval(int milliseconds) { m_timeoutInterval = milliseconds; }
-    static void setDefaultTimeoutInterval(int milliseconds);
-
-    static void setIconRequester(IconRequester requester);
+    // A header of the last answer, whatever the case of its name; empty when it sent none.
+    QString responseHeader(const QString &name) const;
+    // The status of the last answer, 0 before one arrived.
+    int statusCode() const { return m_statusCode; }
+    // Where the transfer ended up after redirects.
+    QUrl effectiveURL() const { return m_effectiveURL; }
+    // Why a failed transfer failed ("404 Not Found", "Timed out", "Too large"); empty otherwise.
+    QString failureReason() const { return m_failureReason; }
 
 private:
     bool start(const QUrl &url, QObject *delegate, const QVariant &contextInfo, Completion didEndSelector);
@@ -101,17 +101,23 @@ private:
     size_t inCallback(size_t length, const std::function<bool(Downloader &)> &step);
     bool takeHeaderLine(const QByteArray &line);
     bool endOfHeaders();
+    bool refuse(const QString &reason);
     bool pageResponse();
     bool fileResponse();
     bool receive(const char *data, size_t length);
+    bool write(const char *data, size_t length);
     QString pendingHeader(const QString &name) const;
     QString suggestedFileName() const;
+    void timedOut();
     void finished(CURLcode result);
     void pageFinished(bool succeeded);
     void fileFinished(bool succeeded);
-    void fallBackToNextIcon() const;
+    bool keepFile();
+    bool keepUnderFreeName();
+    bool keepIcon();
     void informDelegate();
     void stopTransfer();
+    void discardPartFile();
     int downloadType() const;
 
     CURL *m_urlConnection = nullptr;
@@ -131,10 +137,17 @@ private:
     double m_bytes = 0;
 
     QUrl m_url;
+    QUrl m_effectiveURL;
     curl_slist *m_requestHeaderList = nullptr;
+    // A file transfer writes here and becomes fileName only once it is complete.
     QFile m_file;
     QTimer m_stallTimer;
-    int m_timeoutInterval;
+    QTimer m_totalTimer;
+    int m_stallMs = 0;
+    qint64 m_byteLimit = 0; // 0: none
+    qint64 m_headerBytes = 0;
+    qint64 m_bytesSinceSpaceCheck = 0;
+    int m_statusCode = 0;
     int m_pendingStatus = 0;
     QMap<QString, QString> m_pendingHeaders;
     bool m_toFile = false;
@@ -143,5 +156,4 @@ private:
     bool m_inCallback = false;
     bool m_cancelled = false;
     QString m_failureReason;
-    char m_errorText[CURL_ERROR_SIZE] = {};
 };

@@ -2,21 +2,46 @@
 
 #include "platform/Resources.h"
 
+#include <QBuffer>
 #include <QFile>
+#include <QImageReader>
 #include <QImageWriter>
 #include <QPainter>
 #include <algorithm>
+#include <cmath>
 
 QBImageManipulator::QBImageManipulator(const QImage &image) : m_image(image) {}
 
 bool QBImageManipulator::loadImageFromURL(const QUrl &url, const BlockingTransfer::StopRequest &stopRequested)
 {
-    const std::optional<QByteArray> data = BlockingTransfer::dataFromURL(url, stopRequested);
+    const std::optional<QByteArray> data =
+        BlockingTransfer::dataFromURL(url, largestPictureBytes, stopRequested);
     if (!data)
         return false;
-    QImage decoded = QImage::fromData(*data);
+    const QImage decoded = decodedPicture(*data);
     m_image = decoded.isNull() ? dummyImage() : decoded;
     return true;
+}
+
+// A JPEG decodes straight to a smaller size at little cost; other formats would decode whole first, so
+// an oversized one is refused rather than allocated.
+QImage QBImageManipulator::decodedPicture(const QByteArray &data)
+{
+    QBuffer buffer;
+    buffer.setData(data);
+    QImageReader reader(&buffer);
+    const QSize size = reader.size();
+    if (!size.isValid())
+        return reader.read();
+    const qint64 pixels = qint64(size.width()) * size.height();
+    if (pixels > largestPixelCount) {
+        if (reader.format() != "jpeg")
+            return {};
+        const double shrink = std::sqrt(double(largestPixelCount) / double(pixels));
+        reader.setScaledSize(
+            QSize(std::max(1, int(size.width() * shrink)), std::max(1, int(size.height() * shrink))));
+    }
+    return reader.read();
 }
 
 float QBImageManipulator::scaleFactor() const

@@ -16,9 +16,16 @@ public:
     QBImageManipulator() = default;
     explicit QBImageManipulator(const QImage &image);
 
+    // A picture file larger than this is not fetched whole, and one of more pixels than this is not
+    // decoded at full size: a thumbnail never needs either, and a hostile server could send both.
+    static constexpr qint64 largestPictureBytes = 16 * 1024 * 1024;
+    static constexpr qint64 largestPixelCount = 40 * 1000 * 1000;
+
     // Fetches the whole resource and decodes it; bytes that decode to no picture give the "dummy-image"
     // picture instead. False, with the image left as it was, when nothing could be fetched.
     bool loadImageFromURL(const QUrl &url, const BlockingTransfer::StopRequest &stopRequested = {});
+    // Decodes a picture file's bytes within largestPixelCount; a null image when they are none.
+    static QImage decodedPicture(const QByteArray &data);
 
     // The factor the next scaling applies: the tightest of the two bounds, never above 1.
     float scaleFactor() const;

@@ -2,6 +2,26 @@
 
 #include "platform/Defaults.h"
 
+#include <mutex>
+
+namespace {
+// Read by the thumbnail worker as well as the main thread.
+std::mutex limitsLock;
+TransferDefaults::Limits currentLimits;
+} // namespace
+
+TransferDefaults::Limits TransferDefaults::limits()
+{
+    std::lock_guard locker(limitsLock);
+    return currentLimits;
+}
+
+void TransferDefaults::setLimits(const Limits &limits)
+{
+    std::lock_guard locker(limitsLock);
+    currentLimits = limits;
+}
+
 QString TransferDefaults::userAgent()
 {
     const QString stored = Defaults::standard().string(QStringLiteral("UserAgent"));

@@ -9,6 +9,15 @@
 
 Feed::Feed() : m_lastDownloaded(CalendarDate::distantPast()) {}
 
+void Feed::setFeed(const QUrl &feed)
+{
+    if (feed != m_feed) {
+        m_entityTag.clear();
+        m_lastModified.clear();
+    }
+    m_feed = feed;
+}
+
 void Feed::updateUnreadCount()
 {
     int count = 0;
@@ -101,6 +110,12 @@ void Feed::encodeWithCoder(KeyedArchiver &coder) const
     coder.encodeInt32(QStringLiteral("retentionPeriod"), m_retentionPeriod);
     coder.encodeInt32(QStringLiteral("updateInterval"), m_updateInterval);
     coder.encodeBool(QStringLiteral("customIconAvailable"), m_customIconAvailable);
+    coder.encodeString(QStringLiteral("failureReason"), m_failureReason);
+    coder.encodeDateTime(QStringLiteral("lastSucceeded"), m_lastSucceeded);
+    coder.encodeString(QStringLiteral("entityTag"), m_entityTag);
+    coder.encodeString(QStringLiteral("lastModified"), m_lastModified);
+    coder.encodeDateTime(QStringLiteral("retryAfter"), m_retryAfter);
+    coder.encodeDateTime(QStringLiteral("iconChecked"), m_iconChecked);
 }
 
 void Feed::initWithCoder(KeyedUnarchiver &coder)
@@ -121,6 +136,12 @@ void Feed::initWithCoder(KeyedUnarchiver &coder)
     m_retentionPeriod = coder.decodeInt32(QStringLiteral("retentionPeriod"));
     m_updateInterval = coder.decodeInt32(QStringLiteral("updateInterval"));
     m_customIconAvailable = coder.decodeBool(QStringLiteral("customIconAvailable"));
+    m_failureReason = coder.decodeString(QStringLiteral("failureReason"));
+    m_lastSucceeded = coder.decodeDateTime(QStringLiteral("lastSucceeded"));
+    m_entityTag = coder.decodeString(QStringLiteral("entityTag"));
+    m_lastModified = coder.decodeString(QStringLiteral("lastModified"));
+    m_retryAfter = coder.decodeDateTime(QStringLiteral("retryAfter"));
+    m_iconChecked = coder.decodeDateTime(QStringLiteral("iconChecked"));
     updateUnreadCount();
     loadIconFromIconFolder();
 }

@@ -52,7 +52,8 @@ public:
     QUrl link() const { return m_link; }
     void setLink(const QUrl &link) { m_link = link; }
     QUrl feed() const { return m_feed; }
-    void setFeed(const QUrl &feed) { m_feed = feed; }
+    // A new address forgets the validators of the old one.
+    void setFeed(const QUrl &feed);
     CalendarDate publicationDate() const { return m_publicationDate; }
     void setPublicationDate(const CalendarDate &date) { m_publicationDate = date; }
     CalendarDate lastDownloaded() const { return m_lastDownloaded; }
@@ -71,6 +72,25 @@ public:
     void setFavIcon(const QImage &icon) { m_favIcon = icon; }
     bool specialSelection() const { return m_specialSelection; }
     void setSpecialSelection(bool selected) { m_specialSelection = selected; }
+
+    // Why the latest refresh failed ("404 Not Found", "Timed out"); empty once one succeeds.
+    QString failureReason() const { return m_failureReason; }
+    void setFailureReason(const QString &reason) { m_failureReason = reason; }
+    // When a refresh last succeeded; invalid before the first.
+    QDateTime lastSucceeded() const { return m_lastSucceeded; }
+    void setLastSucceeded(const QDateTime &moment) { m_lastSucceeded = moment; }
+    // The validators ("ETag", "Last-Modified") of the latest full answer, sent back with the next
+    // refresh so that an unchanged feed costs the server a 304.
+    QString entityTag() const { return m_entityTag; }
+    void setEntityTag(const QString &tag) { m_entityTag = tag; }
+    QString lastModified() const { return m_lastModified; }
+    void setLastModified(const QString &date) { m_lastModified = date; }
+    // The server asked not to be asked again before this moment (429 or 503 with Retry-After).
+    QDateTime retryAfter() const { return m_retryAfter; }
+    void setRetryAfter(const QDateTime &moment) { m_retryAfter = moment; }
+    // When the feed's icon was last looked for; icons are looked for again after a while.
+    QDateTime iconChecked() const { return m_iconChecked; }
+    void setIconChecked(const QDateTime &moment) { m_iconChecked = moment; }
 
     int cachedUnreadCount() const { return m_cachedUnreadCount; }
     int unreadCount() const override { return m_cachedUnreadCount; }
@@ -122,6 +142,12 @@ private:
     bool m_customIconAvailable = true;
     QImage m_favIcon;
     bool m_specialSelection = false;
+    QString m_failureReason;
+    QDateTime m_lastSucceeded;
+    QString m_entityTag;
+    QString m_lastModified;
+    QDateTime m_retryAfter;
+    QDateTime m_iconChecked;
     mutable QMutex m_indexLock;
     mutable ArticleIndex m_index;
 };

@@ -11,6 +11,7 @@
 #include "platform/LocalizedStrings.h"
 #include "platform/Log.h"
 #include "platform/NotificationCenter.h"
+#include "platform/PropertyList.h"
 #include "platform/Resources.h"
 #include "reading/OPMLImporter.h"
 #include "reading/QBUtilities.h"
@@ -898,6 +899,23 @@ void FeedLibrary::saveStateForArticle(const ArticlePtr &article)
     m_database->executeUpdate(QStringLiteral("UPDATE clippings SET state=? WHERE uniqueID=?"), values);
     m_database->executeUpdate(QStringLiteral("UPDATE articles SET state=? WHERE uniqueID=?"), values);
     m_database->commit();
+}
+
+void FeedLibrary::saveEnclosure(const std::shared_ptr<Enclosure> &enclosure)
+{
+    if (!m_database || !enclosure)
+        return;
+    for (const ArticlePtr &article : allArticles()) {
+        if (article->enclosure() != enclosure)
+            continue;
+        const QVariantList values{PropertyList::write(enclosure->archiveToDictionary()), article->uniqueID()};
+        m_database->beginTransaction();
+        m_database->executeUpdate(QStringLiteral("UPDATE clippings SET enclosure=? WHERE uniqueID=?"),
+                                  values);
+        m_database->executeUpdate(QStringLiteral("UPDATE articles SET enclosure=? WHERE uniqueID=?"), values);
+        m_database->commit();
+        return;
+    }
 }
 
 void FeedLibrary::applyArticleState(int state, const FeedPtr &toFeed, bool preservingReadState)

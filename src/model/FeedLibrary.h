@@ -142,6 +142,8 @@ public:
     void saveSummary(const QString &fullText, const ArticlePtr &forArticle);
     QString longSummaryForArticle(const ArticlePtr &article);
     void saveStateForArticle(const ArticlePtr &article);
+    // Stores the enclosure anew with the article that holds it, as after its download.
+    void saveEnclosure(const std::shared_ptr<Enclosure> &enclosure);
     void applyArticleState(int state, const FeedPtr &toFeed, bool preservingReadState);
 
     // Clippings.

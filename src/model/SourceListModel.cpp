@@ -157,6 +157,12 @@ QVariant SourceListModel::data(const QModelIndex &index, int role) const
         return persistentObjectForItem(item);
     case KindRole:
         return item->kindOfObject();
+    case Qt::ToolTipRole:
+    case FailureReasonRole: {
+        const auto feed = std::dynamic_pointer_cast<Feed>(item);
+        const QString reason = feed ? feed->failureReason() : QString();
+        return reason.isEmpty() && role == Qt::ToolTipRole ? QVariant() : QVariant(reason);
+    }
     default:
         return badgeData(item, role);
     }

@@ -15,16 +15,17 @@ class SourceListModel : public QAbstractItemModel
     Q_OBJECT
 
 public:
-    // Besides Qt's display and edit roles (the title) and the decoration role (the row's icon as a
-    // QImage), every row answers these. The badge roles answer an invalid QVariant for rows other
-    // than folders and feeds, so that a view draws no badge there.
+    // Besides Qt's display and edit roles (the title), the decoration role (the row's icon as a QImage)
+    // and the tool-tip role (a failed feed's reason), every row answers these. The badge roles answer an
+    // invalid QVariant for rows other than folders and feeds, so that a view draws no badge there.
     enum Role
     {
         UnreadCountRole = Qt::UserRole + 1, // int: the number in the unread badge
         HasNewArticlesRole,                 // bool: whether the new-articles badge shows
         DownloadingRole,                    // bool: whether the activity indicator spins (a feed in state 1)
         UniqueIDRole,                       // QString: what the view saves expanded rows by
-        KindRole                            // int: the node's kindOfObject
+        KindRole,                           // int: the node's kindOfObject
+        FailureReasonRole                   // QString: why a feed's latest refresh failed; empty otherwise
     };
 
     // What a drop would do, as the outline asks it while the pointer moves.

@@ -6,6 +6,7 @@
 #include "model/Feed.h"
 
 #include <limits>
+#include <QRegularExpression>
 
 namespace {
 
@@ -16,6 +17,23 @@ qsizetype skipWhiteSpace(const QString &text, qsizetype from)
     while (from < text.size() && text.at(from).isSpace())
         ++from;
     return from;
+}
+
+// A tracking pixel says so in its tag (width="1", height="0"): such a picture is never worth a fetch.
+bool declaresTrackingPixel(const QString &summary, qsizetype attributeAt)
+{
+    const qsizetype open = summary.lastIndexOf(u'<', attributeAt);
+    const qsizetype close = summary.indexOf(u'>', attributeAt);
+    if (open < 0 || close < 0)
+        return false;
+    static const QRegularExpression side(QStringLiteral("\\b(?:width|height)\\s*[=:]\\s*[\"']?\\s*(\\d+)"),
+                                         QRegularExpression::CaseInsensitiveOption);
+    auto sizes = side.globalMatch(QStringView(summary).mid(open, close - open));
+    while (sizes.hasNext()) {
+        if (sizes.next().captured(1).toInt() <= 1)
+            return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -97,7 +115,7 @@ QUrl FeedReaderSupport::imageURLInSummary(const QString &fullSummary, const QUrl
     const QString marker = singleQuoted ? QStringLiteral("src='") : QStringLiteral("src=\"");
     const QChar closing = singleQuoted ? u'\'' : u'"';
     const qsizetype found = fullSummary.indexOf(marker);
-    if (found < 0)
+    if (found < 0 || declaresTrackingPixel(fullSummary, found))
         return {};
     const qsizetype start = skipWhiteSpace(fullSummary, found + marker.size());
     qsizetype end = fullSummary.indexOf(closing, start);

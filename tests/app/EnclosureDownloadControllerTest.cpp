@@ -58,6 +58,7 @@ protected:
         file.close();
         Downloader downloader;
         downloader.setDestination(downloads.path());
+        downloader.setFileName(finished->title());
         downloader.setContextInfo(
             QVariantMap{{DownloadTypeKey, 1}, {DownloadEnclosureKey, QVariant::fromValue(finished)}});
         center().post("FileDownloadCompleteNotification", QVariant::fromValue(&downloader));
@@ -86,7 +87,12 @@ TEST_F(EnclosureWindowTest, ADownloadGoesFromDownloadThroughCancelToOpenFileAndO
     slow.chunkSize = 16 * 1024;
     slow.chunkDelayMs = 20;
     server.route("/casts/episode.MP3", slow);
-    const auto episode = enclosure("episode.MP3", server.url("/casts/episode.MP3"), quint64(body.size()));
+    // Podcast hosts add tracking to their links, and another feed's episode may have the same name.
+    const auto episode = enclosure(
+        "episode.MP3", QUrl(server.url("/casts/episode.MP3").toString() + "?src=feed"), quint64(body.size()));
+    QFile other(downloads.filePath("episode.MP3"));
+    ASSERT_TRUE(other.open(QIODevice::WriteOnly));
+    other.close();
 
     choose(episode);
     EXPECT_TRUE(window.window()->isVisible());
@@ -120,7 +126,7 @@ TEST_F(EnclosureWindowTest, ADownloadGoesFromDownloadThroughCancelToOpenFileAndO
     EXPECT_FALSE(window.progressBar()->isVisible());
     EXPECT_EQ(window.locationField()->text(), QDir(downloads.path()).dirName());
     EXPECT_EQ(window.downloader(), nullptr);
-    EXPECT_EQ(episode->localFilePath(), downloads.filePath("episode.MP3"));
+    EXPECT_EQ(episode->localFilePath(), downloads.filePath("episode (2).MP3"));
     QFile saved(episode->localFilePath());
     ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
     EXPECT_EQ(saved.readAll(), body);

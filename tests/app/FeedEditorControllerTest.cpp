@@ -84,6 +84,15 @@ TEST_F(EditorTest, TheSelectedFeedIsShownAndValuesWithoutAnItemShowTheThirtyItem
     EXPECT_EQ(editor.retentionPeriodPopUp()->currentData().toInt(), 7);
     EXPECT_TRUE(editor.descriptionWebView()->toPlainText().contains("No description available"));
     EXPECT_FALSE(editor.iconImageView()->pixmap().isNull());
+    EXPECT_EQ(editor.refreshStatusField()->text(), "Not yet refreshed");
+
+    // A refresh that ends while the feed is shown shows its outcome at once.
+    t.harbour->setFailureReason("404 Not Found");
+    t.center.post("feedDownloaded", QVariant::fromValue(t.harbour));
+    EXPECT_EQ(editor.refreshStatusField()->text(), "Failed: 404 Not Found");
+    t.harbour->setLastSucceeded(QDateTime(QDate(2026, 3, 1), QTime(8, 0), Qt::UTC));
+    t.center.post("feedDownloaded", QVariant::fromValue(t.harbour));
+    EXPECT_TRUE(editor.refreshStatusField()->text().startsWith("Failed: 404 Not Found (last succeeded "));
 
     select(t.kitchen);
     EXPECT_EQ(editor.refreshIntervalPopUp()->currentData().toInt(), -1);

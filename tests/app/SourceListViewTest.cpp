@@ -221,7 +221,7 @@ TEST_F(SourceListWidget, SmallIconsGiveTwentyPixelRowsAndLargeOnesThirtyEight)
     EXPECT_EQ(view->visualRect(row(tech)).height(), 38);
 }
 
-TEST_F(SourceListWidget, OnlyRowsWithUnreadArticlesShowABadgeAndDownloadsSpin)
+TEST_F(SourceListWidget, OnlyRowsWithUnreadArticlesShowABadgeDownloadsSpinAndFailedFeedsAreMarked)
 {
     addUnreadArticles(loose, 7);
     model->reloadData();
@@ -241,4 +241,16 @@ TEST_F(SourceListWidget, OnlyRowsWithUnreadArticlesShowABadgeAndDownloadsSpin)
     loose->setState(Feed::Parsed);
     model->reloadData();
     EXPECT_FALSE(view->isSpinnerRunning());
+
+    const auto redPixels = [](const QImage &image) {
+        int red = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                red += qRed(image.pixel(x, y)) > 150 && qGreen(image.pixel(x, y)) < 100;
+        return red;
+    };
+    EXPECT_EQ(redPixels(rowImage(quiet)), 0);
+    quiet->setFailureReason("404 Not Found");
+    model->reloadData();
+    EXPECT_GT(redPixels(rowImage(quiet)), 20) << "a feed whose refresh failed carries a mark";
 }

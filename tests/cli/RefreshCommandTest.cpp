@@ -3,10 +3,12 @@
 #include "db/FMDatabase.h"
 #include "db/FMResultSet.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
+#include <QImage>
 #include <QTemporaryDir>
 #include <QThread>
 #include <csignal>
@@ -37,7 +39,18 @@ QProcessEnvironment resourcesWithDefaultFeeds(const QString &folder, const QList
 
 } // namespace
 
-TEST(RefreshCommand, FetchesEveryFeedOnceCountsNewArticlesAndFailuresAndSavesTheLibrary)
+QByteArray pngBytes()
+{
+    QImage image(32, 32, QImage::Format_RGB32);
+    image.fill(Qt::darkGreen);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+TEST(RefreshCommand, FetchesEveryFeedOnceSaysWhyOneFailedFetchesNewIconsAndSavesTheLibrary)
 {
     LoopbackServer server;
     server.route(
@@ -46,21 +59,29 @@ TEST(RefreshCommand, FetchesEveryFeedOnceCountsNewArticlesAndFailuresAndSavesThe
                                      "<item><title>A</title><guid>cli-a</guid></item>"
                                      "<item><title>B</title><guid>cli-b</guid></item></channel></rss>",
                                      "application/rss+xml"));
-    server.route(QStringLiteral("/private.xml"), LoopbackServer::Response::authenticationRequired());
+    // The first icon address answers with the server's HTML 404 page, the second with a picture.
+    server.route(QStringLiteral("/apple-touch-icon.png"),
+                 LoopbackServer::Response::ok(pngBytes(), "image/png"));
     QTemporaryDir scratch;
     const QProcessEnvironment environment = resourcesWithDefaultFeeds(
-        scratch.filePath("resources"), {server.url("/good.xml"), server.url("/private.xml")});
+        scratch.filePath("resources"), {server.url("/good.xml"), server.url("/gone.xml")});
     const QString library = scratch.filePath("library");
 
     const CliRun refresh({"refresh", "--library", library, "--concurrent", "2"}, 30000, environment);
     ASSERT_TRUE(refresh.finished());
     EXPECT_EQ(refresh.exitCode(), 0) << refresh.errorText().toStdString();
-    EXPECT_EQ(refresh.outputText(), "Refreshed 2 feeds: 2 new articles, 1 failed\n");
+    EXPECT_EQ(refresh.outputText(), "/gone.xml: failed: 404 Not Found\n"
+                                    "Refreshed 2 feeds: 2 new articles, 1 failed\n");
     EXPECT_EQ(server.requestCount("/good.xml"), 1);
-    EXPECT_EQ(server.requestCount("/private.xml"), 1);
+    EXPECT_EQ(server.requestCount("/gone.xml"), 1);
+    const QStringList icons = QDir(library + "/Icons").entryList(QDir::Files);
+    ASSERT_EQ(icons.size(), 1) << "a new library's default feeds get their icons";
+    EXPECT_FALSE(QImage(library + "/Icons/" + icons.first()).isNull());
 
     const CliRun list({"list", "--library", library}, 30000, environment);
-    EXPECT_TRUE(list.outputText().contains("(2 unread)")) << list.outputText().toStdString();
+    EXPECT_TRUE(list.outputText().contains("(2 unread)\n")) << list.outputText().toStdString();
+    EXPECT_TRUE(list.outputText().contains("(0 unread)  failed: 404 Not Found\n"))
+        << list.outputText().toStdString();
 
     const CliRun wrong({"refresh", "--library", library, "--concurrent", "none"}, 30000, environment);
     EXPECT_EQ(wrong.exitCode(), 2);
@@ -120,4 +141,41 @@ TEST(RefreshCommand, ARefreshKilledHalfWayKeepsEveryArticleStoredInADatabaseThat
                   .arg(server.url("/quick.xml").toString(), server.url("/never.xml").toString()));
     EXPECT_EQ(CliRun({"--library", library, "import", opml.fileName()}, 30000, environment).exitCode(), 0)
         << "the lock of the killed refresh is taken over";
+}
+
+TEST(AddCommand, FindsTheFeedAnArticlePageLinksRootRelativelyOrSaysWhyItFoundNone)
+{
+    LoopbackServer server;
+    server.route(
+        "/2026/04/story.html",
+        LoopbackServer::Response::ok("<html><head><link rel=\"alternate\" type=\"application/rss+xml\" "
+                                     "href=\"/feed.xml\"></head><body>A story</body></html>",
+                                     "text/html"));
+    server.route("/feed.xml",
+                 LoopbackServer::Response::ok("<rss version=\"2.0\"><channel><title>Stories</title>"
+                                              "<item><title>A</title><guid>add-a</guid></item>"
+                                              "</channel></rss>",
+                                              "application/rss+xml"));
+    QTemporaryDir scratch;
+    const QProcessEnvironment environment = resourcesWithDefaultFeeds(scratch.filePath("resources"), {});
+    const QString library = scratch.filePath("library");
+    const auto add = [&](const QStringList &arguments) {
+        return CliRun(QStringList{"add", "--library", library} + arguments, 30000, environment);
+    };
+
+    const CliRun noFolder = add({server.url("/2026/04/story.html").toString(), "--folder", "Coast"});
+    EXPECT_EQ(noFolder.exitCode(), 2);
+    EXPECT_TRUE(noFolder.errorText().contains("no folder named 'Coast'"));
+
+    const CliRun found = add({server.url("/2026/04/story.html").toString()});
+    EXPECT_EQ(found.exitCode(), 0) << found.errorText().toStdString();
+    EXPECT_EQ(found.outputText(), "Added Stories  <" + server.url("/feed.xml").toString() + ">\n");
+
+    const CliRun missing = add({server.url("/missing.xml").toString()});
+    EXPECT_EQ(missing.exitCode(), 4);
+    EXPECT_TRUE(missing.outputText().isEmpty());
+    EXPECT_TRUE(missing.errorText().contains(": 404 Not Found")) << missing.errorText().toStdString();
+
+    const CliRun list({"list", "--library", library}, 30000, environment);
+    EXPECT_EQ(list.outputText(), "Stories  <" + server.url("/feed.xml").toString() + ">  (1 unread)\n");
 }

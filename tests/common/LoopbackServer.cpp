@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <cerrno>
 #include <fcntl.h>
+#include <iterator>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -33,6 +34,31 @@ QByteArray gzipped(const QByteArray &bytes)
     return out;
 }
 
+// Deflated piece by piece, so that the bomb never exists unpacked in the test's memory either.
+QByteArray gzippedZeros(qint64 count)
+{
+    z_stream stream{};
+    deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+    const QByteArray zeros(1 << 20, '\0');
+    QByteArray out;
+    char buffer[1 << 16];
+    for (qint64 left = count; left >= 0; left -= zeros.size()) {
+        const bool last = left <= zeros.size();
+        stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(zeros.constData()));
+        stream.avail_in = uInt(last ? left : zeros.size());
+        do {
+            stream.next_out = reinterpret_cast<Bytef *>(buffer);
+            stream.avail_out = sizeof buffer;
+            deflate(&stream, last ? Z_FINISH : Z_NO_FLUSH);
+            out.append(buffer, qsizetype(sizeof buffer - stream.avail_out));
+        } while (stream.avail_out == 0);
+        if (last)
+            break;
+    }
+    deflateEnd(&stream);
+    return out;
+}
+
 QByteArray reasonPhrase(int status)
 {
     switch (status) {
@@ -48,6 +74,12 @@ QByteArray reasonPhrase(int status)
         return "Unauthorized";
     case 404:
         return "Not Found";
+    case 429:
+        return "Too Many Requests";
+    case 500:
+        return "Internal Server Error";
+    case 503:
+        return "Service Unavailable";
     default:
         return "Status";
     }
@@ -60,6 +92,13 @@ LoopbackServer::Response LoopbackServer::Response::ok(const QByteArray &body, co
     Response response;
     response.body = body;
     response.withHeader("Content-Type", contentType);
+    return response;
+}
+
+LoopbackServer::Response LoopbackServer::Response::gzipBomb(qint64 inflatedBytes)
+{
+    Response response = ok(gzippedZeros(inflatedBytes), "application/rss+xml");
+    response.withHeader("Content-Encoding", "gzip");
     return response;
 }
 
@@ -124,13 +163,13 @@ LoopbackServer::~LoopbackServer()
     m_wake.notify_all();
     if (m_acceptor.joinable())
         m_acceptor.join();
-    std::vector<std::thread> connections;
+    std::vector<Connection> connections;
     {
         std::lock_guard locker(m_lock);
         connections.swap(m_connections);
     }
-    for (std::thread &connection : connections)
-        connection.join();
+    for (Connection &connection : connections)
+        connection.thread.join();
     if (m_listener >= 0)
         ::close(m_listener);
 }
@@ -178,12 +217,30 @@ void LoopbackServer::acceptLoop()
         const int socket = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
         if (socket < 0)
             continue;
+        joinFinishedConnections();
+        auto finished = std::make_shared<std::atomic<bool>>(false);
         std::lock_guard locker(m_lock);
-        m_connections.emplace_back([this, socket] {
-            serve(socket);
-            ::close(socket);
-        });
+        m_connections.push_back({std::thread([this, socket, finished] {
+                                     serve(socket);
+                                     ::close(socket);
+                                     *finished = true;
+                                 }),
+                                 finished});
     }
+}
+
+void LoopbackServer::joinFinishedConnections()
+{
+    std::vector<Connection> finished;
+    {
+        std::lock_guard locker(m_lock);
+        const auto done = std::partition(m_connections.begin(), m_connections.end(),
+                                         [](const Connection &connection) { return !*connection.finished; });
+        std::move(done, m_connections.end(), std::back_inserter(finished));
+        m_connections.erase(done, m_connections.end());
+    }
+    for (Connection &connection : finished)
+        connection.thread.join();
 }
 
 void LoopbackServer::serve(int socket)
@@ -263,11 +320,16 @@ void LoopbackServer::answer(int socket, const Response &response)
         head += name + ": " + value + "\r\n";
     if (response.gzip)
         head += "Content-Encoding: gzip\r\n";
-    if (response.status != 304)
+    if (response.status != 304 && !response.endless)
         head += "Content-Length: " + QByteArray::number(body.size()) + "\r\n";
     head += "Connection: close\r\n\r\n";
     if (!sendAll(socket, head))
         return;
+    if (response.endless) {
+        while (sendAll(socket, body)) {
+        }
+        return;
+    }
     const QByteArray sent = response.closeMidBody ? body.left(body.size() / 2) : body;
     const qsizetype piece = response.chunkSize > 0 ? response.chunkSize : qMax<qsizetype>(sent.size(), 1);
     for (qsizetype offset = 0; offset < sent.size(); offset += piece) {

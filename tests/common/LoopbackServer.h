@@ -10,6 +10,7 @@
 #include <QUrl>
 #include <atomic>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -35,8 +36,12 @@ public:
         // Sends the body in pieces of this size (0: at once), pausing between them.
         int chunkSize = 0;
         int chunkDelayMs = 0;
+        // Sends the body over and over, announcing no length, until the client goes away.
+        bool endless = false;
 
         static Response ok(const QByteArray &body, const QByteArray &contentType = "text/plain");
+        // A small gzip answer that unpacks to this many zero bytes.
+        static Response gzipBomb(qint64 inflatedBytes);
         static Response redirect(const QString &location, int status = 302);
         static Response authenticationRequired(const QString &realm = "QuillBay test");
         static Response notModified();
@@ -87,6 +92,13 @@ private:
     std::condition_variable m_wake;
     QMap<QString, Response> m_routes;
     QList<Request> m_requests;
-    std::vector<std::thread> m_connections;
+    struct Connection
+    {
+        std::thread thread;
+        std::shared_ptr<std::atomic<bool>> finished;
+    };
+    // Finished ones are joined as new ones come, so that a long run holds no stacks of old connections.
+    void joinFinishedConnections();
+    std::vector<Connection> m_connections;
     std::thread m_acceptor;
 };

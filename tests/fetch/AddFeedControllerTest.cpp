@@ -36,27 +36,34 @@ TEST(WebsiteProperties, LinkTagsGiveIconsAndFeedsByKind)
     EXPECT_EQ(properties.size(), 5);
 }
 
-TEST(WebsiteProperties, RelativeAddressesJoinTheBaseText)
+TEST(WebsiteProperties, HrefsResolveAsABrowserResolvesThem)
 {
-    const auto resolve = [](const QString &href, const QString &base) {
-        const QString page = "<link rel=\"icon\" href=\"" + href + "\">";
+    const auto resolve = [](const QString &href, const QString &base, const QString &head = {}) {
+        const QString page = head + "<link rel=\"icon\" href=\"" + href + "\">";
         return AddFeedController::websitePropertiesFromHTML(page, QUrl(base)).value("icon");
     };
-    EXPECT_EQ(resolve("img/i.png", "http://example.com/blog"), QUrl("http://example.com/blog/img/i.png"));
-    EXPECT_EQ(resolve("/i.png", "http://example.com/"), QUrl("http://example.com/i.png"));
-    EXPECT_EQ(resolve("/i.png", "http://example.com/blog"), QUrl("http://example.com/blog/i.png"));
-    EXPECT_EQ(resolve("https://other.example/i.png", "http://example.com/"),
-              QUrl("https://other.example/i.png"));
+    const QString article = "http://example.com/blog/2026/story.html";
+    EXPECT_EQ(resolve("img/i.png", article), QUrl("http://example.com/blog/2026/img/i.png"));
+    EXPECT_EQ(resolve("/i.png", article), QUrl("http://example.com/i.png"));
+    EXPECT_EQ(resolve("../i.png", article), QUrl("http://example.com/blog/i.png"));
+    EXPECT_EQ(resolve("//cdn.example/i.png", "https://example.com/"), QUrl("https://cdn.example/i.png"));
+    EXPECT_EQ(resolve(" https://other.example/i.png ", article), QUrl("https://other.example/i.png"));
+    EXPECT_EQ(resolve("i.png", article, "<base href=\"http://static.example/s/\">"),
+              QUrl("http://static.example/s/i.png"));
+    EXPECT_TRUE(resolve("javascript:alert(1)", article).isEmpty());
+    EXPECT_TRUE(resolve("data:image/png;base64,AAAA", article).isEmpty());
 }
 
-TEST(WebsiteProperties, ALaterTagReplacesAnEarlierAndAnUnclosedTagEndsTheScan)
+TEST(WebsiteProperties, ALaterTagReplacesAnEarlierAndLinksInCommentsOrScriptsCountForNothing)
 {
     const QString page = "<link rel=\"icon\" href=\"/first.ico\"><link rel=\"icon\" href=\"/second.ico\">"
-                         "<link rel=\"apple-touch-icon\" href=\"/never.png\"";
+                         "<!-- <link rel=\"apple-touch-icon\" href=\"/commented.png\"> -->"
+                         "<script>document.write('<link rel=\"alternate\" type=\"application/rss+xml\" "
+                         "href=\"/scripted.xml\">')</script>";
     const QMap<QString, QUrl> properties =
         AddFeedController::websitePropertiesFromHTML(page, QUrl("http://h"));
+    EXPECT_EQ(properties.keys(), QStringList{"icon"});
     EXPECT_EQ(properties.value("icon"), QUrl("http://h/second.ico"));
-    EXPECT_FALSE(properties.contains("apple-touch-icon"));
     EXPECT_TRUE(AddFeedController::websitePropertiesFromHTML("<p>no links</p>", QUrl("http://h")).isEmpty());
     EXPECT_TRUE(AddFeedController::websitePropertiesFromHTML("", QUrl("http://h")).isEmpty());
 }
@@ -71,8 +78,9 @@ TEST(AddFeedController, TypedAddressesAreNormalisedBeforeTheyAreDownloaded)
     EXPECT_EQ(AddFeedController::normalisedAddress("feed:news.example.org"), "http://news.example.org");
     EXPECT_EQ(AddFeedController::normalisedAddress("https://news.example.org/a b"),
               "https://news.example.org/ab");
-    EXPECT_EQ(AddFeedController::normalisedAddress("http://localhost/feed"), "http://localhost/feed.com")
-        << "a dotless address gets .com wherever it stands";
+    EXPECT_EQ(AddFeedController::normalisedAddress("http://localhost/feed"), "http://localhost/feed")
+        << "a host without a dot is kept as typed";
+    EXPECT_EQ(AddFeedController::normalisedAddress("intranet:8080"), "http://intranet:8080");
 }
 
 namespace {
@@ -174,7 +182,8 @@ TEST_F(AddFeedTest, AFeedIsAddedAtTheTopOfTheChosenFolderSelectedAnnouncedAndGiv
     EXPECT_EQ(feed->title(), "Tide Tables");
     EXPECT_EQ(feed->feed(), server.url("/tides.xml"));
     EXPECT_EQ(feed->childCount(), 1);
-    EXPECT_EQ(queuedIconAddresses(), QStringList{"http://127.0.0.1/apple-touch-icon-precomposed.png"});
+    EXPECT_EQ(queuedIconAddresses(), QStringList{server.url("/apple-touch-icon-precomposed.png").toString()})
+        << "a site on the feed's own host is asked on the feed's port";
     updater.checkForDueFeeds();
     for (const auto &item : updater.queuedDownloads())
         EXPECT_NE(item->downloadURL(), server.url("/tides.xml")) << "fetched just now, it is not due again";
@@ -187,18 +196,19 @@ TEST_F(AddFeedTest, AFeedIsAddedAtTheTopOfTheChosenFolderSelectedAnnouncedAndGiv
     EXPECT_EQ(beeps, 0);
 }
 
-TEST_F(AddFeedTest, APageLinkingBothKindsLeadsToTheAtomFeedAndItsTouchIcon)
+TEST_F(AddFeedTest, AnArticlePageLinkingBothKindsRootRelativelyLeadsToTheAtomFeedAndItsTouchIcon)
 {
-    server.route("/", Response::ok("<html><head>"
-                                   "<link rel=\"alternate\" type=\"application/atom+xml\" href=\"/log.atom\">"
-                                   "<link rel=\"alternate\" type=\"application/rss+xml\" href=\"/log.rss\">"
-                                   "<link rel=\"apple-touch-icon\" href=\"/touch.png\">"
-                                   "</head><body>Lighthouse</body></html>",
-                                   "text/html"));
+    server.route("/2026/03/lighthouse.html",
+                 Response::ok("<html><head>"
+                              "<link rel=\"alternate\" type=\"application/atom+xml\" href=\"/log.atom\">"
+                              "<link rel=\"alternate\" type=\"application/rss+xml\" href=\"/log.rss\">"
+                              "<link rel=\"apple-touch-icon\" href=\"/touch.png\">"
+                              "</head><body>Lighthouse</body></html>",
+                              "text/html"));
     server.route("/log.atom", Response::ok(atomWithEntry, "application/atom+xml"));
     server.route("/log.rss", Response::ok(rssWithItem, "application/rss+xml"));
 
-    ASSERT_TRUE(add(server.url("/")));
+    ASSERT_TRUE(add(server.url("/2026/03/lighthouse.html")));
 
     ASSERT_EQ(results, QList<int>{1});
     EXPECT_EQ(server.requestCount("/log.atom"), 1);
@@ -227,6 +237,7 @@ TEST_F(AddFeedTest, AFeedWithoutItemsOrAnHtmlPageWithoutLinksTurnsTheAddressRed)
         EXPECT_TRUE(controller.addressEditable());
         EXPECT_FALSE(controller.spinning());
         EXPECT_EQ(controller.address(), server.url(path).toString());
+        EXPECT_EQ(controller.failureReason(), "Not a feed");
         EXPECT_TRUE(controller.textShouldBeginEditing());
         EXPECT_FALSE(controller.addressRed()) << "typing turns the address black again";
     }
@@ -269,6 +280,7 @@ TEST_F(AddFeedTest, AFailedDownloadBeepsAndLeavesThePanelOpenForAnotherTry)
 
     EXPECT_EQ(beeps, 1);
     EXPECT_EQ(controller.state(), AddFeedController::Failed);
+    EXPECT_EQ(controller.failureReason(), "Connection lost");
     EXPECT_TRUE(controller.addEnabled());
     EXPECT_FALSE(controller.addressEditable()) << "only the add button comes back";
     EXPECT_TRUE(controller.spinning());

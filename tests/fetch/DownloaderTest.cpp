@@ -8,9 +8,12 @@
 #include "platform/Defaults.h"
 #include "platform/NotificationCenter.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
+#include <QImage>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <gtest/gtest.h>
@@ -71,6 +74,17 @@ QStringList fileNotificationsWhile(const std::function<void()> &work)
     return names;
 }
 
+QByteArray pictureBytes(const char *format)
+{
+    QImage image(32, 32, QImage::Format_ARGB32);
+    image.fill(Qt::darkCyan);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return bytes;
+}
+
 QVariantMap iconContext(const std::shared_ptr<Feed> &feed, int candidate)
 {
     return {{DownloadTypeKey, int(Downloader::DownloadTypeIcon)},
@@ -124,7 +138,7 @@ TEST(Downloader, PageTransferSendsItsHeadersAndHandsBackBodyAndDeclaredCharsetOn
     Defaults::standard().removeObject("UserAgent");
 }
 
-TEST(Downloader, NotModifiedRefusedChallengeAndErrorPagesEndInTheirStates)
+TEST(Downloader, NotModifiedIsItsOwnStateWhileChallengesAndErrorStatusesFailWithTheirReason)
 {
     LoopbackServer server;
     server.route("/same", Response::notModified());
@@ -132,26 +146,39 @@ TEST(Downloader, NotModifiedRefusedChallengeAndErrorPagesEndInTheirStates)
     Response missing = Response::ok("<html>gone</html>", "text/html");
     missing.status = 404;
     server.route("/missing", missing);
+    Response busy = Response::ok("<html>later</html>", "text/html").withHeader("Retry-After", "120");
+    busy.status = 429;
+    server.route("/busy", busy);
 
     Completions done;
-    Downloader same;
-    Downloader locked;
-    Downloader gone;
+    Downloader same, locked, gone, throttled;
     ASSERT_TRUE(same.beginDownloadFromURL(server.url("/same"), {}, {}, nullptr, {}, done.completion()));
     ASSERT_TRUE(
         locked.beginDownloadFromURL(server.url("/locked"), "user", "secret", nullptr, {}, done.completion()));
     ASSERT_TRUE(gone.beginDownloadFromURL(server.url("/missing"), {}, {}, nullptr, {}, done.completion()));
-    ASSERT_TRUE(done.waitFor(3));
+    ASSERT_TRUE(throttled.beginDownloadFromURL(server.url("/busy"), {}, {}, nullptr, {}, done.completion()));
+    ASSERT_TRUE(done.waitFor(4));
     spin(50);
-    EXPECT_EQ(done.calls(), 3);
+    EXPECT_EQ(done.calls(), 4);
 
     EXPECT_EQ(same.state(), Downloader::DownloadStateNotModified);
     EXPECT_TRUE(same.receivedData().isEmpty());
+    EXPECT_TRUE(same.failureReason().isEmpty());
     EXPECT_EQ(locked.state(), Downloader::DownloadStateAuthFailed);
+    EXPECT_EQ(locked.failureReason(), "401 Unauthorized");
     EXPECT_FALSE(server.lastRequest("/locked").headers.contains("authorization"));
-    EXPECT_EQ(server.requestCount("/locked"), 1);
-    EXPECT_EQ(gone.state(), Downloader::DownloadStateDone);
-    EXPECT_EQ(gone.receivedData(), "<html>gone</html>");
+    EXPECT_EQ(gone.state(), Downloader::DownloadStateActive) << "an error page is a failure, not a body";
+    EXPECT_EQ(gone.failureReason(), "404 Not Found");
+    EXPECT_TRUE(gone.receivedData().isEmpty());
+    EXPECT_EQ(throttled.failureReason(), "429 Too Many Requests");
+    EXPECT_EQ(throttled.statusCode(), 429);
+    EXPECT_EQ(throttled.responseHeader("retry-after"), "120");
+
+    Downloader refused;
+    EXPECT_FALSE(refused.beginDownloadFromURL(QUrl("not a url at all"), {}, {}, nullptr, {}, done.completion()));
+    EXPECT_FALSE(refused.beginDownloadFromURL(QUrl("ftp://127.0.0.1/x"), {}, {}, nullptr, {}, done.completion()));
+    spin(50);
+    EXPECT_EQ(done.calls(), 4) << "a transfer that never started never completes";
 }
 
 TEST(Downloader, FollowsRedirectsDecodesGzipAndCountsOnlyTheFinalBody)
@@ -175,41 +202,9 @@ TEST(Downloader, FollowsRedirectsDecodesGzipAndCountsOnlyTheFinalBody)
     EXPECT_EQ(downloader.receivedData(), text);
     EXPECT_EQ(downloader.bytes(), double(text.size()));
     EXPECT_EQ(downloader.responseHeaders().value("Content-Encoding"), "gzip");
+    EXPECT_EQ(downloader.effectiveURL(), server.url("/final"));
     EXPECT_EQ(server.requestCount("/second"), 1);
     EXPECT_EQ(server.requestCount("/final"), 1);
-}
-
-TEST(Downloader, StalledOrCutOffTransfersFailWithStateThreeAndPagesLogNothing)
-{
-    LoopbackServer server;
-    Response slow = Response::ok("too late");
-    slow.delayMs = 3000;
-    server.route("/slow", slow);
-    Response cut = Response::ok(QByteArray(20000, 'x'));
-    cut.closeMidBody = true;
-    server.route("/cut", cut);
-
-    LogCapture log;
-    Completions done;
-    Downloader slowPage;
-    slowPage.setTimeoutInterval(200);
-    Downloader cutPage;
-    ASSERT_TRUE(slowPage.beginDownloadFromURL(server.url("/slow"), {}, {}, nullptr, {}, done.completion()));
-    ASSERT_TRUE(cutPage.beginDownloadFromURL(server.url("/cut"), {}, {}, nullptr, {}, done.completion()));
-    // The server answers after three seconds; the guard ends the wait before that.
-    ASSERT_TRUE(done.waitFor(2, 2000));
-    EXPECT_EQ(slowPage.state(), Downloader::DownloadStateActive);
-    EXPECT_TRUE(slowPage.receivedData().isEmpty());
-    EXPECT_EQ(cutPage.state(), Downloader::DownloadStateActive);
-    EXPECT_TRUE(log.lines().isEmpty());
-
-    Downloader refused;
-    EXPECT_FALSE(
-        refused.beginDownloadFromURL(QUrl("not a url at all"), {}, {}, nullptr, {}, done.completion()));
-    EXPECT_FALSE(
-        refused.beginDownloadFromURL(QUrl("ftp://127.0.0.1/x"), {}, {}, nullptr, {}, done.completion()));
-    spin(50);
-    EXPECT_EQ(done.calls(), 2);
 }
 
 TEST(Downloader, FileTransferNamesTheFileAndAnnouncesBeginProgressAndCompleteInOrder)
@@ -221,15 +216,16 @@ TEST(Downloader, FileTransferNamesTheFileAndAnnouncesBeginProgressAndCompleteInO
     episode.chunkDelayMs = 20;
     server.route("/media/episode.mp3", episode);
     server.route("/get", Response::ok("named", "application/pdf")
-                             .withHeader("Content-Disposition", "attachment; filename=\"../notes.pdf\""));
+                             .withHeader("Content-Disposition", "attachment; filename=\"../.notes.pdf\""));
     QTemporaryDir folder;
     const QVariantMap context{{DownloadTypeKey, int(Downloader::DownloadTypeEnclosure)}};
 
     Completions done;
     Downloader downloader;
     const QStringList names = fileNotificationsWhile([&] {
-        ASSERT_TRUE(downloader.beginDownloadFromURL(server.url("/media/episode.mp3"), folder.path(), {}, {},
-                                                    nullptr, context, done.completion()));
+        ASSERT_TRUE(downloader.beginDownloadFromURL(
+            QUrl(server.url("/media/episode.mp3").toString() + "?id=7&utm_source=feed"), folder.path(), {},
+            {}, nullptr, context, done.completion()));
         ASSERT_TRUE(done.waitFor(1));
     });
     ASSERT_GE(names.size(), 3);
@@ -237,7 +233,7 @@ TEST(Downloader, FileTransferNamesTheFileAndAnnouncesBeginProgressAndCompleteInO
     EXPECT_EQ(names.last(), "FileDownloadCompleteNotification");
     EXPECT_EQ(names.count("FileDownloadProgressedNotification"), names.size() - 2);
     EXPECT_EQ(downloader.state(), Downloader::DownloadStateDone);
-    EXPECT_EQ(downloader.fileName(), "episode.mp3");
+    EXPECT_EQ(downloader.fileName(), "episode.mp3") << "the query string is no part of the name";
     EXPECT_EQ(downloader.bytes(), double(audio.size()));
     EXPECT_TRUE(downloader.receivedData().isEmpty());
     QFile saved(folder.filePath("episode.mp3"));
@@ -248,122 +244,102 @@ TEST(Downloader, FileTransferNamesTheFileAndAnnouncesBeginProgressAndCompleteInO
     ASSERT_TRUE(named.beginDownloadFromURL(server.url("/get"), folder.path(), {}, {}, nullptr, context,
                                            done.completion()));
     ASSERT_TRUE(done.waitFor(2));
-    EXPECT_EQ(named.fileName(), "notes.pdf");
-    EXPECT_TRUE(QFile::exists(folder.filePath("notes.pdf")));
+    EXPECT_EQ(named.fileName(), "notes.pdf") << "no path and no hidden file from the server's name";
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden),
+              QStringList({"episode.mp3", "notes.pdf"}));
 }
 
-TEST(Downloader, FailedFileTransferLogsItsAddressPostsNoCompletionAndLeavesNoPartialFile)
+TEST(Downloader, FilesNeverReplaceOthersAndAFailedOrCancelledDownloadLeavesTheEarlierCopy)
 {
     LoopbackServer server;
-    Response cut = Response::ok(QByteArray(20000, 'v'), "video/mp4");
+    for (const char *path : {"/one/audio.mp3", "/two/audio.mp3"}) {
+        Response episode = Response::ok(QByteArray(20000, path[1]), "audio/mpeg");
+        episode.chunkSize = 5000;
+        episode.chunkDelayMs = 20;
+        server.route(path, episode);
+    }
+    Response cut = Response::ok(QByteArray(20000, 'c'), "audio/mpeg");
     cut.closeMidBody = true;
-    server.route("/film.mp4", cut);
+    server.route("/cut/audio.mp3", cut);
+    Response slow = Response::ok(QByteArray(20000, 's'), "audio/mpeg");
+    slow.delayMs = 2000;
+    server.route("/slow/audio.mp3", slow);
     QTemporaryDir folder;
+    QFile earlier(folder.filePath("audio.mp3"));
+    ASSERT_TRUE(earlier.open(QIODevice::WriteOnly));
+    earlier.write("the copy already there");
+    earlier.close();
+    const QVariantMap context{{DownloadTypeKey, int(Downloader::DownloadTypeEnclosure)}};
 
     LogCapture log;
     Completions done;
-    Downloader downloader;
-    const QStringList names = fileNotificationsWhile([&] {
-        ASSERT_TRUE(downloader.beginDownloadFromURL(server.url("/film.mp4"), folder.path(), {}, {}, nullptr,
-                                                    QVariantMap{{DownloadTypeKey, 1}}, done.completion()));
-        ASSERT_TRUE(done.waitFor(1));
-    });
-    EXPECT_EQ(downloader.state(), Downloader::DownloadStateActive);
-    EXPECT_FALSE(names.contains("FileDownloadCompleteNotification"));
-    EXPECT_FALSE(QFile::exists(folder.filePath("film.mp4")));
-    ASSERT_FALSE(log.lines().isEmpty());
-    EXPECT_EQ(log.lines().first(), "Failed downloading: " + server.url("/film.mp4").toString());
-    EXPECT_TRUE(log.lines().value(1).startsWith("- Cause: "));
+    std::vector<std::unique_ptr<Downloader>> files;
+    for (const char *path :
+         {"/one/audio.mp3", "/two/audio.mp3", "/cut/audio.mp3", "/missing/audio.mp3", "/slow/audio.mp3"}) {
+        files.push_back(std::make_unique<Downloader>());
+        ASSERT_TRUE(files.back()->beginDownloadFromURL(server.url(path), folder.path(), {}, {}, nullptr,
+                                                       context, done.completion()));
+    }
+    spin(200);
+    files.back()->cancel();
+    ASSERT_TRUE(done.waitFor(4));
+    spin(50);
+    EXPECT_EQ(done.calls(), 4);
+
+    EXPECT_EQ(QSet<QString>({files[0]->fileName(), files[1]->fileName()}),
+              QSet<QString>({"audio (2).mp3", "audio (3).mp3"}));
+    for (int i = 0; i < 2; ++i) {
+        QFile saved(folder.filePath(files[i]->fileName()));
+        ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
+        EXPECT_EQ(saved.readAll(), QByteArray(20000, i == 0 ? 'o' : 't'));
+    }
+    EXPECT_EQ(files[2]->failureReason(), "Connection lost");
+    EXPECT_EQ(files[3]->failureReason(), "404 Not Found");
+    ASSERT_TRUE(earlier.open(QIODevice::ReadOnly));
+    EXPECT_EQ(earlier.readAll(), "the copy already there");
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files).size(), 3) << "no partial file is left behind";
+    EXPECT_TRUE(log.contains("Failed downloading: " + server.url("/cut/audio.mp3").toString()));
+    EXPECT_TRUE(log.contains("- Cause: 404 Not Found"));
 }
 
-TEST(Downloader, IconIsStoredUnderTheFeedIdentifierReplacingAnOlderOne)
+TEST(Downloader, OnlyAPictureBecomesTheIconStoredAsItsFormatUnderTheFeedIdentifier)
 {
     LoopbackServer server;
-    server.route("/apple-touch-icon.png", Response::ok("new picture", "image/png"));
+    server.route("/touch.png", Response::ok(pictureBytes("PNG"), "image/png"));
+    server.route("/favicon.ico", Response::ok(pictureBytes("ICO"), "image/x-icon"));
+    server.route("/logo.gif", Response::ok(pictureBytes("BMP"), "image/gif"));
+    server.route("/page.png", Response::ok("<html><body>Not here</body></html>", "text/html"));
     QTemporaryDir folder;
     auto feed = std::make_shared<Feed>();
     feed->setUniqueID("FEED-X");
     feed->setCustomIconAvailable(false);
+    feed->setFavIcon(QImage(4, 4, QImage::Format_RGB32));
     QFile older(folder.filePath("FEED-X.png"));
     ASSERT_TRUE(older.open(QIODevice::WriteOnly));
     older.write("an older and longer picture");
     older.close();
 
-    Completions done;
-    Downloader downloader;
-    ASSERT_TRUE(downloader.beginDownloadFromURL(server.url("/apple-touch-icon.png"), folder.path(), {}, {},
-                                                nullptr, iconContext(feed, 2), done.completion()));
-    ASSERT_TRUE(done.waitFor(1));
-    EXPECT_EQ(downloader.fileName(), "FEED-X.png");
+    const auto fetchIcon = [&](const QString &path) {
+        Completions done;
+        Downloader downloader;
+        EXPECT_TRUE(downloader.beginDownloadFromURL(server.url(path), folder.path(), {}, {}, nullptr,
+                                                    iconContext(feed, 5), done.completion()));
+        EXPECT_TRUE(done.waitFor(1));
+        return std::make_pair(downloader.fileName(), downloader.failureReason());
+    };
+    EXPECT_EQ(fetchIcon("/touch.png").first, "FEED-X.png");
     EXPECT_TRUE(feed->customIconAvailable());
+    EXPECT_TRUE(feed->favIcon().isNull()) << "the new icon is read afresh";
     ASSERT_TRUE(older.open(QIODevice::ReadOnly));
-    EXPECT_EQ(older.readAll(), "new picture");
-}
+    EXPECT_EQ(older.readAll(), pictureBytes("PNG"));
+    older.close();
 
-TEST(Downloader, FailedIconCandidatesFallBackToTouchIconThenFavicon)
-{
-    LoopbackServer server;
-    Response cut = Response::ok(QByteArray(4000, 'i'), "image/png");
-    cut.closeMidBody = true;
-    server.route("/first.png", cut);
-    server.route("/apple-touch-icon.png", cut);
-    server.route("/favicon.ico", Response::ok("icon bytes", "image/x-icon"));
-    QTemporaryDir folder;
-    auto feed = std::make_shared<Feed>();
-    feed->setUniqueID("FEED-Y");
-    feed->setLink(server.url("/blog/index.html"));
-
-    LogCapture log;
-    Completions done;
-    QList<QUrl> requested;
-    QStringList destinations;
-    std::vector<std::unique_ptr<Downloader>> queue;
-    Downloader::setIconRequester([&](const QUrl &url, const QString &destination,
-                                     const QVariantMap &context) {
-        requested.append(url);
-        destinations.append(destination);
-        queue.push_back(std::make_unique<Downloader>());
-        queue.back()->beginDownloadFromURL(url, folder.path(), {}, {}, nullptr, context, done.completion());
-    });
-    Downloader first;
-    ASSERT_TRUE(first.beginDownloadFromURL(server.url("/first.png"), folder.path(), {}, {}, nullptr,
-                                           iconContext(feed, 1), done.completion()));
-    ASSERT_TRUE(done.waitFor(3));
-    Downloader::setIconRequester({});
-
-    ASSERT_EQ(requested.size(), 2);
-    EXPECT_EQ(requested[0], server.url("/apple-touch-icon.png"));
-    EXPECT_EQ(requested[1], server.url("/favicon.ico"));
-    EXPECT_EQ(destinations, QStringList({FeedLibrary::iconPath(), FeedLibrary::iconPath()}));
-    EXPECT_EQ(queue.back()->fileName(), "FEED-Y.ico");
-    EXPECT_TRUE(QFile::exists(folder.filePath("FEED-Y.ico")));
-    EXPECT_TRUE(feed->customIconAvailable());
-    for (const QString &line : log.lines())
-        EXPECT_FALSE(line.startsWith("Failed downloading")) << line.toStdString();
-}
-
-TEST(Downloader, ThirdFailedIconCandidateEndsTheChainWithoutCustomIcon)
-{
-    LoopbackServer server;
-    Response cut = Response::ok(QByteArray(4000, 'i'), "image/x-icon");
-    cut.closeMidBody = true;
-    server.route("/favicon.ico", cut);
-    QTemporaryDir folder;
-    auto feed = std::make_shared<Feed>();
-    feed->setUniqueID("FEED-Z");
-    feed->setLink(server.url("/"));
-    int requests = 0;
-    Downloader::setIconRequester([&](const QUrl &, const QString &, const QVariantMap &) { ++requests; });
-
-    Completions done;
-    Downloader last;
-    ASSERT_TRUE(last.beginDownloadFromURL(server.url("/favicon.ico"), folder.path(), {}, {}, nullptr,
-                                          iconContext(feed, 3), done.completion()));
-    ASSERT_TRUE(done.waitFor(1));
-    Downloader::setIconRequester({});
-    EXPECT_EQ(requests, 0);
-    EXPECT_FALSE(feed->customIconAvailable());
-    EXPECT_FALSE(QFile::exists(folder.filePath("FEED-Z.ico")));
+    EXPECT_EQ(fetchIcon("/favicon.ico").first, "FEED-X.ico");
+    EXPECT_FALSE(QFile::exists(folder.filePath("FEED-X.png"))) << "the older icon of another format goes";
+    EXPECT_EQ(fetchIcon("/logo.gif").first, "FEED-X.png") << "other formats are kept as PNG";
+    EXPECT_FALSE(QImage(folder.filePath("FEED-X.png")).isNull());
+    EXPECT_EQ(fetchIcon("/page.png").second, "Not an image");
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files), QStringList({"FEED-X.png"}));
 }
 
 TEST(Downloader, CancelledTransfersNeverCompleteNorAnnounceCompletion)

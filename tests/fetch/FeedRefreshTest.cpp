@@ -1,9 +1,13 @@
 #include "LoopbackServer.h"
+#include "ShrunkLimits.h"
 #include "UpdaterFixture.h"
 #include "fetch/Downloader.h"
 
+#include <QBuffer>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
+#include <functional>
 
 namespace {
 
@@ -31,20 +35,40 @@ ArticlePtr storedArticle(const FeedPtr &feed, const QString &guid, const QDate &
     return article;
 }
 
-// Runs the event loop until the updater has reported the given number of feeds, or a generous bound
-// passes, so that a lost completion fails the test instead of hanging it.
-bool waitForFeeds(const NotificationLog &log, int feeds)
+// Runs the event loop until the condition holds, or a generous bound passes, so that a lost completion
+// fails the test instead of hanging it. Given the updater, it runs its processor far oftener than its
+// own timer does, so that a batch of many feeds starts at once.
+bool waitUntil(const std::function<bool()> &done, FeedUpdater *updater = nullptr, int guardMs = 20000)
 {
     QEventLoop loop;
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, [&] {
-        if (log.names().count(QStringLiteral("feedDownloaded")) >= feeds)
+        if (done())
             loop.quit();
+        else if (updater)
+            updater->processQueuedDownloads();
     });
     poll.start(20);
-    QTimer::singleShot(20000, &loop, &QEventLoop::quit);
+    QTimer::singleShot(guardMs, &loop, &QEventLoop::quit);
     loop.exec();
-    return log.names().count(QStringLiteral("feedDownloaded")) >= feeds;
+    return done();
+}
+
+bool waitForFeeds(const NotificationLog &log, int feeds, FeedUpdater *updater = nullptr, int guardMs = 20000)
+{
+    return waitUntil([&] { return log.names().count(QStringLiteral("feedDownloaded")) >= feeds; }, updater,
+                     guardMs);
+}
+
+QByteArray pngBytes()
+{
+    QImage image(32, 32, QImage::Format_ARGB32);
+    image.fill(Qt::darkRed);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
 }
 
 QStringList guidsOf(const FeedPtr &feed)
@@ -88,9 +112,9 @@ TEST_F(UpdaterTest, ARefreshFromTheNetworkMergesTheFeedExpiresOldArticlesAndAler
     EXPECT_EQ(feed->unreadCount(), 3);
 
     EXPECT_EQ(log.names(), QStringList({"FeedDownloadBeginingNotification", "ActiveTaskNotification",
-                                        "ActiveTaskNotification", "feedDownloaded"}));
-    EXPECT_EQ(log.notes.at(2).userInfo.value("ActiveTaskNameKey").toString(), "Downloads completed");
-    EXPECT_EQ(log.notes.last().object.value<FeedPtr>(), feed);
+                                        "feedDownloaded", "ActiveTaskNotification"}));
+    EXPECT_EQ(log.notes.at(2).object.value<FeedPtr>(), feed);
+    EXPECT_EQ(log.notes.last().userInfo.value("ActiveTaskNameKey").toString(), "Downloads completed");
     EXPECT_EQ(alert.events, QStringList({"sound New Articles", "beep", "attention"}));
     EXPECT_EQ(notifier.delivered, QStringList({"New articles / You have 3 unread articles."}));
     EXPECT_EQ(tile.icons.size(), 1);
@@ -107,43 +131,195 @@ TEST_F(UpdaterTest, ARefreshFromTheNetworkMergesTheFeedExpiresOldArticlesAndAler
     EXPECT_EQ(notifier.delivered.size(), 1);
 }
 
-TEST_F(UpdaterTest, FailedNotModifiedAndRefusedDownloadsLeaveTheFeedFailedAndUnparsed)
+TEST_F(UpdaterTest, HostileServersEndInFailedFeedsWithTheirReasonWhileTheRestOfTheBatchRefreshes)
 {
-    Downloader::setDefaultTimeoutInterval(300);
+    const ShrunkLimits limits;
+    limits.apply();
+    defaults.setInteger(QStringLiteral("downloadConcurrent"), 13);
+    LoopbackServer server;
+    server.route("/good.xml", Response::ok(refreshedFeed, "application/rss+xml; charset=utf-8"));
+    server.route("/bomb.xml", Response::gzipBomb(40 * 1024 * 1024));
+    Response endless = Response::ok(QByteArray(64 * 1024, 'e'), "application/rss+xml");
+    endless.endless = true;
+    server.route("/endless.xml", endless);
+    Response drip = Response::ok(refreshedFeed, "application/rss+xml");
+    drip.chunkSize = 1;
+    drip.chunkDelayMs = 100;
+    server.route("/drip.xml", drip);
+    Response stall;
+    stall.stall = true;
+    server.route("/stalled.xml", stall);
+    Response broken = Response::ok("<html><body>Oops</body></html>", "text/html");
+    broken.status = 500;
+    server.route("/broken.xml", broken);
+    Response busy = Response::ok("slow down", "text/plain").withHeader("Retry-After", "600");
+    busy.status = 429;
+    server.route("/busy.xml", busy);
+    server.route("/private.xml", Response::authenticationRequired());
+    server.route("/home.html",
+                 Response::ok("<!DOCTYPE html><html><body><p>A site</p></body></html>", "text/html"));
+    server.route("/declared.xml", Response::ok(QByteArray(2 * 1024 * 1024, 'd'), "application/rss+xml"));
+    Response cut = Response::ok(refreshedFeed, "application/rss+xml");
+    cut.closeMidBody = true;
+    server.route("/cut.xml", cut);
+    const QMap<QString, QString> reasons{{"/bomb.xml", "Too large"},
+                                         {"/endless.xml", "Too large"},
+                                         {"/drip.xml", "Timed out"},
+                                         {"/stalled.xml", "Timed out"},
+                                         {"/missing.xml", "404 Not Found"},
+                                         {"/broken.xml", "500 Internal Server Error"},
+                                         {"/busy.xml", "429 Too Many Requests"},
+                                         {"/private.xml", "401 Unauthorized"},
+                                         {"/home.html", "Not a feed"},
+                                         {"/declared.xml", "Too large"},
+                                         {"/cut.xml", "Connection lost"},
+                                         {"http://127.0.0.1:9/refused.xml", "Could not connect"}};
+    updater.setPauseScheduledUpdates(true);
+    const FeedPtr good = addFeed("good", server.url("/good.xml"));
+    updater.requestFeedDownload(good);
+    QMap<QString, FeedPtr> failing;
+    for (const QString &path : reasons.keys()) {
+        failing[path] = addFeed(path, path.startsWith(u'/') ? server.url(path) : QUrl(path));
+        storedArticle(failing[path], "kept-" + path, QDate(2026, 3, 1), Article::New);
+        updater.requestFeedDownload(failing[path]);
+    }
+    NotificationLog log;
+    QElapsedTimer clock;
+    clock.start();
+
+    ASSERT_TRUE(waitForFeeds(log, 13, &updater));
+    EXPECT_LT(clock.elapsed(), 4000) << "the slowest of them are stopped by the limits";
+    EXPECT_EQ(good->state(), Feed::Parsed);
+    EXPECT_EQ(good->childCount(), 2);
+    EXPECT_TRUE(good->failureReason().isEmpty());
+    EXPECT_TRUE(good->lastSucceeded().isValid());
+    for (auto it = failing.cbegin(); it != failing.cend(); ++it) {
+        const FeedPtr &feed = it.value();
+        EXPECT_EQ(feed->state(), Feed::Failed) << it.key().toStdString();
+        EXPECT_EQ(feed->failureReason(), reasons.value(it.key())) << it.key().toStdString();
+        EXPECT_FALSE(feed->lastSucceeded().isValid());
+        ASSERT_EQ(feed->childCount(), 1) << "nothing of a failed answer is read";
+        EXPECT_EQ(std::dynamic_pointer_cast<Article>(feed->children().first())->state(), Article::New);
+    }
+    const qint64 postponed = QDateTime::currentDateTimeUtc().secsTo(failing["/busy.xml"]->retryAfter());
+    EXPECT_TRUE(postponed > 590 && postponed <= 600) << postponed;
+    EXPECT_FALSE(failing["/stalled.xml"]->retryAfter().isValid());
+
+    // The batch ends with its last download, though that one failed.
+    ASSERT_EQ(log.names().last(), "ActiveTaskNotification");
+    EXPECT_EQ(log.notes.last().userInfo.value("ActiveTaskNameKey").toString(), "Downloads completed");
+    EXPECT_EQ(updater.totalDownloads(), 0);
+    EXPECT_EQ(alert.events, QStringList({"sound New Articles", "beep", "attention"}));
+}
+
+TEST_F(UpdaterTest, AnUnchangedFeedIsAskedConditionallyAndA304KeepsItsArticlesAsTheyAre)
+{
+    LoopbackServer server;
+    Response validated = Response::ok(refreshedFeed, "application/rss+xml")
+                             .withHeader("ETag", "\"v1\"")
+                             .withHeader("Last-Modified", "Fri, 20 Mar 2026 12:00:00 GMT");
+    validated.notModifiedWhenConditional = true;
+    server.route("/news.xml", validated);
+    const FeedPtr feed = addFeed("conditional", server.url("/news.xml"));
+    updater.setPauseScheduledUpdates(true);
+    NotificationLog log;
+
+    updater.requestFeedDownload(feed);
+    ASSERT_TRUE(waitForFeeds(log, 1, &updater));
+    EXPECT_FALSE(server.lastRequest("/news.xml").headers.contains("if-none-match"));
+    EXPECT_EQ(feed->entityTag(), "\"v1\"");
+    EXPECT_EQ(feed->lastModified(), "Fri, 20 Mar 2026 12:00:00 GMT");
+    ASSERT_EQ(feed->childCount(), 2);
+    const auto fresh = std::dynamic_pointer_cast<Article>(feed->children().first());
+    EXPECT_EQ(fresh->state(), Article::New);
+
+    feed->setFailureReason("Timed out");
+    updater.requestFeedDownload(feed);
+    ASSERT_TRUE(waitForFeeds(log, 2, &updater));
+    const LoopbackServer::Request asked = server.lastRequest("/news.xml");
+    EXPECT_EQ(asked.header("If-None-Match"), "\"v1\"");
+    EXPECT_EQ(asked.header("If-Modified-Since"), "Fri, 20 Mar 2026 12:00:00 GMT");
+    EXPECT_EQ(feed->state(), Feed::Parsed);
+    EXPECT_TRUE(feed->failureReason().isEmpty());
+    EXPECT_EQ(feed->childCount(), 2);
+    EXPECT_EQ(fresh->state(), Article::New) << "a 304 leaves every article as it was";
+    EXPECT_EQ(feed->entityTag(), "\"v1\"");
+
+    feed->setFeed(server.url("/moved.xml"));
+    EXPECT_TRUE(feed->entityTag().isEmpty() && feed->lastModified().isEmpty())
+        << "another address has validators of its own";
+}
+
+TEST_F(UpdaterTest, SlowEnclosuresAndIconsNeverHoldUpARefresh)
+{
+    defaults.setInteger(QStringLiteral("downloadConcurrent"), 1);
     LoopbackServer server;
     Response stall;
     stall.stall = true;
-    Response cut = Response::ok(refreshedFeed, "application/rss+xml");
-    cut.closeMidBody = true;
-    server.route(QStringLiteral("/unchanged.xml"), Response::notModified());
-    server.route(QStringLiteral("/private.xml"), Response::authenticationRequired());
-    server.route(QStringLiteral("/stalled.xml"), stall);
-    server.route(QStringLiteral("/cut.xml"), cut);
+    server.route("/episode.mp3", stall);
+    server.route("/apple-touch-icon-precomposed.png", stall);
+    server.route("/news.xml", Response::ok(refreshedFeed, "application/rss+xml"));
+    QTemporaryDir downloads;
     updater.setPauseScheduledUpdates(true);
-    QList<FeedPtr> feeds;
-    for (const QString path : {"/unchanged.xml", "/private.xml", "/stalled.xml", "/cut.xml"}) {
-        const FeedPtr feed = addFeed(path, server.url(path));
-        storedArticle(feed, "failing-" + path, QDate(2026, 3, 1), Article::New);
-        updater.requestFeedDownload(feed);
-        feeds << feed;
+    for (int i = 0; i < 4; ++i) {
+        updater.requestDownload(server.url("/episode.mp3"), downloads.path(),
+                                {{DownloadTypeKey, int(Downloader::DownloadTypeEnclosure)}});
+        updater.downloadIconForFeed(addFeed(QStringLiteral("site %1").arg(i), server.url("/site.xml")));
     }
+    const FeedPtr feed = addFeed("news", server.url("/news.xml"));
+    feed->setIconChecked(QDateTime::currentDateTimeUtc());
+    updater.requestFeedDownload(feed);
     NotificationLog log;
 
-    const bool finished = waitForFeeds(log, 4);
-    Downloader::setDefaultTimeoutInterval(30000);
-    ASSERT_TRUE(finished);
-    for (const FeedPtr &feed : feeds) {
-        EXPECT_EQ(feed->state(), Feed::Failed) << feed->title().toStdString();
-        ASSERT_EQ(feed->childCount(), 1);
-        EXPECT_EQ(std::dynamic_pointer_cast<Article>(feed->children().first())->state(), Article::New);
+    ASSERT_TRUE(waitForFeeds(log, 1, &updater, 3000));
+    EXPECT_EQ(feed->state(), Feed::Parsed);
+    EXPECT_EQ(updater.downloadsInProgress(FeedUpdater::EnclosureLane), FeedUpdater::enclosureSlots);
+    EXPECT_EQ(updater.downloadsInProgress(FeedUpdater::IconLane), FeedUpdater::iconSlots);
+    EXPECT_EQ(updater.totalDownloads(), 0) << "files are no part of the refresh batch";
+}
+
+TEST_F(UpdaterTest, AFeedRefreshedForTheFirstTimeGetsItsIconAndLooksAgainAfterThirtyDays)
+{
+    LoopbackServer site;
+    site.route("/apple-touch-icon.png", Response::ok(pngBytes(), "image/png"));
+    LoopbackServer pageSite;
+    pageSite.route("/", Response::ok("<html><head><link rel=\"shortcut icon\" href=\"/static/i.png\">"
+                                     "</head></html>",
+                                     "text/html"));
+    pageSite.route("/static/i.png", Response::ok(pngBytes(), "image/png"));
+    updater.setPauseScheduledUpdates(true);
+    QList<FeedPtr> feeds;
+    for (LoopbackServer *server : {&site, &pageSite}) {
+        const QByteArray document =
+            "<rss version=\"2.0\"><channel><title>Site</title><link>" + server->url("/").toEncoded() +
+            "</link><item><guid>icon-item</guid><title>T</title></item></channel></rss>";
+        server->route("/news.xml", Response::ok(document, "application/rss+xml"));
+        feeds << addFeed("site", server->url("/news.xml"));
+        updater.requestFeedDownload(feeds.last());
     }
-    EXPECT_EQ(log.names().count("FeedDownloadBeginingNotification"), 4);
-    for (const Notification &note : log.notes)
-        EXPECT_NE(note.userInfo.value("ActiveTaskNameKey").toString(), "Downloads completed");
-    EXPECT_EQ(updater.completedDownloads(), 4);
-    EXPECT_EQ(updater.totalDownloads(), 4);
-    EXPECT_TRUE(alert.events.isEmpty());
-    EXPECT_TRUE(tile.icons.isEmpty());
+    NotificationLog log;
+    const auto refreshAndSettle = [&](int feedsSoFar) {
+        EXPECT_TRUE(waitForFeeds(log, feedsSoFar, &updater));
+        EXPECT_TRUE(waitUntil([&] { return updater.isIdle(FeedUpdater::IconLane); }, &updater));
+    };
+
+    refreshAndSettle(2);
+    for (const FeedPtr &feed : feeds) {
+        EXPECT_FALSE(QImage(FeedLibrary::iconPath() + "/" + feed->uniqueID() + ".png").isNull());
+        EXPECT_TRUE(feed->customIconAvailable());
+        EXPECT_TRUE(feed->iconChecked().isValid());
+    }
+    EXPECT_EQ(site.requestCount("/apple-touch-icon-precomposed.png"), 1) << "a 404 page is no icon";
+    EXPECT_EQ(pageSite.requestCount("/favicon.ico"), 1);
+    EXPECT_EQ(pageSite.requestCount("/static/i.png"), 1);
+
+    updater.requestFeedDownload(feeds.first());
+    refreshAndSettle(3);
+    EXPECT_EQ(site.requestCount("/apple-touch-icon.png"), 1) << "a fresh icon is not fetched again";
+    feeds.first()->setIconChecked(QDateTime::currentDateTimeUtc().addDays(-31));
+    updater.requestFeedDownload(feeds.first());
+    refreshAndSettle(4);
+    EXPECT_EQ(site.requestCount("/apple-touch-icon.png"), 2);
 }
 
 TEST_F(UpdaterTest, TheNewArticlesAlertPlaysTheChosenSoundBeepsForAMissingOneAndHonoursBothSwitches)

@@ -1,4 +1,6 @@
 #include "UpdaterFixture.h"
+#include "db/FMDatabase.h"
+#include "db/FMResultSet.h"
 #include "fetch/DownloadItem.h"
 #include "fetch/Downloader.h"
 #include "fetch/QBDockBadge.h"
@@ -53,6 +55,8 @@ TEST_F(UpdaterTest, TheCheckQueuesFeedsWhoseIntervalHasPassedAndASettingChangeCo
     ownInterval->setState(Feed::Failed);
     const FeedPtr unset = addFeed(QStringLiteral("no date at all"));
     unset->setLastDownloaded(CalendarDate());
+    const FeedPtr postponed = addFeed(QStringLiteral("asked by its server to wait"));
+    postponed->setRetryAfter(QDateTime::currentDateTimeUtc().addSecs(3600));
 
     updater.checkForDueFeeds();
     QStringList titles;
@@ -65,6 +69,8 @@ TEST_F(UpdaterTest, TheCheckQueuesFeedsWhoseIntervalHasPassedAndASettingChangeCo
     EXPECT_EQ(updater.queuedDownloads().first()->downloadURL(), never->feed());
     EXPECT_EQ(updater.queuedDownloads().first()->representedObject().value<FeedPtr>(), never);
 
+    // Still waiting in the queue, a feed is not queued again, however long ago it was last fetched.
+    never->setLastDownloaded(CalendarDate::distantPast());
     updater.checkForDueFeeds();
     EXPECT_EQ(updater.queuedDownloads().size(), 2);
 
@@ -101,7 +107,8 @@ TEST_F(UpdaterTest, TheProcessorStartsOneDownloadPerRunWhileFewerThanTheLimitRun
     const FeedPtr first = addFeed(QStringLiteral("first"));
     addFeed(QStringLiteral("second"));
     addFeed(QStringLiteral("third"));
-    // The same feed asked for twice is queued twice.
+    // The same feed asked for twice is queued twice; the timed check queues only what is not waiting.
+    updater.requestFeedDownload(first);
     updater.requestFeedDownload(first);
     updater.checkForDueFeeds();
     ASSERT_EQ(updater.queuedDownloads().size(), 4);
@@ -132,48 +139,25 @@ TEST_F(UpdaterTest, TheProcessorStartsOneDownloadPerRunWhileFewerThanTheLimitRun
     EXPECT_EQ(updater.queuedDownloads().size(), 1);
 }
 
-TEST_F(UpdaterTest, FailedFeedDownloadsMarkTheFeedFailedAndKeepTheBatchRunningUntilASuccess)
-{
-    const FeedPtr feed = addFeed(QStringLiteral("failing"));
-    addArticle(feed, QStringLiteral("kept-new"), 1, false);
-    updater.requestFeedDownload(feed);
-    updater.requestFeedDownload(feed);
-    updater.requestFeedDownload(feed);
-    for (int run = 0; run < 3; ++run)
-        updater.processQueuedDownloads();
-    NotificationLog log;
-
-    for (int state : {Downloader::DownloadStateNotModified, Downloader::DownloadStateAuthFailed}) {
-        const auto failed = finishedDownload(QVariant::fromValue(feed), state);
-        updater.downloadComplete(failed.get());
-        EXPECT_EQ(feed->state(), Feed::Failed);
-    }
-    EXPECT_EQ(log.names(), QStringList({"feedDownloaded", "feedDownloaded"}));
-    EXPECT_EQ(updater.completedDownloads(), 2);
-    EXPECT_EQ(updater.totalDownloads(), 3);
-    EXPECT_EQ(std::dynamic_pointer_cast<Article>(feed->children().first())->state(), Article::New);
-
-    // A successful file transfer ends the batch once nothing is queued or running.
-    const auto icon = finishedDownload(QVariantMap{{DownloadTypeKey, Downloader::DownloadTypeIcon}},
-                                       Downloader::DownloadStateDone);
-    updater.downloadComplete(icon.get());
-    EXPECT_EQ(updater.completedDownloads(), 0);
-    EXPECT_EQ(updater.totalDownloads(), 0);
-    ASSERT_EQ(log.names().last(), "ActiveTaskNotification");
-    EXPECT_EQ(log.notes.last().userInfo.value("ActiveTaskNameKey").toString(), "Downloads completed");
-    EXPECT_EQ(log.notes.last().userInfo.value("ActiveTaskValueKey").toDouble(), 100.0);
-    EXPECT_TRUE(alert.events.isEmpty());
-    EXPECT_TRUE(notifier.delivered.isEmpty());
-}
-
-TEST_F(UpdaterTest, AFinishedEnclosurePlaysItsSoundAndNotifiesWhileOtherFilesStayQuiet)
+TEST_F(UpdaterTest, AFinishedEnclosureIsStoredUnderItsSavedNamePlaysItsSoundAndNotifies)
 {
     auto enclosure = std::make_shared<Enclosure>();
     enclosure->setTitle(QStringLiteral("Episode 12"));
+    const ArticlePtr article =
+        addArticle(addFeed(QStringLiteral("podcast")), QStringLiteral("ep-12"), 1, true);
+    article->setEnclosure(enclosure);
+    library.saveSummary(QStringLiteral("show notes"), article);
     const auto done = finishedDownload(QVariantMap{{DownloadTypeKey, Downloader::DownloadTypeEnclosure},
                                                    {DownloadEnclosureKey, QVariant::fromValue(enclosure)}},
                                        Downloader::DownloadStateDone);
+    done->setDestination(QStringLiteral("/downloads"));
+    done->setFileName(QStringLiteral("audio (2).mp3"));
     updater.downloadComplete(done.get());
+    EXPECT_EQ(enclosure->localFilePath(), "/downloads/audio (2).mp3");
+    const auto stored = library.database()->executeQuery("SELECT enclosure FROM articles WHERE uniqueID = ?",
+                                                         article->uniqueID());
+    ASSERT_TRUE(stored && stored->next());
+    EXPECT_TRUE(stored->stringForColumn("enclosure").contains("/downloads/audio (2).mp3"));
     EXPECT_EQ(alert.events, QStringList({"sound Download Completed"}));
     EXPECT_EQ(notifier.delivered, QStringList({"Download complete / Episode 12"}));
 
@@ -233,32 +217,38 @@ TEST_F(UpdaterTest, WhenEveryArticleWouldExpireTheListStaysButTheirHistoryGoes)
     EXPECT_EQ(library.longSummaryForArticle(only), "");
 }
 
-TEST_F(UpdaterTest, IconRequestsQueueTheFirstCandidateIntoTheIconFolder)
+TEST_F(UpdaterTest, IconRequestsQueueTheFirstCandidateAtTheSitesOwnOriginIntoTheIconFolder)
 {
-    const FeedPtr feed = addFeed(QStringLiteral("with icon"));
-    // A missing or unreadable site address names no site to ask.
+    const FeedPtr feed = addFeed(QStringLiteral("with icon"), QUrl(QStringLiteral("file:///etc/feed")));
+    // Neither the site nor the feed is a web address: there is no one to ask.
     for (const char *link : {"", "/news/", "http://127.0.0.1:@PORT@/news/"}) {
         feed->setLink(QUrl(QString::fromLatin1(link)));
         updater.downloadIconForFeed(feed);
     }
     EXPECT_TRUE(updater.queuedDownloads().isEmpty());
-    feed->setLink(QUrl(QStringLiteral("https://www.example.org/news/index.html")));
+    EXPECT_TRUE(feed->iconChecked().isValid());
+    feed->setLink(QUrl(QStringLiteral("https://www.example.org:8443/news/index.html")));
     updater.downloadIconForFeed(feed);
     updater.downloadIconFromURL(QUrl(), feed);
     updater.downloadIconFromURL(QUrl(QStringLiteral("http://cdn.example.org/i/logo.png")), feed);
+    feed->setLink(QUrl());
+    feed->setFeed(QUrl(QStringLiteral("http://127.0.0.1:8080/feeds/news.xml")));
+    updater.downloadIconForFeed(feed);
 
     const auto queue = updater.queuedDownloads();
-    ASSERT_EQ(queue.size(), 2);
-    EXPECT_EQ(updater.totalDownloads(), 2);
+    ASSERT_EQ(queue.size(), 3);
+    EXPECT_EQ(updater.totalDownloads(), 0) << "icons are no part of a refresh batch";
     EXPECT_EQ(queue.first()->downloadURL().toString(),
-              "http://www.example.org/apple-touch-icon-precomposed.png");
+              "https://www.example.org:8443/apple-touch-icon-precomposed.png");
     EXPECT_EQ(queue.first()->title(), "apple-touch-icon-precomposed.png");
     EXPECT_EQ(queue.first()->destination(), FeedLibrary::iconPath());
     const QVariantMap context = queue.first()->representedObject().toMap();
     EXPECT_EQ(context.value(DownloadTypeKey).toInt(), 2);
     EXPECT_EQ(context.value(IconTypeKey).toInt(), 1);
     EXPECT_EQ(context.value(DownloadFeedKey).value<FeedPtr>(), feed);
-    EXPECT_EQ(queue.last()->title(), "logo.png");
+    EXPECT_EQ(queue.at(1)->title(), "logo.png");
+    EXPECT_EQ(queue.last()->downloadURL().toString(),
+              "http://127.0.0.1:8080/apple-touch-icon-precomposed.png");
 }
 
 TEST(DockBadge, CountsAreWrittenSmallerAsTheyGrowAndFourDigitsReadLots)

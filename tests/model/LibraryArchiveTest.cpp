@@ -41,6 +41,12 @@ std::shared_ptr<Folder> sampleLibrary()
     first->setFeedType(Feed::AtomType);
     first->setEncoding("UTF-8");
     first->setState(Feed::Failed);
+    first->setFailureReason("404 Not Found");
+    first->setLastSucceeded(QDateTime(QDate(2026, 3, 1), QTime(8, 0), Qt::UTC));
+    first->setEntityTag("\"abc\"");
+    first->setLastModified("Sun, 01 Mar 2026 08:00:00 GMT");
+    first->setRetryAfter(QDateTime(QDate(2026, 3, 2), QTime(9, 0), Qt::UTC));
+    first->setIconChecked(QDateTime(QDate(2026, 2, 1), QTime(7, 0), Qt::UTC));
     first->setCustomIconAvailable(false);
     first->setPublicationDate(CalendarDate(QDateTime(QDate(2024, 2, 29), QTime(23, 59)), -34200));
     first->addChild(std::make_shared<Article>()); // articles never go into the library file
@@ -88,6 +94,12 @@ TEST(LibraryArchive, ATreeReadBackKeepsItsFoldersFeedsOrderSettingsAndParentLink
     EXPECT_EQ(first->parent(), news);
 
     EXPECT_EQ(first->state(), Feed::Parsed) << "a saved download state is not read back";
+    EXPECT_EQ(first->failureReason(), "404 Not Found") << "but why the latest refresh failed is";
+    EXPECT_EQ(first->lastSucceeded(), QDateTime(QDate(2026, 3, 1), QTime(8, 0), Qt::UTC));
+    EXPECT_EQ(first->entityTag(), "\"abc\"");
+    EXPECT_EQ(first->lastModified(), "Sun, 01 Mar 2026 08:00:00 GMT");
+    EXPECT_EQ(first->retryAfter(), QDateTime(QDate(2026, 3, 2), QTime(9, 0), Qt::UTC));
+    EXPECT_EQ(first->iconChecked(), QDateTime(QDate(2026, 2, 1), QTime(7, 0), Qt::UTC));
     EXPECT_EQ(first->lastDownloaded(), CalendarDate::distantPast());
     EXPECT_EQ(first->childCount(), 0) << "articles live in the database, not the library file";
     EXPECT_EQ(first->unreadCount(), 0);
@@ -96,6 +108,8 @@ TEST(LibraryArchive, ATreeReadBackKeepsItsFoldersFeedsOrderSettingsAndParentLink
     ASSERT_TRUE(second);
     EXPECT_EQ(second->title(), "second");
     EXPECT_EQ(second->updateInterval(), -1);
+    EXPECT_TRUE(second->failureReason().isEmpty());
+    EXPECT_FALSE(second->lastSucceeded().isValid());
     EXPECT_EQ(second->feedType(), -1);
     EXPECT_TRUE(second->customIconAvailable());
     const auto third = std::dynamic_pointer_cast<Feed>(root->children().at(1));

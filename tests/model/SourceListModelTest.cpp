@@ -125,8 +125,12 @@ TEST_F(SourceList, RowsCarryTitleIconBadgesAndTheDownloadIndicator)
     const QModelIndex betaRow = model->indexForItem(beta);
     EXPECT_FALSE(model->data(betaRow, SourceListModel::HasNewArticlesRole).toBool());
     EXPECT_FALSE(model->data(betaRow, SourceListModel::DownloadingRole).toBool()) << "only state 1 spins";
+    EXPECT_FALSE(model->data(betaRow, Qt::ToolTipRole).isValid());
     beta->setState(Feed::Failed);
+    beta->setFailureReason("404 Not Found");
     EXPECT_FALSE(model->data(betaRow, SourceListModel::DownloadingRole).toBool());
+    EXPECT_EQ(model->data(betaRow, SourceListModel::FailureReasonRole).toString(), "404 Not Found");
+    EXPECT_EQ(model->data(betaRow, Qt::ToolTipRole).toString(), "404 Not Found");
 
     const QModelIndex techRow = model->indexForItem(tech);
     EXPECT_EQ(model->data(techRow, SourceListModel::UnreadCountRole).toInt(), 3) << "a folder sums its feeds";

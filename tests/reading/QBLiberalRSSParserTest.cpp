@@ -503,7 +503,7 @@ TEST_F(RSSReader, OnlyALongEnoughChannelTagWithAttributesIsRecognised)
     EXPECT_EQ(third->childCount(), 1) << "an item tag is known by its beginning";
 }
 
-TEST_F(RSSReader, ASummaryPictureIsQueuedWithRelativePathsResolvedAgainstTheFeedLink)
+TEST_F(RSSReader, ASummaryPictureIsQueuedWithRelativePathsResolvedAgainstTheFeedLinkButNeverATrackingPixel)
 {
     const qsizetype queuedBefore = ImagingService::sharedImagingService().queue().size();
     const QString document = rss(
@@ -511,12 +511,18 @@ TEST_F(RSSReader, ASummaryPictureIsQueuedWithRelativePathsResolvedAgainstTheFeed
         "<item><guid>1</guid><description>&lt;p&gt;&lt;img src='/i/x.png'&gt;&lt;/p&gt;</description></item>"
         "<item><guid>2</guid><description><![CDATA[<img "
         "src=\"http://cdn.example/p.jpg\">]]></description></item>"
-        "<item><guid>3</guid><description>&lt;script src=\"/s.js\"&gt;&lt;/script&gt;</description></item>");
+        "<item><guid>3</guid><description>&lt;script src=\"/s.js\"&gt;&lt;/script&gt;</description></item>"
+        "<item><guid>4</guid><description><![CDATA[<img width=\"1\" height=\"1\" "
+        "src=\"http://t.example/p.gif\">]]></description></item>"
+        "<item><guid>5</guid><description><![CDATA[<img src=\"http://t.example/q.gif\" "
+        "style=\"width:0px\">]]></description></item>");
     ASSERT_TRUE(read(document));
-    ASSERT_EQ(feed->childCount(), 3);
+    ASSERT_EQ(feed->childCount(), 5);
     EXPECT_EQ(article(0)->imageURL(), QUrl("http://example.com/i/x.png"));
     EXPECT_EQ(article(1)->imageURL(), QUrl("http://cdn.example/p.jpg"));
     EXPECT_TRUE(article(2)->imageURL().isEmpty());
+    EXPECT_TRUE(article(3)->imageURL().isEmpty()) << "a 1 by 1 picture is never fetched";
+    EXPECT_TRUE(article(4)->imageURL().isEmpty());
     ArticleList queue = ImagingService::sharedImagingService().queue();
     ASSERT_EQ(queue.size(), queuedBefore + 2);
     EXPECT_EQ(queue.at(queuedBefore), article(0));

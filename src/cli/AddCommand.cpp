@@ -1,0 +1,94 @@
+#include "cli/AddCommand.h"
+
+#include "cli/Console.h"
+#include "cli/ExitStatus.h"
+#include "cli/LibraryLoader.h"
+#include "fetch/AddFeedController.h"
+#include "fetch/FeedUpdater.h"
+#include "model/FeedLibrary.h"
+#include "model/SettingsTable.h"
+#include "platform/Defaults.h"
+#include "platform/NotificationCenter.h"
+
+#include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QTemporaryDir>
+#include <QTimer>
+
+namespace {
+
+TreeNodePtr folderTitled(FeedLibrary &library, const QString &title)
+{
+    for (const TreeNodePtr &folder : library.allFolders()) {
+        const auto named = std::dynamic_pointer_cast<Folder>(folder);
+        if (named && named->title() == title)
+            return folder;
+    }
+    return {};
+}
+
+// Runs the event loop until the condition holds or the deadline passes.
+void runUntil(const std::function<bool()> &done, QDeadlineTimer deadline = QDeadlineTimer::Forever)
+{
+    QEventLoop loop;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (done() || deadline.hasExpired())
+            loop.quit();
+    });
+    poll.start(20);
+    if (!done())
+        loop.exec();
+}
+
+} // namespace
+
+AddCommand::AddCommand(const QString &address, const std::optional<QString> &folder)
+    : m_address(address), m_folder(folder)
+{
+}
+
+int AddCommand::run() const
+{
+    FeedLibrary &library = FeedLibrary::feedLibrary();
+    if (const ExitStatus status = LibraryLoader::loadForWriting(library); status != ExitSuccess)
+        return status;
+    const TreeNodePtr folder = m_folder ? folderTitled(library, *m_folder) : TreeNodePtr(library.root());
+    if (!folder) {
+        Console::complain(QStringLiteral("no folder named '%1' in the library (try --help)").arg(*m_folder));
+        return ExitUsage;
+    }
+    SettingsTable::install();
+    // The updater reads a copy of the settings: this command changes none of them.
+    QTemporaryDir scratch;
+    Defaults settings(scratch.filePath(QStringLiteral("settings.ini")));
+    SettingsTable::registerWith(settings);
+    for (const QString &key : SettingsTable::defaultValues().keys())
+        settings.setValue(key, Defaults::standard().value(key));
+
+    FeedPtr added;
+    QString reason;
+    {
+        FeedUpdater updater(library, settings);
+        updater.setPauseScheduledUpdates(true);
+        AddFeedController controller(library, updater, NotificationCenter::defaultCenter());
+        controller.setFolder(folder);
+        controller.setAddress(m_address);
+        if (controller.doAddFeed())
+            runUntil([&] { return !controller.download(); });
+        added = controller.state() == AddFeedController::Accepted ? controller.addedFeed() : FeedPtr();
+        reason = controller.failureReason();
+        if (added)
+            runUntil([&] { return updater.isIdle(FeedUpdater::IconLane); }, QDeadlineTimer(iconWaitMs));
+    }
+    if (!added) {
+        Console::complain(
+            QStringLiteral("no feed found at %1: %2")
+                .arg(m_address, reason.isEmpty() ? QStringLiteral("not a web address") : reason));
+        return ExitNoFeed;
+    }
+    library.save();
+    Console::print(
+        QStringLiteral("Added %1  <%2>\n").arg(Console::oneLine(added->title()), added->feed().toString()));
+    return ExitSuccess;
+}

@@ -3,16 +3,14 @@
 #include "cli/Console.h"
 #include "cli/ExitStatus.h"
 #include "cli/LibraryLoader.h"
+#include "cli/SettingsCopy.h"
 #include "fetch/AddFeedController.h"
 #include "fetch/FeedUpdater.h"
 #include "model/FeedLibrary.h"
-#include "model/SettingsTable.h"
-#include "platform/Defaults.h"
 #include "platform/NotificationCenter.h"
 
 #include <QDeadlineTimer>
 #include <QEventLoop>
-#include <QTemporaryDir>
 #include <QTimer>
 
 namespace {
@@ -58,18 +56,12 @@ int AddCommand::run() const
         Console::complain(QStringLiteral("no folder named '%1' in the library (try --help)").arg(*m_folder));
         return ExitUsage;
     }
-    SettingsTable::install();
-    // The updater reads a copy of the settings: this command changes none of them.
-    QTemporaryDir scratch;
-    Defaults settings(scratch.filePath(QStringLiteral("settings.ini")));
-    SettingsTable::registerWith(settings);
-    for (const QString &key : SettingsTable::defaultValues().keys())
-        settings.setValue(key, Defaults::standard().value(key));
+    SettingsCopy settings;
 
     FeedPtr added;
     QString reason;
     {
-        FeedUpdater updater(library, settings);
+        FeedUpdater updater(library, settings.settings());
         updater.setPauseScheduledUpdates(true);
         AddFeedController controller(library, updater, NotificationCenter::defaultCenter());
         controller.setFolder(folder);

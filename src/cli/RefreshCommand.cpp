@@ -3,15 +3,13 @@
 #include "cli/Console.h"
 #include "cli/ExitStatus.h"
 #include "cli/LibraryLoader.h"
+#include "cli/SettingsCopy.h"
 #include "fetch/FeedUpdater.h"
 #include "model/Article.h"
 #include "model/FeedLibrary.h"
-#include "model/SettingsTable.h"
-#include "platform/Defaults.h"
 #include "platform/NotificationCenter.h"
 
 #include <QEventLoop>
-#include <QTemporaryDir>
 #include <QTimer>
 #include <unistd.h>
 
@@ -36,14 +34,8 @@ int RefreshCommand::run() const
     FeedLibrary &library = FeedLibrary::feedLibrary();
     if (const ExitStatus status = LibraryLoader::loadForWriting(library); status != ExitSuccess)
         return status;
-    SettingsTable::install();
-
-    // The updater reads the user's settings from a copy, so that --concurrent lasts for this run only.
-    QTemporaryDir scratch;
-    Defaults settings(scratch.filePath(QStringLiteral("settings.ini")));
-    SettingsTable::registerWith(settings);
-    for (const QString &key : SettingsTable::defaultValues().keys())
-        settings.setValue(key, Defaults::standard().value(key));
+    SettingsCopy copy;
+    Defaults &settings = copy.settings();
     if (m_concurrent)
         settings.setInteger(QStringLiteral("downloadConcurrent"), *m_concurrent);
 

@@ -121,10 +121,10 @@ void QuillBayController::update(const Notification &notification)
     } else if (name == QLatin1String("SummaryWebViewFontSizeChanged")) {
         applyFontSize();
     } else if (name == QLatin1String("FeedDownloadBeginingNotification")) {
-        reloadSourceList();
+        reloadSourceListItem(notification.object.value<FeedPtr>());
     } else if (name == QLatin1String("feedDownloaded")) {
-        reloadSourceList();
         const TreeNodePtr feed = notification.object.value<FeedPtr>();
+        reloadSourceListItem(feed);
         if (!exactlyOneArticleSelected() && feed && contains(m_feedLibrary.selectedItems(), feed))
             reload();
     } else if (name == QLatin1String("feedLibraryModified")) {
@@ -196,7 +196,7 @@ void QuillBayController::fileDownloadNotifications(const Notification &notificat
     const QVariantMap context = download->contextInfo().toMap();
     const int type = context.value(QStringLiteral("DownloadTypeKey")).toInt();
     if (type == 2) {
-        reloadSourceList();
+        reloadSourceListItem(context.value(DownloadFeedKey).value<FeedPtr>());
     } else if (type == 4) {
         const QString downloaded = QStringLiteral("%1/%2").arg(download->destination(), download->fileName());
         const QString target = context.value(QStringLiteral("DownloadPathKey")).toString();
@@ -666,14 +666,24 @@ void QuillBayController::showEnclosureWindow()
         m_windows->showEnclosureWindow();
 }
 
-// Rows are asked again from the library; the selected rows and expanded folders stay as they were.
+// Only the rows that changed are redrawn, so the selection, the scroll position, the expanded folders and
+// a rename in progress all stay as they were.
 void QuillBayController::reloadSourceList()
+{
+    if (m_model)
+        m_model->reloadData();
+}
+
+// One feed's download changes its row and the badges of the folders above it, nothing else; without a
+// feed to go by, every row is looked at.
+void QuillBayController::reloadSourceListItem(const TreeNodePtr &item)
 {
     if (!m_model)
         return;
-    const TreeNodeList rows = selectedRowItems();
-    m_model->reloadData();
-    selectRowsSilently(rows);
+    if (item)
+        m_model->reloadItem(item);
+    else
+        m_model->reloadData();
 }
 
 // ---- the headline view's questions

@@ -229,3 +229,11 @@ void SourceListDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptio
 {
     editor->setGeometry(titleRect(option, index));
 }
+
+void SourceListDelegate::setEditorData(QWidget *editor, const QModelIndex &index) const
+{
+    const auto *field = qobject_cast<QLineEdit *>(editor);
+    if (field && field->isModified())
+        return;
+    QStyledItemDelegate::setEditorData(editor, index);
+}

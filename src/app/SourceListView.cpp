@@ -47,16 +47,13 @@ void SourceListView::setModel(QAbstractItemModel *newModel)
     if (!newModel)
         return;
     // Connected after the view's own reset handling, so the rows exist again when they are expanded.
-    connect(newModel, &QAbstractItemModel::modelReset, this, [this] {
-        restoreExpandedItems();
-        updateSpinner();
-    });
-    connect(newModel, &QAbstractItemModel::rowsInserted, this, &SourceListView::updateSpinner);
+    connect(newModel, &QAbstractItemModel::modelReset, this, &SourceListView::restoreExpandedItems);
+    connect(newModel, &QAbstractItemModel::rowsInserted, this, &SourceListView::restoreExpandedRows);
+    connect(newModel, &QAbstractItemModel::rowsRemoved, this, &SourceListView::updateSpinner);
     connect(newModel, &QAbstractItemModel::layoutChanged, this, &SourceListView::updateSpinner);
     if (const auto *sourceList = qobject_cast<SourceListModel *>(newModel))
         connect(sourceList, &SourceListModel::itemsDropped, this, &SourceListView::selectDroppedRow);
     restoreExpandedItems();
-    updateSpinner();
 }
 
 void SourceListView::setSmallIcons(bool small)
@@ -97,22 +94,29 @@ void SourceListView::collectExpanded(const QModelIndex &parent, QStringList &ide
 
 void SourceListView::restoreExpandedItems()
 {
-    if (!model())
-        return;
+    if (model())
+        restoreExpandedRows(rootIndex(), 0, model()->rowCount(rootIndex()) - 1);
+}
+
+// Rows that arrive later (an import, a restored backup) open as they were left too.
+void SourceListView::restoreExpandedRows(const QModelIndex &parent, int first, int last)
+{
     const QStringList saved = m_defaults.value(expandedItemsKey()).toStringList();
     const QSet<QString> identifiers(saved.cbegin(), saved.cend());
     const QScopedValueRollback restoring(m_restoring, true);
-    const std::function<void(const QModelIndex &)> expandSaved = [&](const QModelIndex &parent) {
-        for (int row = 0; row < model()->rowCount(parent); ++row) {
-            const QModelIndex index = model()->index(row, 0, parent);
+    const std::function<void(const QModelIndex &, int, int)> expandSaved = [&](const QModelIndex &holder,
+                                                                               int from, int to) {
+        for (int row = from; row <= to; ++row) {
+            const QModelIndex index = model()->index(row, 0, holder);
             if (!model()->hasChildren(index))
                 continue;
             if (identifiers.contains(index.data(SourceListModel::UniqueIDRole).toString()))
                 expand(index);
-            expandSaved(index);
+            expandSaved(index, 0, model()->rowCount(index) - 1);
         }
     };
-    expandSaved(rootIndex());
+    expandSaved(parent, first, last);
+    updateSpinner();
 }
 
 void SourceListView::selectItemSilently(const QModelIndex &index)
@@ -181,42 +185,30 @@ void SourceListView::dataChanged(const QModelIndex &topLeft, const QModelIndex &
                                  const QList<int> &roles)
 {
     QTreeView::dataChanged(topLeft, bottomRight, roles);
-    // A refresh of every row signals once per folder; the rows are walked once for all of them.
-    if ((roles.isEmpty() || roles.contains(SourceListModel::DownloadingRole)) && !m_spinnerCheckQueued) {
-        m_spinnerCheckQueued = true;
-        QMetaObject::invokeMethod(
-            this,
-            [this] {
-                m_spinnerCheckQueued = false;
-                updateSpinner();
-            },
-            Qt::QueuedConnection);
-    }
+    if (roles.isEmpty() || roles.contains(SourceListModel::DownloadingRole))
+        updateSpinner();
 }
 
-bool SourceListView::anyRowDownloading(const QModelIndex &parent) const
+// The pictures follow the screen the list is on, also after a move to another screen.
+bool SourceListView::viewportEvent(QEvent *event)
 {
-    for (int row = 0; row < model()->rowCount(parent); ++row) {
-        const QModelIndex index = model()->index(row, 0, parent);
-        if (index.data(SourceListModel::DownloadingRole).toBool() || anyRowDownloading(index))
-            return true;
-    }
-    return false;
+    if (event->type() == QEvent::Paint)
+        if (auto *sourceList = qobject_cast<SourceListModel *>(model()))
+            sourceList->setDevicePixelRatio(viewport()->devicePixelRatioF());
+    return QTreeView::viewportEvent(event);
 }
 
 void SourceListView::updateSpinner()
 {
-    if (!model() || !anyRowDownloading(rootIndex()))
+    const auto *sourceList = qobject_cast<SourceListModel *>(model());
+    if (!sourceList || !sourceList->isAnyRowDownloading())
         m_spinnerTimer.stop();
     else if (!m_spinnerTimer.isActive())
         m_spinnerTimer.start();
 }
 
-// A feed's state can change without the model saying so, so every frame asks the rows again.
 void SourceListView::advanceSpinner()
 {
-    updateSpinner();
-    if (m_spinnerTimer.isActive())
-        m_delegate->advanceSpinner();
+    m_delegate->advanceSpinner();
     viewport()->update();
 }

@@ -42,20 +42,20 @@ protected:
                                                          const QEvent *event = nullptr) const override;
     void dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight,
                      const QList<int> &roles = QList<int>()) override;
+    bool viewportEvent(QEvent *event) override;
 
 private:
     void saveExpandedItems() const;
     void collectExpanded(const QModelIndex &parent, QStringList &identifiers) const;
-    bool anyRowDownloading(const QModelIndex &parent) const;
     void updateSpinner();
     void advanceSpinner();
     void reveal(const QModelIndex &index);
     void selectDroppedRow(const QModelIndex &index);
+    void restoreExpandedRows(const QModelIndex &parent, int first, int last);
 
     Defaults &m_defaults;
     SourceListDelegate *m_delegate;
     QTimer m_spinnerTimer;
-    bool m_spinnerCheckQueued = false;
     bool m_silent = false;
     bool m_restoring = false;
 };

@@ -1,6 +1,7 @@
 #include "app/ApplicationController.h"
 
 #include "app/AuxiliaryWindows.h"
+#include "app/DesktopHandover.h"
 #include "app/DesktopServices.h"
 #include "app/FindPanel.h"
 #include "app/HeadlineDisplay.h"
@@ -8,9 +9,11 @@
 #include "app/MainWindow.h"
 #include "app/QuillBayController.h"
 #include "app/SideBarActions.h"
+#include "app/WindowActivation.h"
 #include "fetch/AddFeedController.h"
 #include "fetch/Downloader.h"
 #include "fetch/FeedUpdater.h"
+#include "fetch/URLHandlerCommand.h"
 #include "headlines/HeadlinePage.h"
 #include "model/LibraryAutosave.h"
 #include "model/OPMLExporter.h"
@@ -187,13 +190,25 @@ void ApplicationController::applicationDidBecomeActive()
     m_mainController->reloadSourceList();
 }
 
-bool ApplicationController::applicationShouldHandleReopen()
+bool ApplicationController::applicationShouldHandleReopen(const QString &activationToken)
 {
-    doOpenMainWindow();
+    doOpenMainWindow(activationToken);
     return true;
 }
 
 // ---- files and addresses
+
+void ApplicationController::openHandedOver(const QStringList &handedOver)
+{
+    for (const QString &address : DesktopHandover::feedAddresses(handedOver))
+        URLHandlerCommand(
+            address, [this] { m_desktop.beep(); },
+            [this](const QUrl &webAddress) { requestNewChannel(webAddress); })
+            .performDefaultImplementation();
+    const QStringList files = DesktopHandover::files(handedOver);
+    if (!files.isEmpty())
+        openFiles(files);
+}
 
 bool ApplicationController::openFile(const QString &path)
 {
@@ -633,11 +648,8 @@ void ApplicationController::doViewAs(int displayMode)
     m_mainController->reload();
 }
 
-void ApplicationController::doOpenMainWindow()
+void ApplicationController::doOpenMainWindow(const QString &activationToken)
 {
-    if (MainWindow *window = m_mainController->window()) {
-        window->showNormal();
-        window->raise();
-        window->activateWindow();
-    }
+    if (MainWindow *window = m_mainController->window())
+        WindowActivation::bringForward(window, activationToken);
 }

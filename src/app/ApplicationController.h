@@ -49,9 +49,13 @@ public:
     // The desktop session is ending and the program may be killed without a quit.
     void applicationWillEndSession();
     void applicationDidBecomeActive();
-    bool applicationShouldHandleReopen();
+    // The token, when the desktop gave one, lets a Wayland compositor bring the window forward.
+    bool applicationShouldHandleReopen(const QString &activationToken = QString());
 
-    // Files and feed addresses handed to the program, on its command line or by a second start.
+    // Files and feed addresses handed to the program, on its command line or by a second start, in the
+    // form DesktopHandover::argumentsToHandOver gives them: the addresses go to the subscribe sheet
+    // first, then the files to the import sheet.
+    void openHandedOver(const QStringList &handedOver);
     bool openFile(const QString &path);
     void openFiles(const QStringList &paths);
     void requestNewChannel(const QUrl &address);
@@ -83,7 +87,7 @@ public:
     void doOpenLink(bool inBackground);
     void doAddToNewsBin();
     void doViewAs(int displayMode);
-    void doOpenMainWindow();
+    void doOpenMainWindow(const QString &activationToken = QString());
 
 private:
     void answerTreeTrouble();

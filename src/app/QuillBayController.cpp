@@ -62,6 +62,10 @@ QuillBayController::QuillBayController(FeedLibrary &feedLibrary, FeedUpdater &fe
       m_linkPolicy(feedLibrary, defaults, *this, notificationCenter)
 {
     m_page.setDisplayMode(m_defaults.integer(displayModeKey));
+    // The side bar shows the grouping and filter it was left with; the first page uses them too.
+    m_page.setSortMethod(
+        HeadlinePage::sortMethodForMenuPosition(m_defaults.integer(QStringLiteral("sortMethod"))));
+    m_page.setFilterMethod(m_defaults.integer(QStringLiteral("filterMethod")));
     m_page.setHoverColour(QApplication::palette().highlight().color());
     registerObservers();
 }

@@ -6,6 +6,7 @@
 #include "app/NewsBinDelegate.h"
 #include "app/NewsBinModel.h"
 #include "app/ToolbarIcons.h"
+#include "headlines/HeadlinePage.h"
 #include "model/ColourTheme.h"
 #include "platform/Defaults.h"
 #include "platform/LocalizedStrings.h"
@@ -175,9 +176,10 @@ QWidget *SideBarController::buildPopUps(QWidget *pane)
 
     // The tags are the filter methods the headline page knows.
     m_filterPopUp = new QComboBox(box);
-    const std::pair<const char *, int> filters[] = {{"FilterNone", 0},     {"FilterToday", 1},
-                                                    {"FilterThisWeek", 2}, {"FilterNew", 10},
-                                                    {"FilterUnread", 11},  {"FilterRead", 12}};
+    const std::pair<const char *, int> filters[] = {
+        {"FilterNone", 0},    {"FilterToday", 1},    {"FilterThisWeek", 2},
+        {"Filter5Recent", 5}, {"Filter10Recent", 6}, {"Filter20Recent", 7},
+        {"FilterNew", 10},    {"FilterUnread", 11},  {"FilterRead", 12}};
     for (const auto &[key, tag] : filters)
         m_filterPopUp->addItem(LocalizedStrings::text(QString::fromLatin1(key)), tag);
     connect(m_filterPopUp, &QComboBox::activated, this, &SideBarController::doChangeFilterMethod);
@@ -501,7 +503,7 @@ void SideBarController::doChangeArticleLength()
 void SideBarController::doChangeSortMethod()
 {
     const int position = m_sortPopUp->currentIndex();
-    const int sortCode = position >= 0 && position <= 2 ? position + 1 : 1;
+    const int sortCode = HeadlinePage::sortMethodForMenuPosition(position);
     m_notificationCenter.post(QStringLiteral("ArticleSortOrderChangeNotification"), sortCode);
     m_defaults.setInteger(QStringLiteral("sortMethod"), position);
 }

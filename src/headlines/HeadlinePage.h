@@ -30,6 +30,12 @@ public:
     int displayMode() const { return m_displayMode; }
     void setDisplayMode(int mode) { m_displayMode = mode; }
     int sortMethod() const { return m_sortMethod; }
+    // The grouping the side bar's sort menu stands for: positions 0 to 2 are by date, feed and state,
+    // and any later position is by date.
+    static int sortMethodForMenuPosition(int position)
+    {
+        return position >= 0 && position <= 2 ? position + 1 : 1;
+    }
     void setSortMethod(int method) { m_sortMethod = method; }
     int filterMethod() const { return m_filterMethod; }
     void setFilterMethod(int method) { m_filterMethod = method; }

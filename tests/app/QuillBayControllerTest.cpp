@@ -72,6 +72,16 @@ TEST_F(QuillBayControllerTest, StartsOnTheFirstRowAndSelectingARowShowsItsArticl
     EXPECT_EQ(bar->title(), "Science");
 }
 
+TEST_F(QuillBayControllerTest, TheFirstPageAfterAStartIsGroupedAndFilteredAsTheSideBarWasLeft)
+{
+    t.defaults.setInteger("sortMethod", 1);
+    t.defaults.setInteger("filterMethod", 11);
+    RecordingDisplay restartedDisplay;
+    QuillBayController restarted{t.library, t.updater, t.defaults, t.center, desktop, restartedDisplay};
+    EXPECT_EQ(restarted.headlinePage().sortMethod(), 2) << "the second sort item groups by feed";
+    EXPECT_EQ(restarted.headlinePage().filterMethod(), 11);
+}
+
 TEST_F(QuillBayControllerTest, ClickingAnArticleShowsItAloneMarksItReadAndKeepsItsFeedSelectedInTheList)
 {
     t.defaults.setBoolean("behaviorFeedClick", true);

@@ -94,11 +94,15 @@ TEST(SideBarController,
 {
     AppTestLibrary t;
     t.defaults.setInteger("sortMethod", 2);
-    t.defaults.setInteger("filterMethod", 11);
+    t.defaults.setInteger("filterMethod", 6);
     SideBarFixture f(t);
 
     EXPECT_EQ(f.sideBar->sortPopUp()->currentIndex(), 2);
-    EXPECT_EQ(f.sideBar->filterPopUp()->currentData().toInt(), 11);
+    EXPECT_EQ(f.sideBar->filterPopUp()->currentData().toInt(), 6);
+    QList<int> filters;
+    for (int i = 0; i < f.sideBar->filterPopUp()->count(); ++i)
+        filters << f.sideBar->filterPopUp()->itemData(i).toInt();
+    EXPECT_EQ(filters, QList<int>({0, 1, 2, 5, 6, 7, 10, 11, 12})) << "every filter the page knows";
     EXPECT_EQ(t.defaults.doubleValue("articleLength"), 1.0);
     EXPECT_EQ(f.sideBar->articleSlider()->value(), f.sideBar->articleSlider()->maximum());
     EXPECT_EQ(f.sideBar->newsBin(), t.library.newsClippings());

@@ -1,6 +1,7 @@
 #include "app/ApplicationController.h"
 
 #include "app/AuxiliaryWindows.h"
+#include "app/BlogEditorCommand.h"
 #include "app/DesktopHandover.h"
 #include "app/DesktopServices.h"
 #include "app/FindPanel.h"
@@ -240,6 +241,14 @@ void ApplicationController::requestNewChannel(const QUrl &address)
 
 // ---- validation
 
+QString ApplicationController::menuItemHint(MenuCommand command) const
+{
+    if (command == MenuCommand::PostToBlog &&
+        !BlogEditorCommand(m_defaults.string(QStringLiteral("generalBlogEditor"))).isSet())
+        return BlogEditorCommand::notSetHint();
+    return {};
+}
+
 bool ApplicationController::validateMenuItem(MenuCommand command) const
 {
     using C = MenuCommand;
@@ -255,11 +264,13 @@ bool ApplicationController::validateMenuItem(MenuCommand command) const
         return feeds > 0;
     case C::RemoveSelectedFeed:
         return feeds > 0 || !m_feedLibrary.selectedItems().isEmpty();
+    case C::PostToBlog:
+        return m_feedLibrary.selectedArticleCount() == 1 &&
+               BlogEditorCommand(m_defaults.string(QStringLiteral("generalBlogEditor"))).isSet();
     case C::OpenLink:
     case C::OpenLinkInBackground:
     case C::AddToNewsBin:
     case C::SpeakArticle:
-    case C::PostToBlog:
     case C::EmailArticle:
     case C::PostToInstapaper:
     case C::PostToDelicious:

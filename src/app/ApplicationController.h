@@ -65,6 +65,8 @@ public:
     FindPanel *findPanel() const { return m_findPanel; }
 
     bool validateMenuItem(MenuCommand command) const;
+    // Why an item is disabled, when that is not plain to see; empty otherwise.
+    QString menuItemHint(MenuCommand command) const;
     void perform(MenuCommand command);
     // Opens the help in the browser, at the section of that anchor when one is given.
     void showHelpBookAnchor(const QString &anchor);

@@ -1,5 +1,6 @@
 #include "app/SideBarController.h"
 
+#include "app/BlogEditorCommand.h"
 #include "app/DesktopServices.h"
 #include "app/MailtoAddress.h"
 #include "app/NavigationBar.h"
@@ -16,7 +17,6 @@
 
 #include <QAction>
 #include <QComboBox>
-#include <QFileInfo>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QIcon>
@@ -25,9 +25,7 @@
 #include <QLineEdit>
 #include <QListView>
 #include <QMenu>
-#include <QProcess>
 #include <QSlider>
-#include <QStandardPaths>
 #include <QTextToSpeech>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -252,10 +250,13 @@ void SideBarController::buildContextualMenu()
     const auto item = [this](const QString &title, Command command) {
         QAction *action = m_contextualMenu->addAction(title, this, [this, command] { runCommand(command); });
         action->setData(int(command));
+        return action;
     };
+    // A disabled item says why in its tool tip.
+    m_contextualMenu->setToolTipsVisible(true);
     item(tr("Open All in Browser"), OpenInBrowser);
     item(tr("Send in E-mail"), SendInEmail);
-    item(tr("Post to Blog Editor"), OpenInBlogEditor);
+    m_blogEditorAction = item(tr("Post to Blog Editor"), OpenInBlogEditor);
     item(tr("Speak Article"), SpeakArticle);
     m_contextualMenu->addSeparator();
     item(tr("Post to Digg"), PostToDigg);
@@ -536,6 +537,12 @@ void SideBarController::validateContextualMenu()
     for (QAction *action : m_contextualMenu->actions())
         if (!action->isSeparator())
             action->setEnabled(validateMenuItem(action));
+    m_blogEditorAction->setToolTip(isBlogEditorSet() ? QString() : BlogEditorCommand::notSetHint());
+}
+
+bool SideBarController::isBlogEditorSet() const
+{
+    return BlogEditorCommand(m_defaults.string(QStringLiteral("generalBlogEditor"))).isSet();
 }
 
 bool SideBarController::validateMenuItem(const QAction *item) const
@@ -549,6 +556,8 @@ bool SideBarController::validateMenuItem(const QAction *item) const
     case RemoveClipping:
     case EmptyNewsBin:
         return true;
+    case OpenInBlogEditor:
+        return selectedRows().size() <= 1 && isBlogEditorSet();
     default:
         // One clipping at a time: a message or a post about several articles would mean nothing.
         return selectedRows().size() <= 1;
@@ -696,28 +705,17 @@ QTextToSpeech *SideBarController::synth()
     return m_synth;
 }
 
-// The editor is a program of the user's choice, started with the article's fields as separate
-// arguments: no shell ever reads them, so nothing in a feed's text can run a command.
+// The editor is a program of the user's choice; it gets what the page would show, never markup.
 void SideBarController::postArticleToWeblogEditor(const ArticlePtr &article)
 {
     if (!article)
         return;
-    QStringList words = QProcess::splitCommand(m_defaults.string(QStringLiteral("generalBlogEditor")));
-    const QString command = words.isEmpty() ? QString() : words.takeFirst();
-    const QString program =
-        command.contains(u'/') || command.isEmpty() ? command : QStandardPaths::findExecutable(command);
-    const QFileInfo programFile(program);
-    if (program.isEmpty() || !programFile.isFile() || !programFile.isExecutable()) {
+    const BlogEditorCommand editor(m_defaults.string(QStringLiteral("generalBlogEditor")));
+    const BlogEditorCommand::Post post{
+        plainText(article->title()), linkText(article->link()),
+        QBStringExtras::removeTags(m_feedLibrary.longSummaryForArticle(article))};
+    if (!editor.start(post))
         m_desktop.beep();
-        return;
-    }
-    const std::shared_ptr<Feed> source = article->source();
-    words << QStringLiteral("--title") << article->title() << QStringLiteral("--summary")
-          << m_feedLibrary.longSummaryForArticle(article) << QStringLiteral("--link")
-          << linkText(article->link()) << QStringLiteral("--source-name")
-          << (source ? source->title() : QString()) << QStringLiteral("--source-link")
-          << (source ? linkText(source->link()) : QString()) << QStringLiteral("--guid") << article->guid();
-    QProcess::startDetached(programFile.absoluteFilePath(), words);
 }
 
 void SideBarController::postArticle(const ArticlePtr &article, int toService)

@@ -48,7 +48,8 @@ QVariantMap SettingsTable::defaultValues()
         {"downloadPlaySound", true},
         {"generalAlertSound", QStringLiteral("New Articles")},
         {"downloadAlertSound", QStringLiteral("Download Completed")},
-        {"generalBlogEditor", QStringLiteral("MarsEdit")},
+        // A command line of the user's choice on Linux; until one is chosen there is no weblog editor.
+        {"generalBlogEditor", QString()},
         {"behaviorBrowsing", true},
         {"behaviorLinkClick", true},
         {"behaviorFeedClick", true},

@@ -42,7 +42,7 @@ TEST(SettingsTable, AFreshStoreAnswersEveryKeyWithItsDefaultAndType)
         {"downloadPlaySound", true},
         {"generalAlertSound", QString("New Articles")},
         {"downloadAlertSound", QString("Download Completed")},
-        {"generalBlogEditor", QString("MarsEdit")},
+        {"generalBlogEditor", QString()},
         {"behaviorBrowsing", true},
         {"behaviorLinkClick", true},
         {"behaviorFeedClick", true},

@@ -2,6 +2,7 @@
 
 #include "app/BlogEditorCommand.h"
 #include "app/DesktopServices.h"
+#include "app/WindowTheme.h"
 #include "fetch/FeedUpdater.h"
 #include "model/ColourTheme.h"
 #include "platform/Defaults.h"
@@ -474,9 +475,11 @@ void PreferencesController::buildDownloadLocationList()
 void PreferencesController::buildColourThemeList()
 {
     m_colourThemePopUp->clear();
-    for (int index = 0; index < ColourTheme::themeCount(); ++index)
-        m_colourThemePopUp->addItem(QIcon(QPixmap::fromImage(ColourTheme::swatchForTheme(index))),
-                                    ColourTheme::nameOfTheme(index), index);
+    // "Default" first: the desktop's own colours, light or dark, before the eleven tints.
+    for (int index = WindowTheme::DefaultTheme; index < ColourTheme::themeCount(); ++index)
+        m_colourThemePopUp->addItem(
+            QIcon(QPixmap::fromImage(WindowTheme::swatch(index, QApplication::palette()))),
+            WindowTheme::nameOfTheme(index), index);
     selectData(m_colourThemePopUp, m_defaults.integer(QStringLiteral("displayColourTheme")));
 }
 

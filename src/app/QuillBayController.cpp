@@ -10,9 +10,9 @@
 #include "app/SideBarActions.h"
 #include "app/SourceListView.h"
 #include "app/SplitViewFrames.h"
+#include "app/WindowTheme.h"
 #include "fetch/Downloader.h"
 #include "fetch/FeedUpdater.h"
-#include "model/ColourTheme.h"
 #include "model/SourceListModel.h"
 #include "platform/Defaults.h"
 #include "platform/LocalizedStrings.h"
@@ -66,7 +66,6 @@ QuillBayController::QuillBayController(FeedLibrary &feedLibrary, FeedUpdater &fe
     m_page.setSortMethod(
         HeadlinePage::sortMethodForMenuPosition(m_defaults.integer(QStringLiteral("sortMethod"))));
     m_page.setFilterMethod(m_defaults.integer(QStringLiteral("filterMethod")));
-    m_page.setHoverColour(QApplication::palette().highlight().color());
     registerObservers();
 }
 
@@ -598,13 +597,21 @@ void QuillBayController::doToggleSideBar()
         m_window->setSideBarDivider(m_window->width());
 }
 
+// The bars take the theme's colours, the desktop's own with "Default"; the page and the lists always
+// follow the desktop's light or dark look.
 void QuillBayController::applyColourTheme()
 {
-    int theme = m_defaults.integer(QStringLiteral("displayColourTheme"));
-    if (theme < 0 || theme >= ColourTheme::themeCount())
-        theme = 0;
+    const int theme = m_defaults.integer(QStringLiteral("displayColourTheme"));
+    const QPalette desktop = QApplication::palette();
     if (m_window)
-        m_window->applyTheme(ColourTheme::colourThemeOfType(theme), ColourTheme::textColourForTheme(theme));
+        m_window->applyTheme(WindowTheme::tint(theme, desktop), WindowTheme::textColour(theme, desktop));
+    const bool dark = WindowTheme::isDark(desktop);
+    const QColor hover = desktop.color(QPalette::Highlight);
+    if (dark == m_page.darkAppearance() && hover == m_page.hoverColour())
+        return;
+    m_page.setDarkAppearance(dark);
+    m_page.setHoverColour(hover);
+    reload();
 }
 
 void QuillBayController::applyFontSize()

@@ -7,8 +7,8 @@
 #include "app/NewsBinDelegate.h"
 #include "app/NewsBinModel.h"
 #include "app/ToolbarIcons.h"
+#include "app/WindowTheme.h"
 #include "headlines/HeadlinePage.h"
-#include "model/ColourTheme.h"
 #include "platform/Defaults.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/NotificationCenter.h"
@@ -16,6 +16,7 @@
 #include "reading/QBStringExtras.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QComboBox>
 #include <QFormLayout>
 #include <QHBoxLayout>
@@ -285,11 +286,10 @@ void SideBarController::restorePopUps()
 
 void SideBarController::applyColourTheme()
 {
-    int theme = m_defaults.integer(QStringLiteral("displayColourTheme"));
-    if (theme < 0 || theme >= ColourTheme::themeCount())
-        theme = 0;
-    const QColor text = ColourTheme::textColourForTheme(theme);
-    m_navBar->setColorTint(ColourTheme::colourThemeOfType(theme));
+    const int theme = m_defaults.integer(QStringLiteral("displayColourTheme"));
+    const QPalette desktop = QApplication::palette();
+    const QColor text = WindowTheme::textColour(theme, desktop);
+    m_navBar->setColorTint(WindowTheme::tint(theme, desktop));
     m_navBar->setTextColour(text);
     for (QToolButton *button : {m_addButton, m_removeButton, m_contextMenuButton})
         button->setIcon(ToolbarIcons::icon(button->property("iconName").toString(), text));

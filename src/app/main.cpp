@@ -1,6 +1,7 @@
 #include "app/ApplicationController.h"
 #include "app/DesktopHandover.h"
 #include "app/DesktopAlert.h"
+#include "app/DesktopAppearance.h"
 #include "app/DesktopNotifier.h"
 #include "app/DesktopWindows.h"
 #include "app/HeadlinePageSchemeHandler.h"
@@ -84,6 +85,12 @@ int main(int argc, char **argv)
     instance.listen();
 
     SettingsTable::install();
+    // Before any window, so that a desktop that prefers dark is followed from the first picture on.
+    DesktopAppearance appearance;
+    QObject::connect(&appearance, &DesktopAppearance::changed, [] {
+        NotificationCenter::defaultCenter().post(QStringLiteral("ThemeChangedNotification"));
+    });
+    appearance.start();
     SystemDesktopServices desktop;
     if (!takeLibraryFolder(FeedLibrary::feedLibrary(), desktop))
         return 1;

@@ -43,6 +43,9 @@ public:
     bool photoMode() const { return m_photoMode; }
     void setPhotoMode(bool photoMode) { m_photoMode = photoMode; }
     // The desktop's selection colour; the core knows no palette, so it starts with a plain blue.
+    // The page's dark variant, for a desktop with a dark look; the style sheet holds both.
+    bool darkAppearance() const { return m_darkAppearance; }
+    void setDarkAppearance(bool dark) { m_darkAppearance = dark; }
     QColor hoverColour() const { return m_hoverColour; }
     void setHoverColour(const QColor &colour) { m_hoverColour = colour; }
 
@@ -66,4 +69,5 @@ private:
     int m_offset = 0;
     bool m_photoMode = false;
     QColor m_hoverColour = QColor(0x38, 0x75, 0xd7);
+    bool m_darkAppearance = false;
 };

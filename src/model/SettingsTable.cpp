@@ -31,7 +31,8 @@ QVariantMap SettingsTable::defaultValues()
         {"downloadOpenAudio", true},
         {"downloadOpenZip", false},
         {"downloadConcurrent", 5},
-        {"displayColourTheme", 2},
+        // -1 is "Default": the windows take the desktop's own colours, light or dark, until a tint is chosen.
+        {"displayColourTheme", -1},
         {"displayCustomIcons", true},
         {"displayFontSize", 1},
         {"displayHideSummaryOfReadFeeds", false},

@@ -165,11 +165,12 @@ TEST_F(PreferencesWindowTest, ThemeAndTextSizeAreWrittenBeforeTheirNoticesArePos
     prefs.loadWindow();
 
     QComboBox *themes = prefs.colourThemePopUp();
-    ASSERT_EQ(themes->count(), 11);
-    EXPECT_EQ(themes->currentText(), "Aluminium");
+    ASSERT_EQ(themes->count(), 12);
+    EXPECT_EQ(themes->currentText(), "Default") << "the desktop's own colours come first and by default";
+    EXPECT_EQ(themes->itemText(3), "Aluminium");
     EXPECT_EQ(themes->itemIcon(0).pixmap(16, 16).size(), QSize(16, 16));
 
-    choose(themes, 4);
+    choose(themes, 5);
     choose(prefs.fontSizePopUp(), 2);
     EXPECT_EQ(seen, QStringList({"ThemeChangedNotification 4", "SummaryWebViewFontSizeChanged 3"}));
     EXPECT_EQ(Defaults(t.defaults.filePath()).integer("displayColourTheme"), 4);

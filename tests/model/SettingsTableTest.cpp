@@ -25,7 +25,7 @@ TEST(SettingsTable, AFreshStoreAnswersEveryKeyWithItsDefaultAndType)
         {"downloadOpenAudio", true},
         {"downloadOpenZip", false},
         {"downloadConcurrent", 5},
-        {"displayColourTheme", 2},
+        {"displayColourTheme", -1},
         {"displayCustomIcons", true},
         {"displayFontSize", 1},
         {"displayHideSummaryOfReadFeeds", false},

@@ -319,6 +319,10 @@ void QuillBayController::selectRowsSilently(const TreeNodeList &items)
     if (!m_window)
         return;
     SourceListView *list = m_window->sourceList();
+    // A node added a moment ago has no row until the list has been brought in line with the tree.
+    if (std::any_of(items.cbegin(), items.cend(),
+                    [this](const TreeNodePtr &item) { return !m_model->indexForItem(item).isValid(); }))
+        m_model->reloadData();
     const bool wasSilent = m_selectingSilently;
     m_selectingSilently = true;
     QItemSelection selection;

@@ -43,9 +43,21 @@ void SourceListView::setModel(QAbstractItemModel *newModel)
         return;
     if (model())
         disconnect(model(), nullptr, this, nullptr);
+    // Rows that come, go or move shift the selection's ranges, and the selection model says so; that is
+    // not the user choosing. These come before the selection model's own handlers, the ends after them.
+    const auto changing = [this] { m_modelChanging = true; };
+    const auto changed = [this] { m_modelChanging = false; };
+    if (newModel) {
+        connect(newModel, &QAbstractItemModel::rowsAboutToBeInserted, this, changing);
+        connect(newModel, &QAbstractItemModel::rowsAboutToBeRemoved, this, changing);
+        connect(newModel, &QAbstractItemModel::rowsAboutToBeMoved, this, changing);
+    }
     QTreeView::setModel(newModel);
     if (!newModel)
         return;
+    connect(newModel, &QAbstractItemModel::rowsInserted, this, changed);
+    connect(newModel, &QAbstractItemModel::rowsRemoved, this, changed);
+    connect(newModel, &QAbstractItemModel::rowsMoved, this, changed);
     // Connected after the view's own reset handling, so the rows exist again when they are expanded.
     connect(newModel, &QAbstractItemModel::modelReset, this, &SourceListView::restoreExpandedItems);
     connect(newModel, &QAbstractItemModel::rowsInserted, this, &SourceListView::restoreExpandedRows);
@@ -146,7 +158,7 @@ void SourceListView::selectDroppedRow(const QModelIndex &index)
 void SourceListView::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
 {
     QTreeView::selectionChanged(selected, deselected);
-    if (!m_silent)
+    if (!m_silent && !m_modelChanging)
         emit selectionChangedByUser();
 }
 

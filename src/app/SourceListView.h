@@ -32,7 +32,7 @@ public:
     bool isSpinnerRunning() const { return m_spinnerTimer.isActive(); }
 
 signals:
-    // Every selection change but the silent ones.
+    // Every selection change but the silent ones and those of rows coming, going or moving.
     void selectionChangedByUser();
 
 protected:
@@ -57,5 +57,6 @@ private:
     SourceListDelegate *m_delegate;
     QTimer m_spinnerTimer;
     bool m_silent = false;
+    bool m_modelChanging = false;
     bool m_restoring = false;
 };

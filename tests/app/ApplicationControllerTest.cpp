@@ -62,7 +62,8 @@ TEST_F(ApplicationControllerTest, AddressesAndFilesArrivingDuringLaunchWaitForTh
     EXPECT_EQ(windows.calls, QStringList({"import /data/more.opml"})) << "after launching, at once";
 }
 
-TEST_F(ApplicationControllerTest, EveryFormTheDesktopHandsOverReachesItsSheetAndRaisingKeepsTheWindowMaximised)
+TEST_F(ApplicationControllerTest,
+       EveryFormTheDesktopHandsOverReachesItsSheetAndRaisingKeepsTheWindowMaximised)
 {
     QTemporaryDir start;
     QFile(start.filePath("here.opml")).open(QIODevice::WriteOnly);
@@ -72,9 +73,10 @@ TEST_F(ApplicationControllerTest, EveryFormTheDesktopHandsOverReachesItsSheetAnd
          "notes:2024.opml", "/data/../data/plain.opml", "feed://127.0.0.1/a.xml", "feed:https://127.0.0.1/b",
          "https://127.0.0.1/c.xml", "--sync", "smb://server/share/list.opml", "file://server/list.opml"},
         start.path());
-    EXPECT_EQ(handed, QStringList({"/home/ré/My Lists/list.opml", "/srv/feeds.xml", start.filePath("here.opml"),
-                                   start.filePath("notes:2024.opml"), "/data/plain.opml", "feed://127.0.0.1/a.xml",
-                                   "feed:https://127.0.0.1/b", "https://127.0.0.1/c.xml"}))
+    EXPECT_EQ(handed,
+              QStringList({"/home/ré/My Lists/list.opml", "/srv/feeds.xml", start.filePath("here.opml"),
+                           start.filePath("notes:2024.opml"), "/data/plain.opml", "feed://127.0.0.1/a.xml",
+                           "feed:https://127.0.0.1/b", "https://127.0.0.1/c.xml"}))
         << "options and files on other computers are left out";
 
     controller.applicationDidFinishLaunching();
@@ -82,10 +84,10 @@ TEST_F(ApplicationControllerTest, EveryFormTheDesktopHandsOverReachesItsSheetAnd
     window->showMaximized();
     controller.openHandedOver(handed);
     EXPECT_EQ(windows.calls,
-              QStringList({"add http://127.0.0.1/a.xml", "add https://127.0.0.1/b", "add https://127.0.0.1/c.xml",
-                           "import /home/ré/My Lists/list.opml", "import /srv/feeds.xml",
-                           "import " + start.filePath("here.opml"), "import " + start.filePath("notes:2024.opml"),
-                           "import /data/plain.opml"}));
+              QStringList({"add http://127.0.0.1/a.xml", "add https://127.0.0.1/b",
+                           "add https://127.0.0.1/c.xml", "import /home/ré/My Lists/list.opml",
+                           "import /srv/feeds.xml", "import " + start.filePath("here.opml"),
+                           "import " + start.filePath("notes:2024.opml"), "import /data/plain.opml"}));
 
     // A second start, a clicked notification, Return in the find panel and Window > Main Window all
     // raise the window; none of them may undo what the user made of it.

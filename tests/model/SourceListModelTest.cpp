@@ -279,12 +279,11 @@ TEST_F(SourceList, ARefreshAnnouncesOnlyTheRowsThatCameWentMovedOrChangedAndNeve
         return parent.isValid() ? SourceListModel::objectValueForItem(model->itemForIndex(parent)) : "top";
     };
     QObject::connect(model.get(), &QAbstractItemModel::modelReset, [&] { said << "reset"; });
-    QObject::connect(model.get(), &QAbstractItemModel::rowsInserted, [&](const QModelIndex &p, int a, int b) {
-        said << QString("inserted %1 %2-%3").arg(where(p)).arg(a).arg(b);
-    });
-    QObject::connect(model.get(), &QAbstractItemModel::rowsRemoved, [&](const QModelIndex &p, int a, int b) {
-        said << QString("removed %1 %2-%3").arg(where(p)).arg(a).arg(b);
-    });
+    const auto rows = [&](const QString &what) {
+        return [&, what](const QModelIndex &p, int a, int b) { said << what.arg(where(p)).arg(a).arg(b); };
+    };
+    QObject::connect(model.get(), &QAbstractItemModel::rowsInserted, rows("inserted %1 %2-%3"));
+    QObject::connect(model.get(), &QAbstractItemModel::rowsRemoved, rows("removed %1 %2-%3"));
     QObject::connect(model.get(), &QAbstractItemModel::rowsMoved,
                      [&](const QModelIndex &, int a, int, const QModelIndex &p, int to) {
                          said << QString("moved %1 %2 to %3").arg(where(p)).arg(a).arg(to);
@@ -293,7 +292,8 @@ TEST_F(SourceList, ARefreshAnnouncesOnlyTheRowsThatCameWentMovedOrChangedAndNeve
                      [&](const QModelIndex &from, const QModelIndex &to, const QList<int> &roles) {
                          said << QString("changed %1-%2 %3")
                                      .arg(model->data(from).toString(), model->data(to).toString())
-                                     .arg(roles.contains(SourceListModel::UnreadCountRole) ? "count" : "other");
+                                     .arg(roles.contains(SourceListModel::UnreadCountRole) ? "count"
+                                                                                           : "other");
                      });
 
     // Behind the model's back the rows stay as the view last saw them, until the refresh.

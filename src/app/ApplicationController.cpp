@@ -1,6 +1,8 @@
 #include "app/ApplicationController.h"
 
 #include "app/AuxiliaryWindows.h"
+#include "app/BlogEditorCommand.h"
+#include "app/DesktopHandover.h"
 #include "app/DesktopServices.h"
 #include "app/FindPanel.h"
 #include "app/HeadlineDisplay.h"
@@ -8,9 +10,11 @@
 #include "app/MainWindow.h"
 #include "app/QuillBayController.h"
 #include "app/SideBarActions.h"
+#include "app/WindowActivation.h"
 #include "fetch/AddFeedController.h"
 #include "fetch/Downloader.h"
 #include "fetch/FeedUpdater.h"
+#include "fetch/URLHandlerCommand.h"
 #include "headlines/HeadlinePage.h"
 #include "model/LibraryAutosave.h"
 #include "model/OPMLExporter.h"
@@ -187,13 +191,25 @@ void ApplicationController::applicationDidBecomeActive()
     m_mainController->reloadSourceList();
 }
 
-bool ApplicationController::applicationShouldHandleReopen()
+bool ApplicationController::applicationShouldHandleReopen(const QString &activationToken)
 {
-    doOpenMainWindow();
+    doOpenMainWindow(activationToken);
     return true;
 }
 
 // ---- files and addresses
+
+void ApplicationController::openHandedOver(const QStringList &handedOver)
+{
+    for (const QString &address : DesktopHandover::feedAddresses(handedOver))
+        URLHandlerCommand(
+            address, [this] { m_desktop.beep(); },
+            [this](const QUrl &webAddress) { requestNewChannel(webAddress); })
+            .performDefaultImplementation();
+    const QStringList files = DesktopHandover::files(handedOver);
+    if (!files.isEmpty())
+        openFiles(files);
+}
 
 bool ApplicationController::openFile(const QString &path)
 {
@@ -225,6 +241,14 @@ void ApplicationController::requestNewChannel(const QUrl &address)
 
 // ---- validation
 
+QString ApplicationController::menuItemHint(MenuCommand command) const
+{
+    if (command == MenuCommand::PostToBlog &&
+        !BlogEditorCommand(m_defaults.string(QStringLiteral("generalBlogEditor"))).isSet())
+        return BlogEditorCommand::notSetHint();
+    return {};
+}
+
 bool ApplicationController::validateMenuItem(MenuCommand command) const
 {
     using C = MenuCommand;
@@ -240,11 +264,13 @@ bool ApplicationController::validateMenuItem(MenuCommand command) const
         return feeds > 0;
     case C::RemoveSelectedFeed:
         return feeds > 0 || !m_feedLibrary.selectedItems().isEmpty();
+    case C::PostToBlog:
+        return m_feedLibrary.selectedArticleCount() == 1 &&
+               BlogEditorCommand(m_defaults.string(QStringLiteral("generalBlogEditor"))).isSet();
     case C::OpenLink:
     case C::OpenLinkInBackground:
     case C::AddToNewsBin:
     case C::SpeakArticle:
-    case C::PostToBlog:
     case C::EmailArticle:
     case C::PostToInstapaper:
     case C::PostToDelicious:
@@ -634,11 +660,8 @@ void ApplicationController::doViewAs(int displayMode)
     m_mainController->reload();
 }
 
-void ApplicationController::doOpenMainWindow()
+void ApplicationController::doOpenMainWindow(const QString &activationToken)
 {
-    if (MainWindow *window = m_mainController->window()) {
-        window->showNormal();
-        window->raise();
-        window->activateWindow();
-    }
+    if (MainWindow *window = m_mainController->window())
+        WindowActivation::bringForward(window, activationToken);
 }

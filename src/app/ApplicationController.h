@@ -49,9 +49,13 @@ public:
     // The desktop session is ending and the program may be killed without a quit.
     void applicationWillEndSession();
     void applicationDidBecomeActive();
-    bool applicationShouldHandleReopen();
+    // The token, when the desktop gave one, lets a Wayland compositor bring the window forward.
+    bool applicationShouldHandleReopen(const QString &activationToken = QString());
 
-    // Files and feed addresses handed to the program, on its command line or by a second start.
+    // Files and feed addresses handed to the program, on its command line or by a second start, in the
+    // form DesktopHandover::argumentsToHandOver gives them: the addresses go to the subscribe sheet
+    // first, then the files to the import sheet.
+    void openHandedOver(const QStringList &handedOver);
     bool openFile(const QString &path);
     void openFiles(const QStringList &paths);
     void requestNewChannel(const QUrl &address);
@@ -61,6 +65,8 @@ public:
     FindPanel *findPanel() const { return m_findPanel; }
 
     bool validateMenuItem(MenuCommand command) const;
+    // Why an item is disabled, when that is not plain to see; empty otherwise.
+    QString menuItemHint(MenuCommand command) const;
     void perform(MenuCommand command);
     // Opens the help in the browser, at the section of that anchor when one is given.
     void showHelpBookAnchor(const QString &anchor);
@@ -83,7 +89,7 @@ public:
     void doOpenLink(bool inBackground);
     void doAddToNewsBin();
     void doViewAs(int displayMode);
-    void doOpenMainWindow();
+    void doOpenMainWindow(const QString &activationToken = QString());
 
 private:
     void answerTreeTrouble();

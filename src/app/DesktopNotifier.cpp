@@ -27,6 +27,8 @@ void DesktopNotifier::deliver(const QString &title, const QString &text)
     if (!m_listening) {
         bus.connect(Service, Path, Interface, QStringLiteral("ActionInvoked"), this,
                     SLOT(actionInvoked(uint, QString)));
+        bus.connect(Service, Path, Interface, QStringLiteral("ActivationToken"), this,
+                    SLOT(activationToken(uint, QString)));
         bus.connect(Service, Path, Interface, QStringLiteral("NotificationClosed"), this,
                     SLOT(notificationClosed(uint, uint)));
         m_listening = true;
@@ -51,14 +53,22 @@ void DesktopNotifier::deliver(const QString &title, const QString &text)
 void DesktopNotifier::actionInvoked(uint notificationId, const QString &actionKey)
 {
     Q_UNUSED(actionKey);
+    const QString token = m_activationTokens.take(notificationId);
     if (m_shownIds.remove(notificationId))
-        emit clicked();
+        emit clicked(token);
+}
+
+void DesktopNotifier::activationToken(uint notificationId, const QString &token)
+{
+    if (m_shownIds.contains(notificationId))
+        m_activationTokens.insert(notificationId, token);
 }
 
 void DesktopNotifier::notificationClosed(uint notificationId, uint reason)
 {
     Q_UNUSED(reason);
     m_shownIds.remove(notificationId);
+    m_activationTokens.remove(notificationId);
 }
 
 void DesktopNotifier::reportUnavailable(const QString &why)

@@ -93,6 +93,8 @@ void MainMenu::buildMenus()
 QMenu *MainMenu::addMenu(const QString &title, const QList<Item> &items)
 {
     QMenu *menu = m_window.menuBar()->addMenu(title);
+    // Only items with a hint have a tool tip; it says why the item is disabled.
+    menu->setToolTipsVisible(true);
     for (const Item &item : items)
         addItem(menu, item);
     connect(menu, &QMenu::aboutToShow, this, [this, menu] { validate(menu); });
@@ -119,8 +121,10 @@ void MainMenu::addItem(QMenu *menu, const Item &item)
 void MainMenu::validate(QMenu *menu)
 {
     for (auto it = m_actions.cbegin(); it != m_actions.cend(); ++it)
-        if (menu->actions().contains(it.value()))
+        if (menu->actions().contains(it.value())) {
             it.value()->setEnabled(m_controller.validateMenuItem(MenuCommand(it.key())));
+            it.value()->setToolTip(m_controller.menuItemHint(MenuCommand(it.key())));
+        }
 }
 
 void MainMenu::trigger(MenuCommand command)

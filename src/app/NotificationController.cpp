@@ -1,6 +1,7 @@
 #include "app/NotificationController.h"
 
 #include "app/DesktopNotifier.h"
+#include "app/WindowActivation.h"
 #include "platform/NotificationCenter.h"
 
 #include <QWidget>
@@ -32,11 +33,7 @@ void NotificationController::activeNotifications(const Notification &) {}
 
 void NotificationController::backgroundNotifications(const Notification &) {}
 
-void NotificationController::growlNotificationWasClicked()
+void NotificationController::growlNotificationWasClicked(const QString &activationToken)
 {
-    if (!m_window)
-        return;
-    m_window->showNormal();
-    m_window->raise();
-    m_window->activateWindow();
+    WindowActivation::bringForward(m_window, activationToken);
 }

@@ -30,7 +30,8 @@ public:
     void backgroundNotifications(const Notification &notification);
 
 public slots:
-    void growlNotificationWasClicked();
+    // The token is the desktop's, when it gave one with the click.
+    void growlNotificationWasClicked(const QString &activationToken = QString());
 
 private:
     NotificationCenter &m_notificationCenter;

@@ -47,6 +47,10 @@ void OPMLImportController::runOPMLImporterForWindow(QWidget *window)
 
 void OPMLImportController::runOPMLImporterWithFile(const QString &path, QWidget *forWindow)
 {
+    if (m_window && m_window->isVisible()) {
+        m_waitingFiles.append({path, forWindow});
+        return;
+    }
     placeOn(forWindow);
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -143,6 +147,20 @@ void OPMLImportController::sheetDidEnd(int returnCode)
     setImportedFolder({});
     const QSignalBlocker quiet(m_feedList);
     m_feedList->clear();
+    // The sheet closes on its way out of this; the next file's sheet comes once it has.
+    if (!m_waitingFiles.isEmpty())
+        QMetaObject::invokeMethod(this, &OPMLImportController::runNextWaitingFile, Qt::QueuedConnection);
+}
+
+void OPMLImportController::runNextWaitingFile()
+{
+    if (m_waitingFiles.isEmpty() || (m_window && m_window->isVisible()))
+        return;
+    const auto [path, window] = m_waitingFiles.takeFirst();
+    if (window)
+        runOPMLImporterWithFile(path, window);
+    else
+        runNextWaitingFile();
 }
 
 void OPMLImportController::importKeepingFolders()

@@ -33,6 +33,7 @@ public:
     // Lets the user choose one .opml or .xml file in a chooser on the window, then shows the sheet.
     void runOPMLImporterForWindow(QWidget *window);
     // Reads the file and shows the sheet on the window; it returns at once, the buttons end the sheet.
+    // A file that comes while the sheet is up (several handed over at once) waits until it has ended.
     void runOPMLImporterWithFile(const QString &path, QWidget *forWindow);
 
     // Row 0 shows the import-all pane, any other row the pane with the tick list.
@@ -72,6 +73,7 @@ private:
     void importFlattened();
     void importSelected();
     void downloadIcons(const QList<FeedPtr> &feeds);
+    void runNextWaitingFile();
 
     FeedLibrary &m_feedLibrary;
     FeedUpdater &m_feedUpdater;
@@ -82,6 +84,7 @@ private:
     // The sheet lives on whichever window it was last shown on, which may delete it first.
     QPointer<QDialog> m_window;
     QPointer<QFileDialog> m_openPanel;
+    QList<QPair<QString, QPointer<QWidget>>> m_waitingFiles;
     QTabBar *m_importMethodSelector = nullptr;
     QStackedWidget *m_containerView = nullptr;
     QWidget *m_importAllView = nullptr;

@@ -1,6 +1,8 @@
 #include "app/PreferencesController.h"
 
+#include "app/BlogEditorCommand.h"
 #include "app/DesktopServices.h"
+#include "app/WindowTheme.h"
 #include "fetch/FeedUpdater.h"
 #include "model/ColourTheme.h"
 #include "platform/Defaults.h"
@@ -20,6 +22,7 @@
 #include <QFileInfo>
 #include <QFormLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMap>
 #include <QPainter>
 #include <QPainterPath>
@@ -232,6 +235,7 @@ void PreferencesController::loadWindow()
     buildSoundLists();
     buildDownloadLocationList();
     buildColourThemeList();
+    buildBlogEditorList();
     switchView(General);
 }
 
@@ -260,12 +264,11 @@ void PreferencesController::showSettings()
         spinBox->setValue(m_defaults.integer(spinBox->objectName()));
     }
     selectData(m_fontSizePopUp, m_defaults.integer(QStringLiteral("displayFontSize")));
-    m_blogEditorPopUp->setCurrentIndex(
-        m_blogEditorPopUp->findText(m_defaults.string(QStringLiteral("generalBlogEditor"))));
     buildFeedReaderList();
     buildSoundLists();
     buildDownloadLocationList();
     buildColourThemeList();
+    buildBlogEditorList();
 }
 
 void PreferencesController::switchView(int tag)
@@ -472,9 +475,11 @@ void PreferencesController::buildDownloadLocationList()
 void PreferencesController::buildColourThemeList()
 {
     m_colourThemePopUp->clear();
-    for (int index = 0; index < ColourTheme::themeCount(); ++index)
-        m_colourThemePopUp->addItem(QIcon(QPixmap::fromImage(ColourTheme::swatchForTheme(index))),
-                                    ColourTheme::nameOfTheme(index), index);
+    // "Default" first: the desktop's own colours, light or dark, before the eleven tints.
+    for (int index = WindowTheme::DefaultTheme; index < ColourTheme::themeCount(); ++index)
+        m_colourThemePopUp->addItem(
+            QIcon(QPixmap::fromImage(WindowTheme::swatch(index, QApplication::palette()))),
+            WindowTheme::nameOfTheme(index), index);
     selectData(m_colourThemePopUp, m_defaults.integer(QStringLiteral("displayColourTheme")));
 }
 
@@ -514,16 +519,38 @@ QWidget *PreferencesController::makeGeneralPane()
             [this] { soundChosen(m_newArticlesSoundPopUp, QStringLiteral("generalAlertSound")); });
     addCheckBox(form, QStringLiteral("generalBounceDockIcon"),
                 tr("Ask for attention when new articles arrive"));
-    m_blogEditorPopUp = addPopUp(form, tr("Weblog editor:"));
-    m_blogEditorPopUp->addItems({QStringLiteral("Ecto"), QStringLiteral("Feeder"), QStringLiteral("MarsEdit"),
-                                 QStringLiteral("XJournal")});
-    m_blogEditorPopUp->setCurrentIndex(
-        m_blogEditorPopUp->findText(m_defaults.string(QStringLiteral("generalBlogEditor"))));
-    connect(m_blogEditorPopUp, &QComboBox::activated, this, [this] {
-        m_defaults.setString(QStringLiteral("generalBlogEditor"), m_blogEditorPopUp->currentText());
-        doPreferencesChanged();
-    });
+    addBlogEditorField(form);
     return pane;
+}
+
+// Any command line the user likes, or one of the editors found here; it is read when a post is sent.
+void PreferencesController::addBlogEditorField(QFormLayout *form)
+{
+    m_blogEditorPopUp = addPopUp(form, tr("Weblog editor:"));
+    m_blogEditorPopUp->setEditable(true);
+    m_blogEditorPopUp->setInsertPolicy(QComboBox::NoInsert);
+    m_blogEditorPopUp->lineEdit()->setPlaceholderText(tr("a command, such as gedit {file}"));
+    const auto store = [this] {
+        m_defaults.setString(QStringLiteral("generalBlogEditor"), m_blogEditorPopUp->currentText().trimmed());
+    };
+    connect(m_blogEditorPopUp, &QComboBox::activated, this, store);
+    connect(m_blogEditorPopUp->lineEdit(), &QLineEdit::editingFinished, this, store);
+    auto *hint = new QLabel(tr("{title}, {link} and {text} stand for the article's title, address and text; "
+                               "{file} for a file that holds all three."),
+                            form->parentWidget());
+    hint->setWordWrap(true);
+    hint->setEnabled(false);
+    form->addRow(QString(), hint);
+}
+
+// The editors are looked for each time the window comes up, so that one installed since is offered.
+void PreferencesController::buildBlogEditorList()
+{
+    const QSignalBlocker quiet(m_blogEditorPopUp);
+    m_blogEditorPopUp->clear();
+    for (const BlogEditorCommand::Editor &editor : BlogEditorCommand::installedEditors())
+        m_blogEditorPopUp->addItem(editor.commandLine);
+    m_blogEditorPopUp->setEditText(m_defaults.string(QStringLiteral("generalBlogEditor")));
 }
 
 QWidget *PreferencesController::makeDisplayPane()

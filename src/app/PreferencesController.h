@@ -96,6 +96,7 @@ public:
     QComboBox *downloadSoundPopUp() const { return m_downloadSoundPopUp; }
     QComboBox *downloadLocationPopUp() const { return m_downloadLocationPopUp; }
     QComboBox *feedReaderPopUp() const { return m_feedReaderPopUp; }
+    QComboBox *blogEditorPopUp() const { return m_blogEditorPopUp; }
     QCheckBox *updateCheckBox() const { return m_updateCheckBox; }
     QPushButton *updateCheckButton() const { return m_updateCheckButton; }
 
@@ -104,6 +105,8 @@ public:
 
 private:
     QWidget *makeGeneralPane();
+    void addBlogEditorField(QFormLayout *form);
+    void buildBlogEditorList();
     QWidget *makeDisplayPane();
     QWidget *makeDownloadsPane();
     QWidget *makeBehaviorPane();

@@ -10,9 +10,9 @@
 #include "app/SideBarActions.h"
 #include "app/SourceListView.h"
 #include "app/SplitViewFrames.h"
+#include "app/WindowTheme.h"
 #include "fetch/Downloader.h"
 #include "fetch/FeedUpdater.h"
-#include "model/ColourTheme.h"
 #include "model/SourceListModel.h"
 #include "platform/Defaults.h"
 #include "platform/LocalizedStrings.h"
@@ -62,7 +62,10 @@ QuillBayController::QuillBayController(FeedLibrary &feedLibrary, FeedUpdater &fe
       m_linkPolicy(feedLibrary, defaults, *this, notificationCenter)
 {
     m_page.setDisplayMode(m_defaults.integer(displayModeKey));
-    m_page.setHoverColour(QApplication::palette().highlight().color());
+    // The side bar shows the grouping and filter it was left with; the first page uses them too.
+    m_page.setSortMethod(
+        HeadlinePage::sortMethodForMenuPosition(m_defaults.integer(QStringLiteral("sortMethod"))));
+    m_page.setFilterMethod(m_defaults.integer(QStringLiteral("filterMethod")));
     registerObservers();
 }
 
@@ -121,10 +124,10 @@ void QuillBayController::update(const Notification &notification)
     } else if (name == QLatin1String("SummaryWebViewFontSizeChanged")) {
         applyFontSize();
     } else if (name == QLatin1String("FeedDownloadBeginingNotification")) {
-        reloadSourceList();
+        reloadSourceListItem(notification.object.value<FeedPtr>());
     } else if (name == QLatin1String("feedDownloaded")) {
-        reloadSourceList();
         const TreeNodePtr feed = notification.object.value<FeedPtr>();
+        reloadSourceListItem(feed);
         if (!exactlyOneArticleSelected() && feed && contains(m_feedLibrary.selectedItems(), feed))
             reload();
     } else if (name == QLatin1String("feedLibraryModified")) {
@@ -196,7 +199,7 @@ void QuillBayController::fileDownloadNotifications(const Notification &notificat
     const QVariantMap context = download->contextInfo().toMap();
     const int type = context.value(QStringLiteral("DownloadTypeKey")).toInt();
     if (type == 2) {
-        reloadSourceList();
+        reloadSourceListItem(context.value(DownloadFeedKey).value<FeedPtr>());
     } else if (type == 4) {
         const QString downloaded = QStringLiteral("%1/%2").arg(download->destination(), download->fileName());
         const QString target = context.value(QStringLiteral("DownloadPathKey")).toString();
@@ -316,6 +319,10 @@ void QuillBayController::selectRowsSilently(const TreeNodeList &items)
     if (!m_window)
         return;
     SourceListView *list = m_window->sourceList();
+    // A node added a moment ago has no row until the list has been brought in line with the tree.
+    if (std::any_of(items.cbegin(), items.cend(),
+                    [this](const TreeNodePtr &item) { return !m_model->indexForItem(item).isValid(); }))
+        m_model->reloadData();
     const bool wasSilent = m_selectingSilently;
     m_selectingSilently = true;
     QItemSelection selection;
@@ -594,13 +601,21 @@ void QuillBayController::doToggleSideBar()
         m_window->setSideBarDivider(m_window->width());
 }
 
+// The bars take the theme's colours, the desktop's own with "Default"; the page and the lists always
+// follow the desktop's light or dark look.
 void QuillBayController::applyColourTheme()
 {
-    int theme = m_defaults.integer(QStringLiteral("displayColourTheme"));
-    if (theme < 0 || theme >= ColourTheme::themeCount())
-        theme = 0;
+    const int theme = m_defaults.integer(QStringLiteral("displayColourTheme"));
+    const QPalette desktop = QApplication::palette();
     if (m_window)
-        m_window->applyTheme(ColourTheme::colourThemeOfType(theme), ColourTheme::textColourForTheme(theme));
+        m_window->applyTheme(WindowTheme::tint(theme, desktop), WindowTheme::textColour(theme, desktop));
+    const bool dark = WindowTheme::isDark(desktop);
+    const QColor hover = desktop.color(QPalette::Highlight);
+    if (dark == m_page.darkAppearance() && hover == m_page.hoverColour())
+        return;
+    m_page.setDarkAppearance(dark);
+    m_page.setHoverColour(hover);
+    reload();
 }
 
 void QuillBayController::applyFontSize()
@@ -666,14 +681,24 @@ void QuillBayController::showEnclosureWindow()
         m_windows->showEnclosureWindow();
 }
 
-// Rows are asked again from the library; the selected rows and expanded folders stay as they were.
+// Only the rows that changed are redrawn, so the selection, the scroll position, the expanded folders and
+// a rename in progress all stay as they were.
 void QuillBayController::reloadSourceList()
+{
+    if (m_model)
+        m_model->reloadData();
+}
+
+// One feed's download changes its row and the badges of the folders above it, nothing else; without a
+// feed to go by, every row is looked at.
+void QuillBayController::reloadSourceListItem(const TreeNodePtr &item)
 {
     if (!m_model)
         return;
-    const TreeNodeList rows = selectedRowItems();
-    m_model->reloadData();
-    selectRowsSilently(rows);
+    if (item)
+        m_model->reloadItem(item);
+    else
+        m_model->reloadData();
 }
 
 // ---- the headline view's questions

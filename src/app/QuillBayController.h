@@ -93,6 +93,7 @@ public:
     void reloadRespectingOffset() override;
     void showEnclosureWindow() override;
     void reloadSourceList();
+    void reloadSourceListItem(const TreeNodePtr &item);
     void taskEnded();
 
     // The headline view's questions.

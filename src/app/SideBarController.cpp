@@ -1,12 +1,14 @@
 #include "app/SideBarController.h"
 
+#include "app/BlogEditorCommand.h"
 #include "app/DesktopServices.h"
 #include "app/MailtoAddress.h"
 #include "app/NavigationBar.h"
 #include "app/NewsBinDelegate.h"
 #include "app/NewsBinModel.h"
 #include "app/ToolbarIcons.h"
-#include "model/ColourTheme.h"
+#include "app/WindowTheme.h"
+#include "headlines/HeadlinePage.h"
 #include "platform/Defaults.h"
 #include "platform/LocalizedStrings.h"
 #include "platform/NotificationCenter.h"
@@ -14,8 +16,8 @@
 #include "reading/QBStringExtras.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QComboBox>
-#include <QFileInfo>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QIcon>
@@ -24,9 +26,7 @@
 #include <QLineEdit>
 #include <QListView>
 #include <QMenu>
-#include <QProcess>
 #include <QSlider>
-#include <QStandardPaths>
 #include <QTextToSpeech>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -175,9 +175,10 @@ QWidget *SideBarController::buildPopUps(QWidget *pane)
 
     // The tags are the filter methods the headline page knows.
     m_filterPopUp = new QComboBox(box);
-    const std::pair<const char *, int> filters[] = {{"FilterNone", 0},     {"FilterToday", 1},
-                                                    {"FilterThisWeek", 2}, {"FilterNew", 10},
-                                                    {"FilterUnread", 11},  {"FilterRead", 12}};
+    const std::pair<const char *, int> filters[] = {
+        {"FilterNone", 0},    {"FilterToday", 1},    {"FilterThisWeek", 2},
+        {"Filter5Recent", 5}, {"Filter10Recent", 6}, {"Filter20Recent", 7},
+        {"FilterNew", 10},    {"FilterUnread", 11},  {"FilterRead", 12}};
     for (const auto &[key, tag] : filters)
         m_filterPopUp->addItem(LocalizedStrings::text(QString::fromLatin1(key)), tag);
     connect(m_filterPopUp, &QComboBox::activated, this, &SideBarController::doChangeFilterMethod);
@@ -250,10 +251,13 @@ void SideBarController::buildContextualMenu()
     const auto item = [this](const QString &title, Command command) {
         QAction *action = m_contextualMenu->addAction(title, this, [this, command] { runCommand(command); });
         action->setData(int(command));
+        return action;
     };
+    // A disabled item says why in its tool tip.
+    m_contextualMenu->setToolTipsVisible(true);
     item(tr("Open All in Browser"), OpenInBrowser);
     item(tr("Send in E-mail"), SendInEmail);
-    item(tr("Post to Blog Editor"), OpenInBlogEditor);
+    m_blogEditorAction = item(tr("Post to Blog Editor"), OpenInBlogEditor);
     item(tr("Speak Article"), SpeakArticle);
     m_contextualMenu->addSeparator();
     item(tr("Post to Digg"), PostToDigg);
@@ -282,11 +286,10 @@ void SideBarController::restorePopUps()
 
 void SideBarController::applyColourTheme()
 {
-    int theme = m_defaults.integer(QStringLiteral("displayColourTheme"));
-    if (theme < 0 || theme >= ColourTheme::themeCount())
-        theme = 0;
-    const QColor text = ColourTheme::textColourForTheme(theme);
-    m_navBar->setColorTint(ColourTheme::colourThemeOfType(theme));
+    const int theme = m_defaults.integer(QStringLiteral("displayColourTheme"));
+    const QPalette desktop = QApplication::palette();
+    const QColor text = WindowTheme::textColour(theme, desktop);
+    m_navBar->setColorTint(WindowTheme::tint(theme, desktop));
     m_navBar->setTextColour(text);
     for (QToolButton *button : {m_addButton, m_removeButton, m_contextMenuButton})
         button->setIcon(ToolbarIcons::icon(button->property("iconName").toString(), text));
@@ -501,7 +504,7 @@ void SideBarController::doChangeArticleLength()
 void SideBarController::doChangeSortMethod()
 {
     const int position = m_sortPopUp->currentIndex();
-    const int sortCode = position >= 0 && position <= 2 ? position + 1 : 1;
+    const int sortCode = HeadlinePage::sortMethodForMenuPosition(position);
     m_notificationCenter.post(QStringLiteral("ArticleSortOrderChangeNotification"), sortCode);
     m_defaults.setInteger(QStringLiteral("sortMethod"), position);
 }
@@ -534,6 +537,12 @@ void SideBarController::validateContextualMenu()
     for (QAction *action : m_contextualMenu->actions())
         if (!action->isSeparator())
             action->setEnabled(validateMenuItem(action));
+    m_blogEditorAction->setToolTip(isBlogEditorSet() ? QString() : BlogEditorCommand::notSetHint());
+}
+
+bool SideBarController::isBlogEditorSet() const
+{
+    return BlogEditorCommand(m_defaults.string(QStringLiteral("generalBlogEditor"))).isSet();
 }
 
 bool SideBarController::validateMenuItem(const QAction *item) const
@@ -547,6 +556,8 @@ bool SideBarController::validateMenuItem(const QAction *item) const
     case RemoveClipping:
     case EmptyNewsBin:
         return true;
+    case OpenInBlogEditor:
+        return selectedRows().size() <= 1 && isBlogEditorSet();
     default:
         // One clipping at a time: a message or a post about several articles would mean nothing.
         return selectedRows().size() <= 1;
@@ -694,28 +705,17 @@ QTextToSpeech *SideBarController::synth()
     return m_synth;
 }
 
-// The editor is a program of the user's choice, started with the article's fields as separate
-// arguments: no shell ever reads them, so nothing in a feed's text can run a command.
+// The editor is a program of the user's choice; it gets what the page would show, never markup.
 void SideBarController::postArticleToWeblogEditor(const ArticlePtr &article)
 {
     if (!article)
         return;
-    QStringList words = QProcess::splitCommand(m_defaults.string(QStringLiteral("generalBlogEditor")));
-    const QString command = words.isEmpty() ? QString() : words.takeFirst();
-    const QString program =
-        command.contains(u'/') || command.isEmpty() ? command : QStandardPaths::findExecutable(command);
-    const QFileInfo programFile(program);
-    if (program.isEmpty() || !programFile.isFile() || !programFile.isExecutable()) {
+    const BlogEditorCommand editor(m_defaults.string(QStringLiteral("generalBlogEditor")));
+    const BlogEditorCommand::Post post{
+        plainText(article->title()), linkText(article->link()),
+        QBStringExtras::removeTags(m_feedLibrary.longSummaryForArticle(article))};
+    if (!editor.start(post))
         m_desktop.beep();
-        return;
-    }
-    const std::shared_ptr<Feed> source = article->source();
-    words << QStringLiteral("--title") << article->title() << QStringLiteral("--summary")
-          << m_feedLibrary.longSummaryForArticle(article) << QStringLiteral("--link")
-          << linkText(article->link()) << QStringLiteral("--source-name")
-          << (source ? source->title() : QString()) << QStringLiteral("--source-link")
-          << (source ? linkText(source->link()) : QString()) << QStringLiteral("--guid") << article->guid();
-    QProcess::startDetached(programFile.absoluteFilePath(), words);
 }
 
 void SideBarController::postArticle(const ArticlePtr &article, int toService)

@@ -127,6 +127,7 @@ private:
     void applyColourTheme();
     void runCommand(Command command);
     void validateContextualMenu();
+    bool isBlogEditorSet() const;
     void reloadTable();
     void selectRow(int row);
     int selectedRow() const;
@@ -156,6 +157,7 @@ private:
     QLabel *m_showLabel = nullptr;
     QListView *m_newsBinTable = nullptr;
     QMenu *m_contextualMenu = nullptr;
+    QAction *m_blogEditorAction = nullptr;
     QToolButton *m_contextMenuButton = nullptr;
     QToolButton *m_addButton = nullptr;
     QToolButton *m_removeButton = nullptr;

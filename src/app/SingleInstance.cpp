@@ -1,5 +1,8 @@
 #include "app/SingleInstance.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLocalSocket>
 #include <unistd.h>
 
@@ -20,13 +23,16 @@ QString SingleInstance::defaultServerName()
     return QStringLiteral("QuillBay-%1").arg(getuid());
 }
 
-bool SingleInstance::forwardToRunningInstance(const QStringList &arguments) const
+bool SingleInstance::forwardToRunningInstance(const QStringList &arguments,
+                                              const QString &activationToken) const
 {
     QLocalSocket socket;
     socket.connectToServer(m_serverName);
     if (!socket.waitForConnected(connectTimeoutMs))
         return false;
-    socket.write(arguments.join(u'\n').toUtf8());
+    const QJsonObject message{{QStringLiteral("arguments"), QJsonArray::fromStringList(arguments)},
+                              {QStringLiteral("activationToken"), activationToken}};
+    socket.write(QJsonDocument(message).toJson(QJsonDocument::Compact));
     socket.flush();
     socket.disconnectFromServer();
     if (socket.state() != QLocalSocket::UnconnectedState)
@@ -48,12 +54,12 @@ void SingleInstance::readConnection()
 {
     while (QLocalSocket *socket = m_server.nextPendingConnection()) {
         connect(socket, &QLocalSocket::disconnected, this, [this, socket] {
-            const QString text = QString::fromUtf8(socket->readAll());
+            const QJsonObject message = QJsonDocument::fromJson(socket->readAll()).object();
             socket->deleteLater();
-            if (!text.isEmpty())
-                emit argumentsReceived(text.split(u'\n'));
-            else
-                emit argumentsReceived({});
+            QStringList arguments;
+            for (const QJsonValue &argument : message.value(QStringLiteral("arguments")).toArray())
+                arguments.append(argument.toString());
+            emit argumentsReceived(arguments, message.value(QStringLiteral("activationToken")).toString());
         });
     }
 }

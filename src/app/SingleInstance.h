@@ -1,5 +1,6 @@
-// Keeps one QuillBay per user: a second start hands its files and feed addresses to the running one
-// over a local socket and ends. It carries arguments; it never interprets them.
+// Keeps one QuillBay per user: a second start hands its files and feed addresses, and the activation
+// token its launcher gave it, to the running one over a local socket and ends. It carries them; it never
+// interprets them.
 #pragma once
 
 #include <QLocalServer>
@@ -16,12 +17,13 @@ public:
     static QString defaultServerName();
 
     // True when a running program took the arguments; this start should then end.
-    bool forwardToRunningInstance(const QStringList &arguments) const;
+    bool forwardToRunningInstance(const QStringList &arguments,
+                                  const QString &activationToken = QString()) const;
     // Becomes the running program; false when the socket cannot be made.
     bool listen();
 
 signals:
-    void argumentsReceived(const QStringList &arguments);
+    void argumentsReceived(const QStringList &arguments, const QString &activationToken);
 
 private:
     void readConnection();

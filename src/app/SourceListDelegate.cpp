@@ -33,6 +33,16 @@ QColor foreground(const QStyleOptionViewItem &option)
     return option.palette.color(isSelected(option) ? QPalette::HighlightedText : QPalette::Text);
 }
 
+// Between the list's text and its background, so that the badge reads on a light or a dark list alike.
+QColor badgeColour(const QPalette &palette)
+{
+    const QColor text = palette.color(QPalette::Text);
+    const QColor base = palette.color(QPalette::Base);
+    const auto mix = [](int a, int b) { return (a * 45 + b * 55) / 100; };
+    return QColor(mix(text.red(), base.red()), mix(text.green(), base.green()),
+                  mix(text.blue(), base.blue()));
+}
+
 QRect centredSquare(int right, const QRect &row, int side)
 {
     return QRect(right - side + 1, row.top() + (row.height() - side) / 2, side, side);
@@ -190,8 +200,10 @@ void SourceListDelegate::drawBadge(QPainter *painter, const QStyleOptionViewItem
         return;
     const QRectF pill = trailingRect(option, index);
     const bool selected = isSelected(option);
-    const QColor fill = selected ? option.palette.color(QPalette::HighlightedText) : QColor(136, 146, 160);
-    const QColor ink = selected ? option.palette.color(QPalette::Highlight) : QColor(Qt::white);
+    const QColor fill =
+        selected ? option.palette.color(QPalette::HighlightedText) : badgeColour(option.palette);
+    const QColor ink =
+        selected ? option.palette.color(QPalette::Highlight) : option.palette.color(QPalette::Base);
     painter->setPen(Qt::NoPen);
     painter->setBrush(fill);
     painter->drawRoundedRect(pill, pill.height() / 2, pill.height() / 2);
@@ -272,4 +284,12 @@ void SourceListDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptio
                                               const QModelIndex &index) const
 {
     editor->setGeometry(titleRect(option, index));
+}
+
+void SourceListDelegate::setEditorData(QWidget *editor, const QModelIndex &index) const
+{
+    const auto *field = qobject_cast<QLineEdit *>(editor);
+    if (field && field->isModified())
+        return;
+    QStyledItemDelegate::setEditorData(editor, index);
 }

@@ -39,6 +39,8 @@ public:
                           const QModelIndex &index) const override;
     void updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,
                               const QModelIndex &index) const override;
+    // A row whose badge or spinner changes while it is being renamed keeps what the user typed.
+    void setEditorData(QWidget *editor, const QModelIndex &index) const override;
 
 private:
     QFont titleFont(const QStyleOptionViewItem &option, const QModelIndex &index) const;

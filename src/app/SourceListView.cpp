@@ -43,20 +43,29 @@ void SourceListView::setModel(QAbstractItemModel *newModel)
         return;
     if (model())
         disconnect(model(), nullptr, this, nullptr);
+    // Rows that come, go or move shift the selection's ranges, and the selection model says so; that is
+    // not the user choosing. These come before the selection model's own handlers, the ends after them.
+    const auto changing = [this] { m_modelChanging = true; };
+    const auto changed = [this] { m_modelChanging = false; };
+    if (newModel) {
+        connect(newModel, &QAbstractItemModel::rowsAboutToBeInserted, this, changing);
+        connect(newModel, &QAbstractItemModel::rowsAboutToBeRemoved, this, changing);
+        connect(newModel, &QAbstractItemModel::rowsAboutToBeMoved, this, changing);
+    }
     QTreeView::setModel(newModel);
     if (!newModel)
         return;
+    connect(newModel, &QAbstractItemModel::rowsInserted, this, changed);
+    connect(newModel, &QAbstractItemModel::rowsRemoved, this, changed);
+    connect(newModel, &QAbstractItemModel::rowsMoved, this, changed);
     // Connected after the view's own reset handling, so the rows exist again when they are expanded.
-    connect(newModel, &QAbstractItemModel::modelReset, this, [this] {
-        restoreExpandedItems();
-        updateSpinner();
-    });
-    connect(newModel, &QAbstractItemModel::rowsInserted, this, &SourceListView::updateSpinner);
+    connect(newModel, &QAbstractItemModel::modelReset, this, &SourceListView::restoreExpandedItems);
+    connect(newModel, &QAbstractItemModel::rowsInserted, this, &SourceListView::restoreExpandedRows);
+    connect(newModel, &QAbstractItemModel::rowsRemoved, this, &SourceListView::updateSpinner);
     connect(newModel, &QAbstractItemModel::layoutChanged, this, &SourceListView::updateSpinner);
     if (const auto *sourceList = qobject_cast<SourceListModel *>(newModel))
         connect(sourceList, &SourceListModel::itemsDropped, this, &SourceListView::selectDroppedRow);
     restoreExpandedItems();
-    updateSpinner();
 }
 
 void SourceListView::setSmallIcons(bool small)
@@ -97,22 +106,29 @@ void SourceListView::collectExpanded(const QModelIndex &parent, QStringList &ide
 
 void SourceListView::restoreExpandedItems()
 {
-    if (!model())
-        return;
+    if (model())
+        restoreExpandedRows(rootIndex(), 0, model()->rowCount(rootIndex()) - 1);
+}
+
+// Rows that arrive later (an import, a restored backup) open as they were left too.
+void SourceListView::restoreExpandedRows(const QModelIndex &parent, int first, int last)
+{
     const QStringList saved = m_defaults.value(expandedItemsKey()).toStringList();
     const QSet<QString> identifiers(saved.cbegin(), saved.cend());
     const QScopedValueRollback restoring(m_restoring, true);
-    const std::function<void(const QModelIndex &)> expandSaved = [&](const QModelIndex &parent) {
-        for (int row = 0; row < model()->rowCount(parent); ++row) {
-            const QModelIndex index = model()->index(row, 0, parent);
+    const std::function<void(const QModelIndex &, int, int)> expandSaved = [&](const QModelIndex &holder,
+                                                                               int from, int to) {
+        for (int row = from; row <= to; ++row) {
+            const QModelIndex index = model()->index(row, 0, holder);
             if (!model()->hasChildren(index))
                 continue;
             if (identifiers.contains(index.data(SourceListModel::UniqueIDRole).toString()))
                 expand(index);
-            expandSaved(index);
+            expandSaved(index, 0, model()->rowCount(index) - 1);
         }
     };
-    expandSaved(rootIndex());
+    expandSaved(parent, first, last);
+    updateSpinner();
 }
 
 void SourceListView::selectItemSilently(const QModelIndex &index)
@@ -142,7 +158,7 @@ void SourceListView::selectDroppedRow(const QModelIndex &index)
 void SourceListView::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
 {
     QTreeView::selectionChanged(selected, deselected);
-    if (!m_silent)
+    if (!m_silent && !m_modelChanging)
         emit selectionChangedByUser();
 }
 
@@ -181,42 +197,30 @@ void SourceListView::dataChanged(const QModelIndex &topLeft, const QModelIndex &
                                  const QList<int> &roles)
 {
     QTreeView::dataChanged(topLeft, bottomRight, roles);
-    // A refresh of every row signals once per folder; the rows are walked once for all of them.
-    if ((roles.isEmpty() || roles.contains(SourceListModel::DownloadingRole)) && !m_spinnerCheckQueued) {
-        m_spinnerCheckQueued = true;
-        QMetaObject::invokeMethod(
-            this,
-            [this] {
-                m_spinnerCheckQueued = false;
-                updateSpinner();
-            },
-            Qt::QueuedConnection);
-    }
+    if (roles.isEmpty() || roles.contains(SourceListModel::DownloadingRole))
+        updateSpinner();
 }
 
-bool SourceListView::anyRowDownloading(const QModelIndex &parent) const
+// The pictures follow the screen the list is on, also after a move to another screen.
+bool SourceListView::viewportEvent(QEvent *event)
 {
-    for (int row = 0; row < model()->rowCount(parent); ++row) {
-        const QModelIndex index = model()->index(row, 0, parent);
-        if (index.data(SourceListModel::DownloadingRole).toBool() || anyRowDownloading(index))
-            return true;
-    }
-    return false;
+    if (event->type() == QEvent::Paint)
+        if (auto *sourceList = qobject_cast<SourceListModel *>(model()))
+            sourceList->setDevicePixelRatio(viewport()->devicePixelRatioF());
+    return QTreeView::viewportEvent(event);
 }
 
 void SourceListView::updateSpinner()
 {
-    if (!model() || !anyRowDownloading(rootIndex()))
+    const auto *sourceList = qobject_cast<SourceListModel *>(model());
+    if (!sourceList || !sourceList->isAnyRowDownloading())
         m_spinnerTimer.stop();
     else if (!m_spinnerTimer.isActive())
         m_spinnerTimer.start();
 }
 
-// A feed's state can change without the model saying so, so every frame asks the rows again.
 void SourceListView::advanceSpinner()
 {
-    updateSpinner();
-    if (m_spinnerTimer.isActive())
-        m_delegate->advanceSpinner();
+    m_delegate->advanceSpinner();
     viewport()->update();
 }

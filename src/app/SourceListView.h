@@ -32,7 +32,7 @@ public:
     bool isSpinnerRunning() const { return m_spinnerTimer.isActive(); }
 
 signals:
-    // Every selection change but the silent ones.
+    // Every selection change but the silent ones and those of rows coming, going or moving.
     void selectionChangedByUser();
 
 protected:
@@ -42,20 +42,21 @@ protected:
                                                          const QEvent *event = nullptr) const override;
     void dataChanged(const QModelIndex &topLeft, const QModelIndex &bottomRight,
                      const QList<int> &roles = QList<int>()) override;
+    bool viewportEvent(QEvent *event) override;
 
 private:
     void saveExpandedItems() const;
     void collectExpanded(const QModelIndex &parent, QStringList &identifiers) const;
-    bool anyRowDownloading(const QModelIndex &parent) const;
     void updateSpinner();
     void advanceSpinner();
     void reveal(const QModelIndex &index);
     void selectDroppedRow(const QModelIndex &index);
+    void restoreExpandedRows(const QModelIndex &parent, int first, int last);
 
     Defaults &m_defaults;
     SourceListDelegate *m_delegate;
     QTimer m_spinnerTimer;
-    bool m_spinnerCheckQueued = false;
     bool m_silent = false;
+    bool m_modelChanging = false;
     bool m_restoring = false;
 };

@@ -1,11 +1,13 @@
 #include "app/ToolbarIcons.h"
 
+#include <QIconEngine>
 #include <QPainter>
 #include <QPixmap>
 
 namespace {
 
-constexpr int side = 32;
+// Every picture is drawn on a 32-unit grid.
+constexpr qreal grid = 32;
 
 void drawList(QPainter &painter)
 {
@@ -41,15 +43,8 @@ void drawAction(QPainter &painter)
     painter.drawPolyline(QPolygonF({QPointF(12, 9), QPointF(16, 5), QPointF(20, 9)}));
 }
 
-} // namespace
-
-QIcon ToolbarIcons::icon(const QString &name, const QColor &colour)
+void drawNamed(QPainter &painter, const QString &name)
 {
-    QPixmap pixmap(side, side);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(colour, 2.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     if (name == QLatin1String("list"))
         drawList(painter);
     else if (name == QLatin1String("tiles"))
@@ -63,6 +58,52 @@ QIcon ToolbarIcons::icon(const QString &name, const QColor &colour)
         if (name == QLatin1String("add"))
             painter.drawLine(QPointF(16, 9), QPointF(16, 23));
     }
-    painter.end();
-    return QIcon(pixmap);
+}
+
+// Draws the picture anew for every size and screen density it is asked for, so that it is as sharp at
+// 200 % as at 100 %, rather than scaling one bitmap.
+class DrawnIconEngine : public QIconEngine
+{
+public:
+    DrawnIconEngine(const QString &name, const QColor &colour) : m_name(name), m_colour(colour) {}
+
+    void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State) override
+    {
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        QColor colour = m_colour;
+        if (mode == QIcon::Disabled)
+            colour.setAlphaF(colour.alphaF() * 0.4);
+        painter->setPen(QPen(colour, 2.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        const qreal side = qMin(rect.width(), rect.height());
+        painter->translate(rect.x() + (rect.width() - side) / 2.0, rect.y() + (rect.height() - side) / 2.0);
+        painter->scale(side / grid, side / grid);
+        drawNamed(*painter, m_name);
+        painter->restore();
+    }
+
+    // Qt asks for the size in device pixels and sets the density itself.
+    QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override
+    {
+        QPixmap pixmap(size);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        paint(&painter, QRect(QPoint(), size), mode, state);
+        return pixmap;
+    }
+
+    QSize actualSize(const QSize &size, QIcon::Mode, QIcon::State) override { return size; }
+    QIconEngine *clone() const override { return new DrawnIconEngine(m_name, m_colour); }
+    QString key() const override { return QStringLiteral("QuillBayDrawnIcon"); }
+
+private:
+    QString m_name;
+    QColor m_colour;
+};
+
+} // namespace
+
+QIcon ToolbarIcons::icon(const QString &name, const QColor &colour)
+{
+    return QIcon(new DrawnIconEngine(name, colour));
 }

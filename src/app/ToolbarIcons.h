@@ -1,5 +1,6 @@
 // The window's small button pictures, drawn with the painter in the bar's text colour so that they
-// follow the colour theme. It draws; it never loads a picture from disk.
+// follow the colour theme, at whatever size and screen density they are shown. It draws; it never loads
+// a picture from disk.
 #pragma once
 
 #include <QColor>

@@ -1,5 +1,7 @@
 #include "app/ApplicationController.h"
+#include "app/DesktopHandover.h"
 #include "app/DesktopAlert.h"
+#include "app/DesktopAppearance.h"
 #include "app/DesktopNotifier.h"
 #include "app/DesktopWindows.h"
 #include "app/HeadlinePageSchemeHandler.h"
@@ -14,7 +16,6 @@
 #include "fetch/FeedUpdater.h"
 #include "fetch/ImagingService.h"
 #include "fetch/TransferDefaults.h"
-#include "fetch/URLHandlerCommand.h"
 #include "model/FeedLibrary.h"
 #include "model/SettingsTable.h"
 #include "platform/Defaults.h"
@@ -22,7 +23,7 @@
 #include "platform/TerminationSignals.h"
 
 #include <QApplication>
-#include <QFileInfo>
+#include <QDir>
 #include <QSessionManager>
 #include <cstdio>
 #include <unistd.h>
@@ -33,35 +34,6 @@ bool hasDisplay()
 {
     return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
            !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
-}
-
-// Files are handed over by absolute path, so that a running program finds them from its own folder.
-QStringList handedOverArguments(const QStringList &arguments)
-{
-    QStringList handed;
-    for (const QString &argument : arguments.mid(1)) {
-        if (argument.startsWith(u'-'))
-            continue;
-        handed.append(argument.startsWith(QLatin1String("feed:")) ? argument
-                                                                  : QFileInfo(argument).absoluteFilePath());
-    }
-    return handed;
-}
-
-void handOver(ApplicationController &controller, DesktopServices &desktop, const QStringList &arguments)
-{
-    QStringList files;
-    for (const QString &argument : arguments) {
-        if (argument.startsWith(QLatin1String("feed:")))
-            URLHandlerCommand(
-                argument, [&desktop] { desktop.beep(); },
-                [&controller](const QUrl &address) { controller.requestNewChannel(address); })
-                .performDefaultImplementation();
-        else if (!argument.isEmpty())
-            files.append(argument);
-    }
-    if (!files.isEmpty())
-        controller.openFiles(files);
 }
 
 // One writer at a time: a quillbay-cli command that is writing the library is waited for a moment;
@@ -104,13 +76,21 @@ int main(int argc, char **argv)
     QApplication::setApplicationVersion(QStringLiteral(QB_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("quillbay"));
 
-    const QStringList arguments = handedOverArguments(QApplication::arguments());
+    const QStringList arguments =
+        DesktopHandover::argumentsToHandOver(QApplication::arguments().mid(1), QDir::currentPath());
     SingleInstance instance;
-    if (instance.forwardToRunningInstance(arguments))
+    // A launcher on Wayland gives the start a token; the window it lets come forward is the running one's.
+    if (instance.forwardToRunningInstance(arguments, qEnvironmentVariable("XDG_ACTIVATION_TOKEN")))
         return 0;
     instance.listen();
 
     SettingsTable::install();
+    // Before any window, so that a desktop that prefers dark is followed from the first picture on.
+    DesktopAppearance appearance;
+    QObject::connect(&appearance, &DesktopAppearance::changed, [] {
+        NotificationCenter::defaultCenter().post(QStringLiteral("ThemeChangedNotification"));
+    });
+    appearance.start();
     SystemDesktopServices desktop;
     if (!takeLibraryFolder(FeedLibrary::feedLibrary(), desktop))
         return 1;
@@ -139,11 +119,12 @@ int main(int argc, char **argv)
                            [&controller] { return controller.mainWindowController()->window(); });
     windows.setUserAlert(&alert);
     controller.setAuxiliaryWindows(&windows);
-    handOver(controller, desktop, arguments);
+    controller.openHandedOver(arguments);
     QObject::connect(&instance, &SingleInstance::argumentsReceived, &controller,
-                     [&controller, &desktop](const QStringList &received) {
-                         handOver(controller, desktop, received);
-                         controller.applicationShouldHandleReopen();
+                     [&controller](const QStringList &received, const QString &activationToken) {
+                         // Forward first, so that a sheet opened by what was handed over shows on top.
+                         controller.applicationShouldHandleReopen(activationToken);
+                         controller.openHandedOver(received);
                      });
     QObject::connect(&application, &QApplication::aboutToQuit, &controller, [&controller] {
         controller.applicationWillTerminate();

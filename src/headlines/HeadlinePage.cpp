@@ -116,8 +116,9 @@ QString HeadlinePage::head(const QString &script, qsizetype articleCount) const
                                                  QBUtilities::hexRGBValueOfColor(m_hoverColour) +
                                                  QStringLiteral("; border-bottom: 1px solid #aaa; }")
                                            : QString();
-    QString html = QStringLiteral("<!DOCTYPE html><html>\n<head>\n<title>QuillBay</title>\n"
-                                  "<meta charset=\"UTF-8\">\n") +
+    QString html = QStringLiteral("<!DOCTYPE html>") +
+                   (m_darkAppearance ? QStringLiteral("<html class=\"dark\">") : QStringLiteral("<html>")) +
+                   QStringLiteral("\n<head>\n<title>QuillBay</title>\n<meta charset=\"UTF-8\">\n") +
                    PageSecurityPolicy::metaTag(script, hover) + QStringLiteral("<link href=\"") +
                    fileURL(Resources::path(QStringLiteral("stylesheet"), QStringLiteral("css"))) +
                    QStringLiteral("\" rel=\"stylesheet\" type=\"text/css\" />\n");

@@ -30,6 +30,12 @@ public:
     int displayMode() const { return m_displayMode; }
     void setDisplayMode(int mode) { m_displayMode = mode; }
     int sortMethod() const { return m_sortMethod; }
+    // The grouping the side bar's sort menu stands for: positions 0 to 2 are by date, feed and state,
+    // and any later position is by date.
+    static int sortMethodForMenuPosition(int position)
+    {
+        return position >= 0 && position <= 2 ? position + 1 : 1;
+    }
     void setSortMethod(int method) { m_sortMethod = method; }
     int filterMethod() const { return m_filterMethod; }
     void setFilterMethod(int method) { m_filterMethod = method; }
@@ -37,6 +43,9 @@ public:
     bool photoMode() const { return m_photoMode; }
     void setPhotoMode(bool photoMode) { m_photoMode = photoMode; }
     // The desktop's selection colour; the core knows no palette, so it starts with a plain blue.
+    // The page's dark variant, for a desktop with a dark look; the style sheet holds both.
+    bool darkAppearance() const { return m_darkAppearance; }
+    void setDarkAppearance(bool dark) { m_darkAppearance = dark; }
     QColor hoverColour() const { return m_hoverColour; }
     void setHoverColour(const QColor &colour) { m_hoverColour = colour; }
 
@@ -60,4 +69,5 @@ private:
     int m_offset = 0;
     bool m_photoMode = false;
     QColor m_hoverColour = QColor(0x38, 0x75, 0xd7);
+    bool m_darkAppearance = false;
 };

@@ -31,7 +31,8 @@ QVariantMap SettingsTable::defaultValues()
         {"downloadOpenAudio", true},
         {"downloadOpenZip", false},
         {"downloadConcurrent", 5},
-        {"displayColourTheme", 2},
+        // -1 is "Default": the windows take the desktop's own colours, light or dark, until a tint is chosen.
+        {"displayColourTheme", -1},
         {"displayCustomIcons", true},
         {"displayFontSize", 1},
         {"displayHideSummaryOfReadFeeds", false},
@@ -48,7 +49,8 @@ QVariantMap SettingsTable::defaultValues()
         {"downloadPlaySound", true},
         {"generalAlertSound", QStringLiteral("New Articles")},
         {"downloadAlertSound", QStringLiteral("Download Completed")},
-        {"generalBlogEditor", QStringLiteral("MarsEdit")},
+        // A command line of the user's choice on Linux; until one is chosen there is no weblog editor.
+        {"generalBlogEditor", QString()},
         {"behaviorBrowsing", true},
         {"behaviorLinkClick", true},
         {"behaviorFeedClick", true},

@@ -8,11 +8,6 @@
 #include <QFileInfo>
 
 namespace {
-QImage named(const char *name)
-{
-    return SourceListImages::imageNamed(QLatin1String(name));
-}
-
 int kindOf(const TreeNodePtr &item)
 {
     return item ? item->kindOfObject() : TreeNode::BaseKind;
@@ -20,6 +15,11 @@ int kindOf(const TreeNodePtr &item)
 } // namespace
 
 SourceListIcons::SourceListIcons(Defaults &defaults) : m_defaults(defaults) {}
+
+QImage SourceListIcons::named(const char *name) const
+{
+    return SourceListImages::imageNamed(QLatin1String(name), m_devicePixelRatio);
+}
 
 QImage SourceListIcons::smallIconForItem(const TreeNodePtr &item) const
 {
@@ -68,7 +68,7 @@ QImage SourceListIcons::customIconForFeed(Feed &feed) const
 {
     if (!feed.favIcon().isNull())
         return feed.favIcon();
-    if (!feed.customIconAvailable())
+    if (!feed.customIconAvailable() || m_missingIcons.contains(feed.uniqueID()))
         return {};
     for (const char *format : {"%1/%2.png", "%1/%2.ico"}) {
         const QString path = QString::fromLatin1(format).arg(FeedLibrary::iconPath(), feed.uniqueID());
@@ -79,5 +79,12 @@ QImage SourceListIcons::customIconForFeed(Feed &feed) const
         feed.setFavIcon(icon);
         return icon;
     }
+    m_missingIcons.insert(feed.uniqueID());
     return {};
+}
+
+void SourceListIcons::lookAgainForIconOf(const TreeNodePtr &item)
+{
+    if (item)
+        m_missingIcons.remove(item->uniqueID());
 }

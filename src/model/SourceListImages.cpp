@@ -8,6 +8,8 @@
 #include <QMutex>
 #include <QPainter>
 #include <QPainterPath>
+#include <algorithm>
+#include <cmath>
 #include <functional>
 
 namespace {
@@ -85,22 +87,24 @@ void drawLibrary(QPainter &painter)
 
 } // namespace
 
-QImage SourceListImages::imageNamed(const QString &name)
+QImage SourceListImages::imageNamed(const QString &name, qreal devicePixelRatio)
 {
     static QMutex lock;
-    static QHash<QString, QImage> images;
+    static QHash<QPair<QString, qreal>, QImage> images;
+    // A ratio from a screen scaled by odd amounts is drawn at the next quarter, so the cache stays small.
+    const qreal ratio = std::clamp(std::ceil(devicePixelRatio * 4) / 4, 1.0, 8.0);
     QMutexLocker locker(&lock);
-    const auto known = images.constFind(name);
+    const auto known = images.constFind({name, ratio});
     if (known != images.constEnd())
         return *known;
     const QString file = Resources::path(name, QStringLiteral("png"));
-    const QImage image = QFileInfo::exists(file) ? QImage(file) : drawnImageNamed(name);
+    const QImage image = QFileInfo::exists(file) ? QImage(file) : drawnImageNamed(name, ratio);
     if (!image.isNull())
-        images.insert(name, image);
+        images.insert({name, ratio}, image);
     return image;
 }
 
-QImage SourceListImages::drawnImageNamed(const QString &name)
+QImage SourceListImages::drawnImageNamed(const QString &name, qreal devicePixelRatio)
 {
     static const QHash<QString, Drawing> drawings = {
         {QStringLiteral("library16"), drawLibrary}, {QStringLiteral("search16"), drawSearch},
@@ -112,5 +116,8 @@ QImage SourceListImages::drawnImageNamed(const QString &name)
     if (drawing == drawings.constEnd())
         return {};
     // Every picture is drawn on a 16-unit grid, so the small and regular sizes agree.
-    return ScaledDrawing::paint(name.endsWith(QLatin1String("16")) ? 16 : 32, 16, *drawing);
+    const int points = name.endsWith(QLatin1String("16")) ? 16 : 32;
+    QImage image = ScaledDrawing::paint(qRound(points * devicePixelRatio), 16, *drawing);
+    image.setDevicePixelRatio(devicePixelRatio);
+    return image;
 }

@@ -9,9 +9,10 @@ class SourceListImages
 {
 public:
     // "library16", "search16", "folder16", "folder", "feed16", "feed", "article16"; the names ending in
-    // 16 are 16 pixels square, the others 32. An unknown name answers a null image.
-    static QImage imageNamed(const QString &name);
+    // 16 are 16 points square, the others 32, drawn with devicePixelRatio pixels per point so that they
+    // stay sharp on a high-density screen. An unknown name answers a null image.
+    static QImage imageNamed(const QString &name, qreal devicePixelRatio = 1.0);
 
 private:
-    static QImage drawnImageNamed(const QString &name);
+    static QImage drawnImageNamed(const QString &name, qreal devicePixelRatio);
 };

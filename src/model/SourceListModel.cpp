@@ -52,6 +52,7 @@ SourceListModel::SourceListModel(FeedLibrary &library, QObject *parent)
 SourceListModel::SourceListModel(FeedLibrary &library, Defaults &defaults, QObject *parent)
     : QAbstractItemModel(parent), m_library(library), m_icons(defaults)
 {
+    rebuildRows();
 }
 
 TreeNodePtr SourceListModel::rootNode() const
@@ -59,58 +60,51 @@ TreeNodePtr SourceListModel::rootNode() const
     return m_library.root();
 }
 
-TreeNodePtr SourceListModel::itemForIndex(const QModelIndex &index) const
+SourceListModel::Row *SourceListModel::rowOf(const QModelIndex &index) const
 {
     if (!index.isValid() || index.model() != this)
-        return {};
-    return static_cast<TreeNode *>(index.internalPointer())->shared_from_this();
+        return nullptr;
+    return static_cast<Row *>(index.internalPointer());
 }
 
-TreeNodePtr SourceListModel::nodeOrRoot(const QModelIndex &index) const
+QModelIndex SourceListModel::indexOfRow(const Row *row) const
 {
-    return index.isValid() ? itemForIndex(index) : rootNode();
+    if (!row || row == &m_top)
+        return {};
+    return createIndex(row->position, 0, const_cast<Row *>(row));
+}
+
+TreeNodePtr SourceListModel::itemForIndex(const QModelIndex &index) const
+{
+    const Row *row = rowOf(index);
+    return row ? row->node : TreeNodePtr();
 }
 
 QModelIndex SourceListModel::indexForItem(const TreeNodePtr &item) const
 {
-    const TreeNodePtr root = rootNode();
-    // A node cut off from the tree, or still on its way into it, has no row.
-    if (!item || !root || item == root || !m_library.isItemAncestorOf(root, item))
-        return {};
-    return indexInParent(item, item->parent());
-}
-
-QModelIndex SourceListModel::indexInParent(const TreeNodePtr &item, const TreeNodePtr &parent) const
-{
-    const qsizetype row = parent ? parent->indexOfChild(item) : -1;
-    return row < 0 ? QModelIndex() : createIndex(int(row), 0, item.get());
+    return item ? indexOfRow(m_rows.value(item.get())) : QModelIndex();
 }
 
 QModelIndex SourceListModel::index(int row, int column, const QModelIndex &parent) const
 {
     if (!hasIndex(row, column, parent))
         return {};
-    const TreeNodePtr child = nodeOrRoot(parent)->children().value(row);
-    return child ? createIndex(row, column, child.get()) : QModelIndex();
+    const Row *holder = parent.isValid() ? rowOf(parent) : &m_top;
+    return createIndex(row, column, holder->children[size_t(row)].get());
 }
 
 QModelIndex SourceListModel::parent(const QModelIndex &child) const
 {
-    const TreeNodePtr item = itemForIndex(child);
-    const TreeNodePtr parentNode = item ? item->parent() : TreeNodePtr();
-    if (!parentNode || parentNode == rootNode())
-        return {};
-    return indexInParent(parentNode, parentNode->parent());
+    const Row *row = rowOf(child);
+    return row ? indexOfRow(row->parent) : QModelIndex();
 }
 
 int SourceListModel::rowCount(const QModelIndex &parent) const
 {
     if (parent.column() > 0)
         return 0;
-    const TreeNodePtr item = nodeOrRoot(parent);
-    if (!parent.isValid())
-        return item ? item->childCount() : 0;
-    return holdsRows(item) ? item->childCount() : 0;
+    const Row *holder = parent.isValid() ? rowOf(parent) : &m_top;
+    return holder ? int(holder->children.size()) : 0;
 }
 
 int SourceListModel::columnCount(const QModelIndex &) const
@@ -196,6 +190,7 @@ bool SourceListModel::setData(const QModelIndex &index, const QVariant &value, i
         !setTitleOf<Article>(item, title) && !setTitleOf<VirtualFolder>(item, title))
         return false;
     m_library.treeDidChange();
+    rowOf(index)->values.title = title;
     emit dataChanged(index, index, {Qt::DisplayRole, Qt::EditRole});
     return true;
 }
@@ -286,6 +281,8 @@ bool SourceListModel::acceptDrop(const TreeNodePtr &item, int childIndex)
     const TreeNodePtr target = item ? item : rootNode();
     if (!target || isKind(target, TreeNode::FeedKind) || isKind(target, TreeNode::ArticleKind))
         return false;
+    // Whatever changed before the drop is announced first, so that the move below is only a move.
+    reloadData();
 
     // The rows only move, so the view keeps its expanded rows and selection through the change.
     emit layoutAboutToBeChanged();
@@ -322,14 +319,250 @@ int SourceListModel::moveDraggedNodes(const TreeNodePtr &target, int childIndex,
         if (node->parent() == target && childIndex > target->indexOfChild(node))
             --childIndex;
         m_library.add(node, target, childIndex);
+        relocateRow(node);
         lastMoved = node;
         ++moved;
     }
     return moved;
 }
 
+// ---- following the tree
+
+SourceListModel::RowValues SourceListModel::rowValues(const TreeNodePtr &item) const
+{
+    RowValues values;
+    values.title = objectValueForItem(item);
+    if (hasBadges(item)) {
+        values.unreadCount = item->unreadCount();
+        values.hasNewArticles = item->hasNewArticles();
+        values.downloading = badgeData(item, DownloadingRole).toBool();
+    }
+    values.iconKey = smallIconForItem(item).cacheKey();
+    return values;
+}
+
+QList<int> SourceListModel::changedRoles(const RowValues &before, const RowValues &after)
+{
+    QList<int> roles;
+    if (before.title != after.title)
+        roles << Qt::DisplayRole << Qt::EditRole;
+    if (before.unreadCount != after.unreadCount)
+        roles << UnreadCountRole;
+    if (before.hasNewArticles != after.hasNewArticles)
+        roles << HasNewArticlesRole;
+    if (before.downloading != after.downloading)
+        roles << DownloadingRole;
+    if (before.iconKey != after.iconKey)
+        roles << Qt::DecorationRole;
+    return roles;
+}
+
+// The rows beneath a node: the root's children at the top, a folder's or a virtual folder's beneath
+// them, none beneath a feed (its articles are not rows).
+TreeNodeList SourceListModel::liveChildren(const TreeNodePtr &node, bool top)
+{
+    if (!node || (!top && !holdsRows(node)))
+        return {};
+    return node->children();
+}
+
+std::unique_ptr<SourceListModel::Row> SourceListModel::makeRow(const TreeNodePtr &node, Row *parent,
+                                                               int position)
+{
+    auto row = std::make_unique<Row>();
+    row->node = node;
+    row->parent = parent;
+    row->position = position;
+    takeValues(*row, rowValues(node));
+    m_rows.insert(node.get(), row.get());
+    const TreeNodeList children = liveChildren(node, false);
+    for (int i = 0; i < children.size(); ++i)
+        row->children.push_back(makeRow(children.at(i), row.get(), i));
+    return row;
+}
+
+// A node can sit in two rows for a moment, when it moved between folders behind the model's back.
+void SourceListModel::forgetRows(const Row &row)
+{
+    const auto known = m_rows.constFind(row.node.get());
+    if (known != m_rows.constEnd() && *known == &row)
+        m_rows.erase(known);
+    m_downloadingRows -= row.values.downloading;
+    for (const auto &child : row.children)
+        forgetRows(*child);
+}
+
+void SourceListModel::takeValues(Row &row, const RowValues &values)
+{
+    m_downloadingRows += int(values.downloading) - int(row.values.downloading);
+    row.values = values;
+}
+
+void SourceListModel::renumber(Row &parent, int from)
+{
+    for (size_t i = size_t(std::max(from, 0)); i < parent.children.size(); ++i)
+        parent.children[i]->position = int(i);
+}
+
+void SourceListModel::rebuildRows()
+{
+    m_rows.clear();
+    m_top.children.clear();
+    m_downloadingRows = 0;
+    m_top.node = rootNode();
+    const TreeNodeList top = liveChildren(m_top.node, true);
+    for (int i = 0; i < top.size(); ++i)
+        m_top.children.push_back(makeRow(top.at(i), &m_top, i));
+}
+
+// The row follows its node to the place the library moved it to, as the same object, so that the
+// view's indexes stay good through the layout change.
+void SourceListModel::relocateRow(const TreeNodePtr &node)
+{
+    Row *row = m_rows.value(node.get());
+    const TreeNodePtr parentNode = node->parent();
+    Row *holder = parentNode && parentNode == m_top.node ? &m_top : m_rows.value(parentNode.get());
+    if (!row || !holder)
+        return;
+    Row &from = *row->parent;
+    std::unique_ptr<Row> taken = std::move(from.children[size_t(row->position)]);
+    from.children.erase(from.children.begin() + row->position);
+    renumber(from, row->position);
+    const int at = std::clamp(int(parentNode->indexOfChild(node)), 0, int(holder->children.size()));
+    taken->parent = holder;
+    holder->children.insert(holder->children.begin() + at, std::move(taken));
+    renumber(*holder, at);
+}
+
 void SourceListModel::reloadData()
 {
-    beginResetModel();
-    endResetModel();
+    m_top.node = rootNode();
+    syncRow(m_top, true);
+}
+
+void SourceListModel::syncRow(Row &row, bool top)
+{
+    const TreeNodeList live = liveChildren(row.node, top);
+    const bool sameShape = std::equal(
+        live.cbegin(), live.cend(), row.children.cbegin(), row.children.cend(),
+        [](const TreeNodePtr &node, const std::unique_ptr<Row> &shown) { return node == shown->node; });
+    if (!sameShape) {
+        removeGoneRows(row, live);
+        placeRows(row, live);
+    }
+    refreshValues(row);
+    for (const auto &child : row.children)
+        syncRow(*child, false);
+}
+
+// Runs of rows whose nodes left this place go in one announcement each, from the end.
+void SourceListModel::removeGoneRows(Row &parent, const TreeNodeList &live)
+{
+    const QSet<const TreeNode *> staying = [&live] {
+        QSet<const TreeNode *> nodes;
+        for (const TreeNodePtr &node : live)
+            nodes.insert(node.get());
+        return nodes;
+    }();
+    const QModelIndex parentIndex = indexOfRow(&parent);
+    for (int last = int(parent.children.size()) - 1; last >= 0; --last) {
+        if (staying.contains(parent.children[size_t(last)]->node.get()))
+            continue;
+        int first = last;
+        while (first > 0 && !staying.contains(parent.children[size_t(first - 1)]->node.get()))
+            --first;
+        beginRemoveRows(parentIndex, first, last);
+        for (int i = first; i <= last; ++i)
+            forgetRows(*parent.children[size_t(i)]);
+        parent.children.erase(parent.children.begin() + first, parent.children.begin() + last + 1);
+        renumber(parent, first);
+        endRemoveRows();
+        last = first;
+    }
+}
+
+// Every remaining row is a node still here; rows are moved into the tree's order and new nodes inserted.
+void SourceListModel::placeRows(Row &parent, const TreeNodeList &live)
+{
+    const QModelIndex parentIndex = indexOfRow(&parent);
+    for (int i = 0; i < live.size(); ++i) {
+        const TreeNode *wanted = live.at(i).get();
+        if (size_t(i) < parent.children.size() && parent.children[size_t(i)]->node.get() == wanted)
+            continue;
+        const auto shown = std::find_if(
+            parent.children.begin() + std::min(size_t(i), parent.children.size()), parent.children.end(),
+            [wanted](const std::unique_ptr<Row> &row) { return row->node.get() == wanted; });
+        if (shown == parent.children.end()) {
+            int last = i;
+            while (last + 1 < live.size() && !m_rows.contains(live.at(last + 1).get()))
+                ++last;
+            insertRows(parent, live, i, last);
+            i = last;
+            continue;
+        }
+        const int from = int(shown - parent.children.begin());
+        beginMoveRows(parentIndex, from, from, parentIndex, i);
+        std::unique_ptr<Row> moving = std::move(*shown);
+        parent.children.erase(shown);
+        parent.children.insert(parent.children.begin() + i, std::move(moving));
+        renumber(parent, i);
+        endMoveRows();
+    }
+}
+
+void SourceListModel::insertRows(Row &parent, const TreeNodeList &live, int first, int last)
+{
+    beginInsertRows(indexOfRow(&parent), first, last);
+    for (int i = first; i <= last; ++i)
+        parent.children.insert(parent.children.begin() + i, makeRow(live.at(i), &parent, i));
+    renumber(parent, first);
+    endInsertRows();
+}
+
+// Neighbouring rows with the same changes are announced together.
+void SourceListModel::refreshValues(Row &parent)
+{
+    int runStart = -1;
+    QList<int> runRoles;
+    const auto flush = [&](int end) {
+        if (runStart >= 0)
+            emit dataChanged(indexOfRow(parent.children[size_t(runStart)].get()),
+                             indexOfRow(parent.children[size_t(end)].get()), runRoles);
+        runStart = -1;
+    };
+    for (size_t i = 0; i < parent.children.size(); ++i) {
+        Row &row = *parent.children[i];
+        const RowValues now = rowValues(row.node);
+        const QList<int> roles = changedRoles(row.values, now);
+        takeValues(row, now);
+        if (roles.isEmpty() || roles != runRoles)
+            flush(int(i) - 1);
+        if (!roles.isEmpty() && runStart < 0) {
+            runStart = int(i);
+            runRoles = roles;
+        }
+    }
+    flush(int(parent.children.size()) - 1);
+}
+
+void SourceListModel::reloadItem(const TreeNodePtr &item)
+{
+    m_icons.lookAgainForIconOf(item);
+    for (Row *row = item ? m_rows.value(item.get()) : nullptr; row && row != &m_top; row = row->parent) {
+        const RowValues now = rowValues(row->node);
+        const QList<int> roles = changedRoles(row->values, now);
+        takeValues(*row, now);
+        if (!roles.isEmpty()) {
+            const QModelIndex index = indexOfRow(row);
+            emit dataChanged(index, index, roles);
+        }
+    }
+}
+
+void SourceListModel::setDevicePixelRatio(qreal ratio)
+{
+    if (qFuzzyCompare(ratio, m_icons.devicePixelRatio()))
+        return;
+    m_icons.setDevicePixelRatio(ratio);
+    reloadData();
 }

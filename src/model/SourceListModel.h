@@ -1,11 +1,15 @@
 // The source list's rows: the library's folders and feeds as an item model, with titles, icons, unread
-// and new badges, the download indicator, renaming and drag-and-drop moves. It draws nothing itself.
+// and new badges, the download indicator, renaming and drag-and-drop moves. It draws nothing itself,
+// and it never resets: a refresh announces only the rows that came, went or changed.
 #pragma once
 
 #include "model/SourceListIcons.h"
 #include "model/TreeNode.h"
 
 #include <QAbstractItemModel>
+#include <QHash>
+#include <memory>
+#include <vector>
 
 class Defaults;
 class FeedLibrary;
@@ -79,22 +83,74 @@ public:
     // nothing changed and the drag still remembered, when the item cannot hold them.
     bool acceptDrop(const TreeNodePtr &item, int childIndex);
 
-    // The tree changed behind the model's back (a refresh, an import, a removal): every row is asked again.
+    // The tree changed behind the model's back (an import, a removal, new unread counts): the rows are
+    // brought in line with it, announcing inserted, removed and moved rows and changed values only, so
+    // that the view keeps its selection, scroll position, expanded folders and an edit in progress.
     void reloadData();
+    // Only this row's values and those of the folders above it (whose badges sum it) are asked again,
+    // as after one feed's download; the tree's shape is taken as unchanged.
+    void reloadItem(const TreeNodePtr &item);
+
+    // Whether any row showed a downloading feed when the rows were last brought in line.
+    bool isAnyRowDownloading() const { return m_downloadingRows > 0; }
+
+    // Pictures are drawn for the screen the list is shown on; a change redraws every row's icon.
+    void setDevicePixelRatio(qreal ratio);
+    qreal devicePixelRatio() const { return m_icons.devicePixelRatio(); }
 
 signals:
     // After a drop: the row of the last node moved, for the view to select.
     void itemsDropped(const QModelIndex &lastMovedItem);
 
 private:
+    // What the view was last told about a row. A value the rows show goes here, in rowValues() and in
+    // changedRoles(), and a refresh then announces it like the others.
+    struct RowValues
+    {
+        QString title;
+        int unreadCount = 0;
+        bool hasNewArticles = false;
+        bool downloading = false;
+        qint64 iconKey = 0;
+    };
+    // The model's own copy of the tree's shape as the view last saw it. The view is answered from it,
+    // never from the live tree, so a tree changed by an import or a removal stays safe to draw until a
+    // refresh brings the change in with the proper announcements.
+    struct Row
+    {
+        TreeNodePtr node;
+        Row *parent = nullptr;
+        int position = 0;
+        std::vector<std::unique_ptr<Row>> children;
+        RowValues values;
+    };
+
     TreeNodePtr rootNode() const;
-    TreeNodePtr nodeOrRoot(const QModelIndex &index) const;
+    Row *rowOf(const QModelIndex &index) const;
+    QModelIndex indexOfRow(const Row *row) const;
     QVariant badgeData(const TreeNodePtr &item, int role) const;
-    QModelIndex indexInParent(const TreeNodePtr &item, const TreeNodePtr &parent) const;
     int moveDraggedNodes(const TreeNodePtr &target, int childIndex, TreeNodePtr &lastMoved);
+
+    RowValues rowValues(const TreeNodePtr &item) const;
+    static QList<int> changedRoles(const RowValues &before, const RowValues &after);
+    static TreeNodeList liveChildren(const TreeNodePtr &node, bool top);
+    std::unique_ptr<Row> makeRow(const TreeNodePtr &node, Row *parent, int position);
+    void forgetRows(const Row &row);
+    void renumber(Row &parent, int from);
+    void syncRow(Row &row, bool top);
+    void removeGoneRows(Row &parent, const TreeNodeList &live);
+    void placeRows(Row &parent, const TreeNodeList &live);
+    void insertRows(Row &parent, const TreeNodeList &live, int first, int last);
+    void refreshValues(Row &parent);
+    void rebuildRows();
+    void relocateRow(const TreeNodePtr &node);
+    void takeValues(Row &row, const RowValues &values);
 
     FeedLibrary &m_library;
     SourceListIcons m_icons;
+    Row m_top;
+    QHash<const TreeNode *, Row *> m_rows;
+    int m_downloadingRows = 0;
     // mimeData() is const in Qt's interface, yet a drag must remember its nodes until the drop.
     mutable TreeNodeList m_draggedNodes;
 };

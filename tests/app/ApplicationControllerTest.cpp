@@ -3,6 +3,7 @@
 #include "AppTestDoubles.h"
 #include "AppTestLibrary.h"
 #include "LoopbackServer.h"
+#include "app/DesktopHandover.h"
 #include "app/EnclosureDownloadController.h"
 #include "app/FeedEditorController.h"
 #include "app/FindPanel.h"
@@ -59,6 +60,46 @@ TEST_F(ApplicationControllerTest, AddressesAndFilesArrivingDuringLaunchWaitForTh
     windows.calls.clear();
     controller.openFiles({"/data/more.opml"});
     EXPECT_EQ(windows.calls, QStringList({"import /data/more.opml"})) << "after launching, at once";
+}
+
+TEST_F(ApplicationControllerTest,
+       EveryFormTheDesktopHandsOverReachesItsSheetAndRaisingKeepsTheWindowMaximised)
+{
+    QTemporaryDir start;
+    QFile(start.filePath("here.opml")).open(QIODevice::WriteOnly);
+    QFile(start.filePath("notes:2024.opml")).open(QIODevice::WriteOnly);
+    const QStringList handed = DesktopHandover::argumentsToHandOver(
+        {"file:///home/r%C3%A9/My%20Lists/list.opml", "file://localhost/srv/feeds.xml", "here.opml",
+         "notes:2024.opml", "/data/../data/plain.opml", "feed://127.0.0.1/a.xml", "feed:https://127.0.0.1/b",
+         "https://127.0.0.1/c.xml", "--sync", "smb://server/share/list.opml", "file://server/list.opml"},
+        start.path());
+    EXPECT_EQ(handed,
+              QStringList({"/home/ré/My Lists/list.opml", "/srv/feeds.xml", start.filePath("here.opml"),
+                           start.filePath("notes:2024.opml"), "/data/plain.opml", "feed://127.0.0.1/a.xml",
+                           "feed:https://127.0.0.1/b", "https://127.0.0.1/c.xml"}))
+        << "options and files on other computers are left out";
+
+    controller.applicationDidFinishLaunching();
+    MainWindow *window = controller.mainWindowController()->window();
+    window->showMaximized();
+    controller.openHandedOver(handed);
+    EXPECT_EQ(windows.calls,
+              QStringList({"add http://127.0.0.1/a.xml", "add https://127.0.0.1/b",
+                           "add https://127.0.0.1/c.xml", "import /home/ré/My Lists/list.opml",
+                           "import /srv/feeds.xml", "import " + start.filePath("here.opml"),
+                           "import " + start.filePath("notes:2024.opml"), "import /data/plain.opml"}));
+
+    // A second start, a clicked notification, Return in the find panel and Window > Main Window all
+    // raise the window; none of them may undo what the user made of it.
+    for (const Qt::WindowStates state :
+         {Qt::WindowStates(Qt::WindowMaximized), Qt::WindowStates(Qt::WindowMaximized | Qt::WindowMinimized),
+          Qt::WindowStates(Qt::WindowFullScreen)}) {
+        window->setWindowState(state);
+        EXPECT_TRUE(controller.applicationShouldHandleReopen("token-from-the-launcher"));
+        controller.perform(MenuCommand::OpenMainWindow);
+        EXPECT_EQ(window->windowState(), state & ~Qt::WindowMinimized);
+        EXPECT_TRUE(window->isVisible());
+    }
 }
 
 TEST_F(ApplicationControllerTest, MenuItemsAreEnabledByWhatIsSelected)

@@ -36,7 +36,7 @@ TEST(DesktopNotifier, ClicksOnNotificationsItDidNotShowAreIgnored)
     EXPECT_EQ(clicks, 0);
 }
 
-TEST(NotificationController, AClickedNotificationBringsTheMinimisedMainWindowForward)
+TEST(NotificationController, AClickedNotificationBringsTheMinimisedMainWindowForwardStillMaximised)
 {
     NotificationCenter center;
     DesktopNotifier notifier;
@@ -49,7 +49,7 @@ TEST(NotificationController, AClickedNotificationBringsTheMinimisedMainWindowFor
 
     QWidget window;
     controller.setWindow(&window);
-    window.showMinimized();
+    window.setWindowState(Qt::WindowMaximized | Qt::WindowMinimized);
     window.hide();
     center.post("New articles downloaded");
     center.post("Podcast downloaded");
@@ -57,7 +57,7 @@ TEST(NotificationController, AClickedNotificationBringsTheMinimisedMainWindowFor
 
     QMetaObject::invokeMethod(&controller, "growlNotificationWasClicked");
     EXPECT_TRUE(window.isVisible());
-    EXPECT_FALSE(window.isMinimized());
+    EXPECT_EQ(window.windowState(), Qt::WindowMaximized);
 }
 
 TEST(NotificationController, StopsObservingWhenGone)

@@ -13,6 +13,7 @@
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QTabBar>
+#include <QTest>
 #include <gtest/gtest.h>
 
 namespace {
@@ -169,6 +170,24 @@ TEST_F(OPMLImportTest, CancelAndEscapeAddNothingButStillSaveAndAnnounce)
     controller.window()->reject();
     EXPECT_EQ(t.library.allFeeds().size(), 3);
     EXPECT_EQ(modifiedPosts, 2);
+}
+
+TEST_F(OPMLImportTest, FilesHandedOverWhileTheSheetIsUpEachGetTheirTurn)
+{
+    openSheet();
+    controller.runOPMLImporterWithFile(write("second.opml", nestedList), &mainWindow);
+    controller.runOPMLImporterWithFile(write("third.opml", "<opml><body/></opml>"), &mainWindow);
+    EXPECT_EQ(controller.feedList()->count(), 3) << "the first file's sheet stays as it was";
+    controller.doImportAll();
+    EXPECT_EQ(t.library.allFeeds().size(), 6);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return controller.window()->isVisible(); }));
+    EXPECT_EQ(controller.feedList()->count(), 3);
+    controller.doCancel();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return controller.window()->isVisible(); }));
+    EXPECT_EQ(controller.feedCountLabel()->text(), "This file holds 0 feeds.");
+    controller.doCancel();
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(controller.window()->isVisible());
 }
 
 TEST_F(OPMLImportTest, TheFileChooserOnTheWindowLeadsToTheSheetForTheChosenFile)

@@ -10,6 +10,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFile>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QStandardPaths>
@@ -164,11 +165,12 @@ TEST_F(PreferencesWindowTest, ThemeAndTextSizeAreWrittenBeforeTheirNoticesArePos
     prefs.loadWindow();
 
     QComboBox *themes = prefs.colourThemePopUp();
-    ASSERT_EQ(themes->count(), 11);
-    EXPECT_EQ(themes->currentText(), "Aluminium");
+    ASSERT_EQ(themes->count(), 12);
+    EXPECT_EQ(themes->currentText(), "Default") << "the desktop's own colours come first and by default";
+    EXPECT_EQ(themes->itemText(3), "Aluminium");
     EXPECT_EQ(themes->itemIcon(0).pixmap(16, 16).size(), QSize(16, 16));
 
-    choose(themes, 4);
+    choose(themes, 5);
     choose(prefs.fontSizePopUp(), 2);
     EXPECT_EQ(seen, QStringList({"ThemeChangedNotification 4", "SummaryWebViewFontSizeChanged 3"}));
     EXPECT_EQ(Defaults(t.defaults.filePath()).integer("displayColourTheme"), 4);
@@ -260,6 +262,26 @@ TEST_F(PreferencesWindowTest, ControlsWriteTheirKeysAtOnce)
     prefs.updateCheckButton()->click();
     ASSERT_EQ(desktop.opened.size(), 1);
     EXPECT_EQ(desktop.opened.first().first, QUrl("https://quillbay.org/"));
+}
+
+TEST_F(PreferencesWindowTest, TheWeblogEditorIsAnyCommandLineWithTheEditorsFoundHereOffered)
+{
+    QDir(folders.path()).mkpath("bin");
+    writeFile("bin/kate", "#!/bin/sh\n");
+    QFile(folders.filePath("bin/kate")).setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", folders.filePath("bin").toUtf8());
+    prefs.loadWindow();
+    qputenv("PATH", path);
+
+    QComboBox *editor = prefs.blogEditorPopUp();
+    EXPECT_EQ(titles(editor), QStringList{"kate {file}"}) << "only what is installed is offered";
+    EXPECT_EQ(editor->currentText(), "") << "none is chosen until the user does";
+    choose(editor, 0);
+    EXPECT_EQ(t.defaults.string("generalBlogEditor"), "kate {file}");
+    editor->setEditText("  my-blog --post {title} {link}  ");
+    emit editor->lineEdit()->editingFinished();
+    EXPECT_EQ(t.defaults.string("generalBlogEditor"), "my-blog --post {title} {link}");
 }
 
 } // namespace

@@ -2,11 +2,14 @@
 
 #include "AppTestDoubles.h"
 #include "AppTestLibrary.h"
+#include "app/DesktopAppearance.h"
 #include "app/MainWindow.h"
 #include "app/NavigationBar.h"
 #include "app/SourceListView.h"
+#include "model/ColourTheme.h"
 #include "model/SourceListModel.h"
 
+#include <QApplication>
 #include <QLabel>
 #include <QToolButton>
 #include <gtest/gtest.h>
@@ -70,6 +73,44 @@ TEST_F(QuillBayControllerTest, StartsOnTheFirstRowAndSelectingARowShowsItsArticl
     AppTestLibrary::settle();
     EXPECT_EQ(selected(), t.folder);
     EXPECT_EQ(bar->title(), "Science");
+}
+
+TEST_F(QuillBayControllerTest, TheFirstPageAfterAStartIsGroupedAndFilteredAsTheSideBarWasLeft)
+{
+    t.defaults.setInteger("sortMethod", 1);
+    t.defaults.setInteger("filterMethod", 11);
+    RecordingDisplay restartedDisplay;
+    QuillBayController restarted{t.library, t.updater, t.defaults, t.center, desktop, restartedDisplay};
+    EXPECT_EQ(restarted.headlinePage().sortMethod(), 2) << "the second sort item groups by feed";
+    EXPECT_EQ(restarted.headlinePage().filterMethod(), 11);
+}
+
+TEST_F(QuillBayControllerTest, TheDefaultThemeWearsTheDesktopsColoursAndADarkDesktopGetsTheDarkPage)
+{
+    const QPalette light = QApplication::palette();
+    const auto restore = qScopeGuard([&light] { QApplication::setPalette(light); });
+    NavigationBar *bar = controller.window()->mainNavBar();
+    EXPECT_EQ(bar->colorTint(), light.color(QPalette::Window)) << "a new installation follows the desktop";
+    EXPECT_EQ(bar->textColour(), light.color(QPalette::WindowText));
+    // The bar pictures are drawn for the screen's density rather than scaled from one bitmap.
+    EXPECT_EQ(controller.window()->addButton()->icon().pixmap(QSize(20, 20), 2.0).size(), QSize(40, 40));
+
+    const QPalette dark = DesktopAppearance::darkPalette();
+    QApplication::setPalette(dark);
+    t.center.post("ThemeChangedNotification");
+    AppTestLibrary::settle();
+    EXPECT_EQ(bar->colorTint(), dark.color(QPalette::Window));
+    EXPECT_EQ(bar->textColour(), dark.color(QPalette::WindowText));
+    ASSERT_FALSE(display.pages.isEmpty());
+    EXPECT_TRUE(display.pages.last().startsWith("<!DOCTYPE html><html class=\"dark\">"));
+
+    // A tint keeps its own colours on a dark desktop; the page still follows the desktop.
+    t.defaults.setInteger("displayColourTheme", 4);
+    display.pages.clear();
+    t.center.post("ThemeChangedNotification");
+    AppTestLibrary::settle();
+    EXPECT_EQ(bar->colorTint(), ColourTheme::colourThemeOfType(4));
+    EXPECT_TRUE(display.pages.isEmpty()) << "the page is only rebuilt when its look changes";
 }
 
 TEST_F(QuillBayControllerTest, ClickingAnArticleShowsItAloneMarksItReadAndKeepsItsFeedSelectedInTheList)

@@ -2,6 +2,7 @@
 
 #include "AppTestDoubles.h"
 #include "AppTestLibrary.h"
+#include "app/BlogEditorCommand.h"
 #include "app/NavigationBar.h"
 #include "app/NewsBinModel.h"
 #include "model/ColourTheme.h"
@@ -94,11 +95,15 @@ TEST(SideBarController,
 {
     AppTestLibrary t;
     t.defaults.setInteger("sortMethod", 2);
-    t.defaults.setInteger("filterMethod", 11);
+    t.defaults.setInteger("filterMethod", 6);
     SideBarFixture f(t);
 
     EXPECT_EQ(f.sideBar->sortPopUp()->currentIndex(), 2);
-    EXPECT_EQ(f.sideBar->filterPopUp()->currentData().toInt(), 11);
+    EXPECT_EQ(f.sideBar->filterPopUp()->currentData().toInt(), 6);
+    QList<int> filters;
+    for (int i = 0; i < f.sideBar->filterPopUp()->count(); ++i)
+        filters << f.sideBar->filterPopUp()->itemData(i).toInt();
+    EXPECT_EQ(filters, QList<int>({0, 1, 2, 5, 6, 7, 10, 11, 12})) << "every filter the page knows";
     EXPECT_EQ(t.defaults.doubleValue("articleLength"), 1.0);
     EXPECT_EQ(f.sideBar->articleSlider()->value(), f.sideBar->articleSlider()->maximum());
     EXPECT_EQ(f.sideBar->newsBin(), t.library.newsClippings());
@@ -301,6 +306,7 @@ TEST(SideBarController, RemovingSelectsTheRowThatTookItsPlaceOrTheNewLastAndTheO
 TEST(SideBarController, WithTwoClippingsSelectedOnlyOpeningRemovingAndEmptyingStayEnabledAndOpeningTakesAll)
 {
     AppTestLibrary t;
+    t.defaults.setString("generalBlogEditor", "sh {file}");
     SideBarFixture f(t);
     f.fillWithHarbour();
     using C = SideBarController;
@@ -377,46 +383,62 @@ TEST(SideBarController, EmailAndServicesGetTheArticleInTheirOwnEscaping)
     EXPECT_TRUE(f.desktop.opened.isEmpty());
 }
 
-TEST(SideBarController, TheBlogEditorGetsTheFieldsAsArgumentsUntouchedByAnyShellAndAMissingOneBeeps)
+TEST(SideBarController, TheBlogEditorIsACommandLineWhoseFieldsNoShellReadsAndUntilOneIsSetItsItemSaysWhere)
 {
     AppTestLibrary t;
     SideBarFixture f(t);
-    const ArticlePtr article = t.article(t.kitchen, 1);
-    article->setTitle("Soup $(touch pwned) \"quoted\" `x`; rm -rf");
-
-    f.sideBar->postArticleToWeblogEditor(article);
-    EXPECT_EQ(f.desktop.beeps, 1) << "the default editor is not installed here";
-    t.defaults.setString("generalBlogEditor", "no-such-blog-editor-anywhere");
-    f.sideBar->postArticleToWeblogEditor(article);
-    EXPECT_EQ(f.desktop.beeps, 2);
+    f.fillWithHarbour();
+    f.select({0});
+    QAction *item = f.sideBar->menuItem(SideBarController::OpenInBlogEditor);
+    emit f.sideBar->contextualMenu()->aboutToShow();
+    EXPECT_FALSE(item->isEnabled()) << "no editor is set on a new installation";
+    EXPECT_TRUE(item->toolTip().contains("Preferences")) << item->toolTip().toStdString();
+    t.defaults.setString("generalBlogEditor", "no-such-blog-editor-anywhere {file}");
+    emit f.sideBar->contextualMenu()->aboutToShow();
+    EXPECT_FALSE(item->isEnabled());
 
     QTemporaryDir folder;
     const QString output = folder.filePath("arguments");
     QFile editor(folder.filePath("editor"));
     ASSERT_TRUE(editor.open(QIODevice::WriteOnly));
-    editor.write(
-        QString("#!/bin/sh\nfor a in \"$@\"; do printf '%s\\0' \"$a\"; done > '%1.part'\nmv '%1.part' '%1'\n")
-            .arg(output)
-            .toUtf8());
+    editor.write(QString("#!/bin/sh\nfor a in \"$@\"; do printf '%s\\0' \"$a\"; cat \"$a\" 2>/dev/null; done "
+                         "> '%1.part'\nmv '%1.part' '%1'\n")
+                     .arg(output)
+                     .toUtf8());
     editor.close();
     editor.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    t.defaults.setString("generalBlogEditor", editor.fileName() + " --new-post");
-    f.sideBar->postArticleToWeblogEditor(article);
-    EXPECT_EQ(f.desktop.beeps, 2);
+    t.defaults.setString("generalBlogEditor",
+                         "\"" + editor.fileName() + "\" --new-post --title={title} {link} {text} {file}");
+    emit f.sideBar->contextualMenu()->aboutToShow();
+    EXPECT_TRUE(item->isEnabled());
+    EXPECT_TRUE(item->toolTip().isEmpty() || item->toolTip() == item->text());
 
+    const ArticlePtr article = t.article(t.kitchen, 1);
+    article->setTitle("Soup $(touch pwned) \"quoted\" `x`; rm -rf\n");
+    article->setLink(QUrl("http://127.0.0.1:9/--exec=pwned"));
+    f.sideBar->postArticleToWeblogEditor(article);
     const QDeadlineTimer deadline(10000);
     while (!QFile::exists(output) && !deadline.hasExpired())
         QThread::msleep(20);
     QFile written(output);
     ASSERT_TRUE(written.open(QIODevice::ReadOnly)) << "the editor was started";
-    QStringList arguments = QString::fromUtf8(written.readAll()).split(QChar(0));
-    arguments.removeLast();
-    EXPECT_EQ(arguments,
-              (QStringList{"--new-post", "--title", article->title(), "--summary", "Text of Soup 1", "--link",
-                           "http://127.0.0.1:9/Soup-1", "--source-name", "Small Kitchen", "--source-link",
-                           "http://127.0.0.1:9/Small-Kitchen/", "--guid", "guid-Soup 1"}));
+    const QStringList arguments = QString::fromUtf8(written.readAll()).split(QChar(0));
+    // The script prints each argument, and after the draft file's name its contents.
+    ASSERT_EQ(arguments.size(), 6) << arguments.join('|').toStdString();
+    EXPECT_EQ(arguments.mid(0, 4),
+              (QStringList{"--new-post", "--title=Soup $(touch pwned) \"quoted\" `x`; rm -rf",
+                           "http://127.0.0.1:9/--exec=pwned", "Text of Soup 1"}));
+    EXPECT_EQ(arguments.at(5), "Soup $(touch pwned) \"quoted\" `x`; rm -rf\n\nText of Soup 1\n\n"
+                               "http://127.0.0.1:9/--exec=pwned\n");
+    QFile::remove(arguments.at(4));
+    EXPECT_EQ(f.desktop.beeps, 0);
     EXPECT_FALSE(QFile::exists("pwned"));
     EXPECT_FALSE(QFile::exists(folder.filePath("pwned")));
+
+    // A field at the start of an argument can never pass for one of the editor's options.
+    article->setTitle("--delete-everything");
+    EXPECT_EQ(BlogEditorCommand("editor {title}").argumentsFor({article->title(), {}, {}}, {}),
+              QStringList{" --delete-everything"});
 }
 
 TEST(SideBarController, SpeakingOnAMachineWithoutSpeechEnginesOnlyBeeps)

@@ -13,10 +13,12 @@ TEST(SingleInstance, ASecondStartHandsItsArgumentsToTheRunningOneAndAFirstStartF
     QSignalSpy received(&first, &SingleInstance::argumentsReceived);
 
     const SingleInstance second(name);
-    EXPECT_TRUE(second.forwardToRunningInstance({"feed://127.0.0.1/x", "/home/ré/list.opml"}));
+    EXPECT_TRUE(second.forwardToRunningInstance({"feed://127.0.0.1/x", "/home/ré/list\nwith a break.opml"},
+                                                "wayland-token"));
     ASSERT_TRUE(received.wait(3000));
     EXPECT_EQ(received.first().first().toStringList(),
-              QStringList({"feed://127.0.0.1/x", "/home/ré/list.opml"}));
+              QStringList({"feed://127.0.0.1/x", "/home/ré/list\nwith a break.opml"}));
+    EXPECT_EQ(received.first().last().toString(), "wayland-token") << "the launcher's token comes along";
 
     EXPECT_TRUE(second.forwardToRunningInstance({}));
     ASSERT_TRUE(received.wait(3000));

@@ -8,6 +8,7 @@
 
 #include <QLineEdit>
 #include <QMimeData>
+#include <QScrollBar>
 #include <QSet>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -110,20 +111,45 @@ protected:
 
 } // namespace
 
-TEST_F(SourceListWidget, ExpandedFoldersSurviveAModelResetAndANewViewOverTheSameSettings)
+TEST_F(SourceListWidget, AWholeRefreshKeepsSelectionScrollExpandedFoldersAndARenameInProgress)
 {
+    view->resize(300, 120);
+    show();
     view->expand(row(tech));
     view->expand(row(sub));
     EXPECT_EQ(savedExpanded(), (QSet<QString>{tech->uniqueID(), sub->uniqueID()}));
+    view->selectItemSilently(row(quiet));
+    view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
+    const int scrolled = view->verticalScrollBar()->value();
+    ASSERT_GT(scrolled, 0);
+    view->edit(row(quiet));
+    ASSERT_NE(openEditor(), nullptr);
+    QTest::keyClick(openEditor(), Qt::Key_End);
+    QTest::keyClicks(openEditor(), " and calm");
 
+    // Every count changes, a download starts, a feed arrives above: nothing the user holds is lost, and
+    // the rows moving down under the selection are not taken for the user choosing anew.
+    QSignalSpy chosen(view.get(), &SourceListView::selectionChangedByUser);
+    addUnreadArticles(quiet, 3);
+    addUnreadArticles(deep, 2);
+    loose->setState(Feed::Downloading);
+    library.add(std::make_shared<Feed>(), root, 0);
     model->reloadData();
-    EXPECT_TRUE(view->isExpanded(row(tech)));
-    EXPECT_TRUE(view->isExpanded(row(sub)));
+    model->reloadItem(quiet);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(selectedNodes(), TreeNodeList{quiet});
+    EXPECT_EQ(chosen.size(), 0);
+    EXPECT_EQ(view->verticalScrollBar()->value(), scrolled);
+    EXPECT_TRUE(view->isExpanded(row(tech)) && view->isExpanded(row(sub)));
+    ASSERT_NE(openEditor(), nullptr);
+    EXPECT_EQ(openEditor()->text(), "Quiet and calm");
+    QTest::keyClick(openEditor(), Qt::Key_Return);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(quiet->title(), "Quiet and calm");
 
     view->collapse(row(tech));
     EXPECT_EQ(savedExpanded(), QSet<QString>{sub->uniqueID()})
         << "a folder inside a collapsed one stays open";
-
     // A one-item list must come back from the settings file as a list.
     Defaults reread(defaults.filePath());
     SourceListView second(reread);

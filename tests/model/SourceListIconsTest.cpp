@@ -58,6 +58,13 @@ TEST(SourceListImages, EveryNamedPictureIsDrawnAtItsSizeAndUnknownNamesHaveNone)
     EXPECT_NE(named("feed16"), named("folder16"));
     EXPECT_TRUE(named("library").isNull());
     EXPECT_TRUE(named("sparkle16").isNull());
+
+    // At 200 % the shapes are drawn again on twice the pixels, not blown up from the small picture.
+    const QImage sharp = SourceListImages::imageNamed("folder16", 2.0);
+    EXPECT_EQ(sharp.size(), QSize(32, 32));
+    EXPECT_EQ(sharp.devicePixelRatio(), 2.0);
+    EXPECT_NE(sharp.convertToFormat(QImage::Format_ARGB32),
+              named("folder16").scaled(32, 32).convertToFormat(QImage::Format_ARGB32));
 }
 
 TEST_F(SourceListIconChoice, TheSmallIconsSettingPicksTheSizeOfFolderAndFeedPictures)

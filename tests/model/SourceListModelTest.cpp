@@ -275,3 +275,55 @@ TEST_F(SourceList, NodesGoneFromTheTreeBeforeTheDropAreSkipped)
     EXPECT_FALSE(model->acceptDrop(vault, -1));
     EXPECT_EQ(titles(vault), QStringList({"Secret"}));
 }
+
+TEST_F(SourceList, ARefreshAnnouncesOnlyTheRowsThatCameWentMovedOrChangedAndNeverResets)
+{
+    QStringList said;
+    const auto where = [this](const QModelIndex &parent) {
+        return parent.isValid() ? SourceListModel::objectValueForItem(model->itemForIndex(parent)) : "top";
+    };
+    QObject::connect(model.get(), &QAbstractItemModel::modelReset, [&] { said << "reset"; });
+    const auto rows = [&](const QString &what) {
+        return [&, what](const QModelIndex &p, int a, int b) { said << what.arg(where(p)).arg(a).arg(b); };
+    };
+    QObject::connect(model.get(), &QAbstractItemModel::rowsInserted, rows("inserted %1 %2-%3"));
+    QObject::connect(model.get(), &QAbstractItemModel::rowsRemoved, rows("removed %1 %2-%3"));
+    QObject::connect(model.get(), &QAbstractItemModel::rowsMoved,
+                     [&](const QModelIndex &, int a, int, const QModelIndex &p, int to) {
+                         said << QString("moved %1 %2 to %3").arg(where(p)).arg(a).arg(to);
+                     });
+    QObject::connect(model.get(), &QAbstractItemModel::dataChanged,
+                     [&](const QModelIndex &from, const QModelIndex &to, const QList<int> &roles) {
+                         said << QString("changed %1-%2 %3")
+                                     .arg(model->data(from).toString(), model->data(to).toString())
+                                     .arg(roles.contains(SourceListModel::UnreadCountRole) ? "count"
+                                                                                           : "other");
+                     });
+
+    // Behind the model's back the rows stay as the view last saw them, until the refresh.
+    library.remove(loose, root);
+    makeFeed(library, "Gamma", tech);
+    makeFeed(library, "Delta", tech);
+    library.add(vault, root, 0);
+    addArticle(alpha, Article::Unread);
+    EXPECT_EQ(model->rowCount(), 3);
+    EXPECT_EQ(model->itemForIndex(model->index(1, 0)), loose);
+
+    model->reloadData();
+    EXPECT_EQ(said.join(", ").toStdString(), "removed top 1-1, moved top 1 to 0, changed Tech-Tech count, "
+                                             "inserted Tech 3-4, changed Alpha-Alpha count");
+    EXPECT_EQ(model->itemForIndex(model->index(4, 0, model->indexForItem(tech)))->uniqueID(),
+              tech->children().at(4)->uniqueID());
+    EXPECT_FALSE(model->indexForItem(loose).isValid());
+
+    said.clear();
+    model->reloadData();
+    EXPECT_TRUE(said.isEmpty()) << said.join(", ").toStdString();
+
+    // One feed's download: its row and the folders above it, nothing else.
+    beta->setState(Feed::Downloading);
+    addArticle(beta, Article::New);
+    model->reloadItem(beta);
+    EXPECT_EQ(said.join(", ").toStdString(), "changed Beta-Beta count, changed Tech-Tech count");
+    EXPECT_TRUE(model->isAnyRowDownloading());
+}

@@ -153,8 +153,7 @@ QVariant SourceListModel::data(const QModelIndex &index, int role) const
         return item->kindOfObject();
     case Qt::ToolTipRole:
     case FailureReasonRole: {
-        const auto feed = std::dynamic_pointer_cast<Feed>(item);
-        const QString reason = feed ? feed->failureReason() : QString();
+        const QString reason = failureReason(item);
         return reason.isEmpty() && role == Qt::ToolTipRole ? QVariant() : QVariant(reason);
     }
     default:
@@ -338,7 +337,14 @@ SourceListModel::RowValues SourceListModel::rowValues(const TreeNodePtr &item) c
         values.downloading = badgeData(item, DownloadingRole).toBool();
     }
     values.iconKey = smallIconForItem(item).cacheKey();
+    values.failureReason = failureReason(item);
     return values;
+}
+
+QString SourceListModel::failureReason(const TreeNodePtr &item)
+{
+    const auto feed = std::dynamic_pointer_cast<Feed>(item);
+    return feed ? feed->failureReason() : QString();
 }
 
 QList<int> SourceListModel::changedRoles(const RowValues &before, const RowValues &after)
@@ -354,6 +360,8 @@ QList<int> SourceListModel::changedRoles(const RowValues &before, const RowValue
         roles << DownloadingRole;
     if (before.iconKey != after.iconKey)
         roles << Qt::DecorationRole;
+    if (before.failureReason != after.failureReason)
+        roles << Qt::ToolTipRole << FailureReasonRole;
     return roles;
 }
 

@@ -112,6 +112,7 @@ private:
         bool hasNewArticles = false;
         bool downloading = false;
         qint64 iconKey = 0;
+        QString failureReason;
     };
     // The model's own copy of the tree's shape as the view last saw it. The view is answered from it,
     // never from the live tree, so a tree changed by an import or a removal stays safe to draw until a
@@ -132,6 +133,7 @@ private:
     int moveDraggedNodes(const TreeNodePtr &target, int childIndex, TreeNodePtr &lastMoved);
 
     RowValues rowValues(const TreeNodePtr &item) const;
+    static QString failureReason(const TreeNodePtr &item);
     static QList<int> changedRoles(const RowValues &before, const RowValues &after);
     static TreeNodeList liveChildren(const TreeNodePtr &node, bool top);
     std::unique_ptr<Row> makeRow(const TreeNodePtr &node, Row *parent, int position);

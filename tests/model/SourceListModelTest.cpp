@@ -6,6 +6,7 @@
 
 #include <QAbstractItemModelTester>
 #include <QMimeData>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -128,6 +129,12 @@ TEST_F(SourceList, RowsCarryTitleIconBadgesAndTheDownloadIndicator)
     EXPECT_FALSE(model->data(betaRow, Qt::ToolTipRole).isValid());
     beta->setState(Feed::Failed);
     beta->setFailureReason("404 Not Found");
+    QSignalSpy changes(model.get(), &QAbstractItemModel::dataChanged);
+    model->reloadItem(beta);
+    ASSERT_FALSE(changes.isEmpty());
+    EXPECT_EQ(changes.first().at(0).toModelIndex(), betaRow);
+    EXPECT_TRUE(changes.first().at(2).value<QList<int>>().contains(SourceListModel::FailureReasonRole))
+        << "the mark appears without waiting for another change to the row";
     EXPECT_FALSE(model->data(betaRow, SourceListModel::DownloadingRole).toBool());
     EXPECT_EQ(model->data(betaRow, SourceListModel::FailureReasonRole).toString(), "404 Not Found");
     EXPECT_EQ(model->data(betaRow, Qt::ToolTipRole).toString(), "404 Not Found");

@@ -1,6 +1,7 @@
 #include "CliRun.h"
 #include "HarbourLibrary.h"
 #include "model/FeedLibrary.h"
+#include "reading/OPMLImporter.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -21,11 +22,10 @@ const QString importedTree =
 
 } // namespace
 
-TEST(ImportAndList, ImportKeepsTheFileFoldersUnderTheRootAndListShowsThemIndented)
+TEST(ImportListAndExport, ALibraryNamedOnTheCommandLineGrowsByEachImportAndExportsAsOPMLThatImportsUnchanged)
 {
     QTemporaryDir scratch;
     const QString folder = scratch.filePath("my library");
-
     const CliRun import({"import", CliRun::dataFile("harbour.opml"), "--library", folder});
     ASSERT_EQ(import.exitCode(), 0) << import.errorText().toStdString();
     EXPECT_EQ(import.outputText(), QStringLiteral("Imported 3 feeds into %1\n").arg(folder));
@@ -33,16 +33,38 @@ TEST(ImportAndList, ImportKeepsTheFileFoldersUnderTheRootAndListShowsThemIndente
     EXPECT_TRUE(QFileInfo::exists(folder + "/Feeds.library"));
     EXPECT_TRUE(QFileInfo::exists(folder + "/Articles.db"));
     EXPECT_FALSE(QFileInfo::exists(qEnvironmentVariable("XDG_DATA_HOME") + "/QuillBay"));
-
     // A new library starts with the default subscriptions; the imported tree follows them.
     const CliRun list({"--library", folder, "list"});
     ASSERT_EQ(list.exitCode(), 0) << list.errorText().toStdString();
     EXPECT_TRUE(list.outputText().endsWith(importedTree)) << list.outputText().toStdString();
 
-    // The first import was saved: a second one adds the same tree again after it.
+    const QString opml = scratch.filePath("Feeds.opml");
+    const CliRun exported({"--library", folder, "export", opml});
+    ASSERT_EQ(exported.exitCode(), 0) << exported.errorText().toStdString();
+    EXPECT_EQ(exported.outputText(), QStringLiteral("Exported %1 feeds to %2\n")
+                                         .arg(OPMLImporter::importFeedsFromPath(opml).feeds().size())
+                                         .arg(opml));
+    const QString second = scratch.filePath("second");
+    ASSERT_EQ(CliRun({"--library", second, "import", opml}).exitCode(), 0);
+    const QString secondList = CliRun({"--library", second, "list"}).outputText();
+    EXPECT_TRUE(secondList.endsWith(list.outputText())) << secondList.toStdString();
+
     ASSERT_EQ(CliRun({"--library=" + folder, "import", CliRun::dataFile("harbour.opml")}).exitCode(), 0);
     const QString twice = CliRun({"list", "--library", folder}).outputText();
-    EXPECT_TRUE(twice.endsWith(importedTree + importedTree)) << twice.toStdString();
+    EXPECT_TRUE(twice.endsWith(importedTree + importedTree)) << "the first import was saved";
+
+    const QString unreachable = scratch.filePath("no such folder/Feeds.opml");
+    const CliRun missingFolder({"--library", folder, "export", unreachable});
+    EXPECT_EQ(missingFolder.exitCode(), 1);
+    EXPECT_TRUE(missingFolder.outputText().isEmpty());
+    EXPECT_TRUE(missingFolder.errorText().contains("cannot write " + unreachable));
+    const QString blocked = scratch.filePath("blocked.opml");
+    ASSERT_TRUE(QDir().mkpath(blocked + "/inside"));
+    EXPECT_EQ(CliRun({"--library", folder, "export", blocked}).exitCode(), 1);
+    EXPECT_TRUE(QFileInfo(blocked + "/inside").isDir())
+        << "a folder where the file should go is not replaced";
+    EXPECT_EQ(CliRun({"--library", folder, "export"}).exitCode(), 2);
+    EXPECT_EQ(CliRun({"--library", folder, "export", "a.opml", "b.opml"}).exitCode(), 2);
 }
 
 TEST(ImportAndList, ImportRefusesALibraryAnotherProgramHoldsOrCannotReadAndChangesNothingWhileListStillReads)

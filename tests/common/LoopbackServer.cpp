@@ -1,5 +1,6 @@
 #include "LoopbackServer.h"
 
+#include <QHash>
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
@@ -35,22 +36,10 @@ QByteArray gzipped(const QByteArray &bytes)
 
 QByteArray reasonPhrase(int status)
 {
-    switch (status) {
-    case 200:
-        return "OK";
-    case 301:
-        return "Moved Permanently";
-    case 302:
-        return "Found";
-    case 304:
-        return "Not Modified";
-    case 401:
-        return "Unauthorized";
-    case 404:
-        return "Not Found";
-    default:
-        return "Status";
-    }
+    static const QHash<int, QByteArray> phrases{{200, "OK"},           {301, "Moved Permanently"},
+                                                {302, "Found"},        {304, "Not Modified"},
+                                                {401, "Unauthorized"}, {404, "Not Found"}};
+    return phrases.value(status, "Status");
 }
 
 } // namespace

@@ -402,7 +402,7 @@ TEST(FeedLibraryQueries, SelectionNavigationAndMovesFollowTheTreeOrder)
                                         "- [QBFeedLibrary add:into:atIndex:] called with nil item to add."}));
 }
 
-TEST(FeedLibraryHistory, DeletingHistoryRemovesRowsAndThumbnails)
+TEST(FeedLibraryHistory, DeletingHistoryTakesRowsAndThumbnailsAndTheCleanUpOnlyPicturesOfArticlesThatAreGone)
 {
     FeedLibrary library;
     library.load();
@@ -410,29 +410,11 @@ TEST(FeedLibraryHistory, DeletingHistoryRemovesRowsAndThumbnails)
     auto kept = storeArticle(library, feed, "kept", "");
     auto dropped = storeArticle(library, feed, "dropped", "");
     const QString images = FeedLibrary::articleImagePath() + "/" + feed->uniqueID();
-    writeFile(images + "/" + dropped->uniqueID() + ".jpg", "jpeg");
-    writeFile(images + "/" + kept->uniqueID() + ".jpg", "jpeg");
-
+    for (const QString &name : {dropped->uniqueID(), kept->uniqueID(), QString("abc")})
+        writeFile(images + "/" + name + ".jpg", "jpeg");
     library.deleteHistoryFor(dropped, feed);
     EXPECT_FALSE(QFile::exists(images + "/" + dropped->uniqueID() + ".jpg"));
-    EXPECT_TRUE(QFile::exists(images + "/" + kept->uniqueID() + ".jpg"));
     EXPECT_EQ(storedRows("articles").size(), 1);
-
-    library.removeChildrenForItem(feed, true);
-    EXPECT_FALSE(QDir(images).exists());
-    EXPECT_EQ(storedRows("articles").size(), 0);
-    EXPECT_EQ(feed->childCount(), 0);
-}
-
-TEST(FeedLibraryHistory, TheThumbnailCleanUpDeletesOnlyPicturesOfArticlesThatAreGone)
-{
-    FeedLibrary library;
-    library.load();
-    auto feed = addFeed(library, "pictures");
-    auto article = storeArticle(library, feed, "has picture", "");
-    const QString images = FeedLibrary::articleImagePath() + "/" + feed->uniqueID();
-    writeFile(images + "/abc.jpg", "orphan");
-    writeFile(images + "/" + article->uniqueID() + ".jpg", "kept");
 
     int progressPosts = 0;
     const int token = NotificationCenter::defaultCenter().addObserver(
@@ -443,10 +425,14 @@ TEST(FeedLibraryHistory, TheThumbnailCleanUpDeletesOnlyPicturesOfArticlesThatAre
         storeArticle(library, addFeed(library, QString::number(i)), "busy", "");
     worker.join();
     NotificationCenter::defaultCenter().removeObserver(token);
-
     EXPECT_FALSE(QFile::exists(images + "/abc.jpg"));
-    EXPECT_TRUE(QFile::exists(images + "/" + article->uniqueID() + ".jpg"));
+    EXPECT_TRUE(QFile::exists(images + "/" + kept->uniqueID() + ".jpg"));
     EXPECT_GE(progressPosts, 2);
+
+    library.removeChildrenForItem(feed, true);
+    EXPECT_FALSE(QDir(images).exists());
+    EXPECT_EQ(feed->childCount(), 0);
+    EXPECT_EQ(storedRows("articles").size(), 200);
 }
 
 namespace {

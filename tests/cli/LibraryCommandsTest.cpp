@@ -124,7 +124,7 @@ TEST(ImportAndList, ImportRefusesALibraryAnotherProgramHoldsOrCannotReadAndChang
 
 TEST(SearchAndList, StoredArticlesAreFoundByTitleOrTextAndCountedAsUnread)
 {
-    storeHarbourLibrary();
+    storeFeedFromFixture("harbour-rss.xml", "Coast");
     const QString folder = FeedLibrary::libraryPath();
     const auto search = [&](const QString &text) {
         const CliRun run({"--library", folder, "search", text});

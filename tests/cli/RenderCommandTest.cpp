@@ -24,9 +24,10 @@ QString render(QStringList arguments)
 // What each page holds is the headline page's own business; here, which page each choice asks for.
 TEST(RenderCommand, EachSelectionModeSortAndFilterChoiceReachesThePageAndWrongOnesEndWithStatusTwo)
 {
-    const HarbourIDs ids = storeHarbourLibrary();
+    const StoredFeed ids = storeFeedFromFixture("harbour-rss.xml", "Coast");
+    const QString spring = ids.articles.value(0);
     const QString list = render({"--feed", ids.feed});
-    EXPECT_TRUE(list.contains("<a href=\"quillbay:article=" + ids.spring + "\">Spring tide</a>"));
+    EXPECT_TRUE(list.contains("<a href=\"quillbay:article=" + spring + "\">Spring tide</a>"));
     EXPECT_LT(list.indexOf("Spring tide"), list.indexOf("Neap tide"));
     EXPECT_EQ(render({"--folder", ids.folder}), list);
     QTemporaryDir out;
@@ -37,7 +38,7 @@ TEST(RenderCommand, EachSelectionModeSortAndFilterChoiceReachesThePageAndWrongOn
     EXPECT_TRUE(tiles.contains("<div class='feedCell'><h1>Harbour Notes</h1>"));
     EXPECT_EQ(tiles.count("<div class='imageCell tileUnread'"), 2);
     // One article: its full stored text, not the short summary.
-    const QString single = render({"--article", ids.spring, "--mode", "tiles"});
+    const QString single = render({"--article", spring, "--mode", "tiles"});
     EXPECT_TRUE(single.contains("the harbour master rang the bell twice"));
     EXPECT_FALSE(single.contains("Neap tide") || single.contains("tilePage"));
     const QString found = render({"--search", "neap"});
@@ -56,9 +57,9 @@ TEST(RenderCommand, EachSelectionModeSortAndFilterChoiceReachesThePageAndWrongOn
                                                        {"--feed"}})
         EXPECT_EQ(CliRun(QStringList{"render", "--library", library} + wrong).exitCode(), 2)
             << wrong.join(' ').toStdString();
-    const CliRun unknown({"render", "--feed", ids.spring, "--library", library});
+    const CliRun unknown({"render", "--feed", spring, "--library", library});
     EXPECT_EQ(unknown.exitCode(), 1);
-    EXPECT_TRUE(unknown.errorText().contains("no feed with identifier " + ids.spring));
+    EXPECT_TRUE(unknown.errorText().contains("no feed with identifier " + spring));
     EXPECT_TRUE(unknown.outputText().isEmpty());
 }
 
@@ -67,13 +68,14 @@ TEST(RenderCommand, EachSelectionModeSortAndFilterChoiceReachesThePageAndWrongOn
 // ones, and the relative picture loads from the article's site.
 TEST(RenderCommand, AHostileFeedReachesListTileAndSingleArticlePagesWithNoneOfItsTricks)
 {
-    const QStringList ids = storeFeedFromFixture("hostile-rss.xml");
-    ASSERT_EQ(ids.size(), 3);
+    const StoredFeed hostile = storeFeedFromFixture("hostile-rss.xml");
+    ASSERT_EQ(hostile.articles.size(), 2);
     const QString resources = QUrl::fromLocalFile(QStringLiteral(QB_RESOURCE_DIR)).toString();
     const QRegularExpression handler("<[^>]*\\son[a-z]+\\s*=", QRegularExpression::CaseInsensitiveOption);
     const QRegularExpression address("\\s(?:href|src|srcset|data-src|poster)=\"([^\"]*)\"");
-    const QStringList pages{render({"--feed", ids.at(0)}), render({"--feed", ids.at(0), "--mode", "tiles"}),
-                            render({"--article", ids.at(1)}), render({"--article", ids.at(2)})};
+    const QStringList pages{
+        render({"--feed", hostile.feed}), render({"--feed", hostile.feed, "--mode", "tiles"}),
+        render({"--article", hostile.articles.at(0)}), render({"--article", hostile.articles.at(1)})};
     for (const QString &page : pages) {
         SCOPED_TRACE(page.toStdString());
         EXPECT_FALSE(page.contains(handler));

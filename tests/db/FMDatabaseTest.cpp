@@ -4,7 +4,6 @@
 #include "db/FMResultSet.h"
 
 #include <QDateTime>
-#include <QFile>
 #include <QRegularExpression>
 #include <QSemaphore>
 #include <QTemporaryDir>
@@ -219,30 +218,6 @@ TEST(FMDatabase, ClosingClosesResultSetsAndFinalizesLeakedStatements)
     EXPECT_TRUE(rows->isClosed());
     EXPECT_FALSE(db->hasOpenResultSets());
     EXPECT_EQ(log.lines(), QStringList({"Closing leaked statement"}));
-}
-
-TEST(FMDatabase, AFileThatIsNotADatabaseFailsCleanlyAndStaysUntouched)
-{
-    QTemporaryDir folder;
-    const QString path = folder.filePath("Articles.db");
-    QByteArray junk("This is a shopping list, not a database.\n");
-    for (int i = 0; i < 200; ++i)
-        junk.append(char(i * 37));
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(junk) == junk.size());
-    file.close();
-
-    LogCapture log;
-    const std::shared_ptr<FMDatabase> db = FMDatabase::databaseWithPath(path);
-    db->setLogsErrors(true);
-    EXPECT_TRUE(db->open());
-    EXPECT_EQ(db->executeQuery("SELECT * FROM articles where parent = ?", "F"), nullptr);
-    EXPECT_TRUE(log.contains(QStringLiteral("DB Error: %1 \"file is not a database\"").arg(SQLITE_NOTADB)));
-    EXPECT_FALSE(db->executeUpdate("create table articles (id integer primary key)"));
-    EXPECT_FALSE(db->beginTransaction());
-    EXPECT_TRUE(db->close());
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), junk);
 }
 
 TEST(FMDatabaseBusy, ALimitedRetryGivesUpWhileAnotherConnectionHoldsTheLock)

@@ -1,6 +1,5 @@
 #include "model/LibraryArchive.h"
 
-#include "LogCapture.h"
 #include "model/Article.h"
 #include "model/Feed.h"
 #include "model/FeedLibrary.h"
@@ -146,18 +145,4 @@ TEST(LibraryArchive, ADecodedFeedTakesItsIconFromTheIconFolderPreferringPngAndPa
     EXPECT_EQ(QColor(readIco->favIcon().pixel(14, 14)), QColor(Qt::green));
     EXPECT_TRUE(readNone->favIcon().isNull());
     EXPECT_FALSE(readNone->customIconAvailable());
-}
-
-TEST(LibraryArchive, DamagedOrForeignBytesGiveNoTreeAndALogLine)
-{
-    auto root = std::make_shared<Folder>();
-    makeFeed("only", root);
-    const QByteArray good = LibraryArchive::archivedData(root);
-    for (const QByteArray &bytes :
-         {good.left(good.size() / 2), good.left(1), QByteArray(),
-          QByteArray("<?xml version=\"1.0\"?><plist/>"), QByteArray("{\"root\": 1}")}) {
-        LogCapture log;
-        EXPECT_EQ(LibraryArchive::unarchiveRoot(bytes), nullptr);
-        EXPECT_FALSE(log.lines().isEmpty());
-    }
 }

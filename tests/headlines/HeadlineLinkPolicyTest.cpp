@@ -167,23 +167,8 @@ TEST_F(HeadlineLinkPolicyTest, EnclosureGoesToTheDownloadWindowEvenWhenTheArticl
     EXPECT_EQ(article->state(), Article::Unread);
 }
 
-TEST_F(HeadlineLinkPolicyTest, FeedSelectsTheFeedAloneInNormalMode)
-{
-    const ArticlePtr article = addArticle("Ferry returns");
-    library.setSelectedItems({article});
-    click("quillbay:feed=" + feed->uniqueID());
-    EXPECT_EQ(actions.calls, QStringList{"mode 1"});
-    EXPECT_EQ(library.selectedItems(), TreeNodeList{feed});
-    ASSERT_EQ(noteNames(), QStringList{"feedSelectionChanged"});
-    EXPECT_EQ(notes.first().object.value<TreeNodePtr>(), feed);
-
-    LogCapture log;
-    click("quillbay:feedback"); // a word that merely begins with a command counts as that command
-    EXPECT_EQ(log.lines(),
-              QStringList{"-[TidewireUtilityCatagory processURLCommandString:] invalid unid! ack"});
-}
-
-TEST_F(HeadlineLinkPolicyTest, ArticleSelectsItAloneAndMarksItReadWhenThePreferenceSaysSo)
+TEST_F(HeadlineLinkPolicyTest,
+       ArticleAndFeedSelectTheirNodeAloneAndTheArticleIsMarkedReadWhenThePreferenceSaysSo)
 {
     const ArticlePtr article = addArticle("Ferry returns");
     click("quillbay:article=" + article->uniqueID());
@@ -204,6 +189,18 @@ TEST_F(HeadlineLinkPolicyTest, ArticleSelectsItAloneAndMarksItReadWhenThePrefere
     EXPECT_EQ(other->state(), Article::Unread);
     EXPECT_EQ(storedState(other), Article::Unread);
     EXPECT_EQ(noteNames(), (QStringList{"feedSelectionChanged", "FeedUnreadCountChangedNotification"}));
+
+    notes.clear();
+    click("quillbay:feed=" + feed->uniqueID());
+    EXPECT_EQ(actions.calls, QStringList{"mode 1"});
+    EXPECT_EQ(library.selectedItems(), TreeNodeList{feed});
+    ASSERT_EQ(noteNames(), QStringList{"feedSelectionChanged"});
+    EXPECT_EQ(notes.first().object.value<TreeNodePtr>(), feed);
+
+    LogCapture log;
+    click("quillbay:feedback"); // a word that merely begins with a command counts as that command
+    EXPECT_EQ(log.lines(),
+              QStringList{"-[TidewireUtilityCatagory processURLCommandString:] invalid unid! ack"});
 }
 
 TEST_F(HeadlineLinkPolicyTest, DateAndAuthorShowTheirArticlesAsTheSearchFolderWithoutTakingThemFromTheirFeed)

@@ -1,5 +1,6 @@
 #include "CliRun.h"
 #include "HarbourLibrary.h"
+#include "TestFiles.h"
 #include "model/FeedLibrary.h"
 #include "reading/OPMLImporter.h"
 
@@ -65,50 +66,32 @@ TEST(ImportListAndExport, ALibraryNamedOnTheCommandLineGrowsByEachImportAndExpor
         << "a folder where the file should go is not replaced";
     EXPECT_EQ(CliRun({"--library", folder, "export"}).exitCode(), 2);
     EXPECT_EQ(CliRun({"--library", folder, "export", "a.opml", "b.opml"}).exitCode(), 2);
-}
 
-TEST(ImportAndList, ImportRefusesALibraryAnotherProgramHoldsOrCannotReadAndChangesNothingWhileListStillReads)
-{
-    QTemporaryDir scratch;
-    const QString folder = scratch.filePath("library");
-    // Two imports: the second start of a writer keeps the first one's library as a backup.
-    for (int i = 0; i < 2; ++i)
-        ASSERT_EQ(CliRun({"--library", folder, "import", CliRun::dataFile("harbour.opml")}).exitCode(), 0);
+    // Held by another program, the library is refused to writers and still read; damaged, it is kept.
     const QString tree = folder + "/Feeds.library";
-    QFile file(tree);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray saved = file.readAll();
-    file.close();
-
+    const QByteArray saved = fileBytes(tree);
     FeedLibrary::setLibraryPath(folder);
     {
         FeedLibrary holder;
         ASSERT_TRUE(holder.lockForWriting());
         const CliRun refused({"--library", folder, "import", CliRun::dataFile("harbour.opml")});
         EXPECT_EQ(refused.exitCode(), 3);
-        EXPECT_EQ(
-            refused.errorLines(),
-            QStringList({QString("quillbay-cli: the library %1 is in use by cli_tests (process %2), so "
-                                 "nothing was changed; run the command again once that program has quit")
-                             .arg(folder)
-                             .arg(QCoreApplication::applicationPid())}));
-        const CliRun list({"--library", folder, "list"});
-        EXPECT_EQ(list.exitCode(), 0) << "reading works beside a writer";
-        EXPECT_TRUE(list.outputText().endsWith(importedTree + importedTree));
+        EXPECT_EQ(refused.errorLines(),
+                  QStringList(QString("quillbay-cli: the library %1 is in use by cli_tests (process %2), so "
+                                      "nothing was changed; run the command again once that program has quit")
+                                  .arg(folder)
+                                  .arg(QCoreApplication::applicationPid())));
+        EXPECT_TRUE(CliRun({"--library", folder, "list"}).outputText().endsWith(importedTree + importedTree));
     }
     FeedLibrary::setLibraryPath({});
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), saved);
-    file.close();
-
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write("damaged");
-    file.close();
+    EXPECT_EQ(fileBytes(tree), saved);
+    writeFile(tree, "damaged");
     for (const QStringList &command :
          {QStringList{"list"}, QStringList{"import", CliRun::dataFile("harbour.opml")}}) {
         const CliRun damaged(QStringList{"--library", folder} + command);
         EXPECT_EQ(damaged.exitCode(), 1);
         const QString line = damaged.errorLines().filter(QRegularExpression("^quillbay-cli: ")).value(0);
+        // The second import's start kept the first one's library as a backup.
         EXPECT_TRUE(
             line.startsWith(QString("quillbay-cli: cannot read %1: it is damaged or not a QuillBay library; "
                                     "it is kept as it is and nothing was changed; the newest readable "
@@ -118,8 +101,7 @@ TEST(ImportAndList, ImportRefusesALibraryAnotherProgramHoldsOrCannotReadAndChang
         EXPECT_TRUE(
             line.endsWith(QString(": copy it over %1 to restore it, or start QuillBay to choose").arg(tree)));
     }
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), "damaged");
+    EXPECT_EQ(fileBytes(tree), "damaged");
 }
 
 TEST(SearchAndList, StoredArticlesAreFoundByTitleOrTextAndCountedAsUnread)

@@ -46,8 +46,8 @@ TEST(CommandLine, HelpNamesEveryCommandAndOptionWhereverItStands)
     for (const QStringList &arguments : QList<QStringList>{{"--help"}, {"list", "--help"}, {"-h"}}) {
         const CliRun run(arguments);
         EXPECT_EQ(run.exitCode(), 0) << shown(arguments);
-        for (const char *word : {"parse FILE", "import FILE.opml", "list", "search TEXT", "--library DIR",
-                                 "--encoding NAME", "--help", "--version"})
+        for (const char *word : {"parse FILE", "import FILE.opml", "list", "search TEXT", "export FILE.opml",
+                                 "--library DIR", "--encoding NAME", "--help", "--version"})
             EXPECT_TRUE(run.outputText().contains(QLatin1String(word))) << word;
         EXPECT_TRUE(run.errorText().isEmpty());
     }

@@ -1,20 +1,18 @@
-// The saved libraries the command tests read. The harbour library: a folder "Coast" holding the feed
-// "Harbour Notes", read once from tests/data/cli/harbour-rss.xml, so that it holds "Spring tide" and
-// "Neap tide", unread.
+// Saved libraries for the command tests to read. The harbour library is the feed of
+// tests/data/cli/harbour-rss.xml in a folder "Coast": "Harbour Notes", holding "Spring tide" and
+// "Neap tide", both unread.
 #pragma once
 
 #include <QString>
 #include <QStringList>
 
-struct HarbourIDs
+struct StoredFeed
 {
-    QString feed;
     QString folder;
-    QString spring;
-    QString neap;
+    QString feed;
+    QStringList articles; // in the feed's order
 };
 
-HarbourIDs storeHarbourLibrary();
-// Reads a fixture of tests/data/cli into a new feed at the top of the saved library; answers the feed's
-// identifier followed by those of its articles, in the feed's order.
-QStringList storeFeedFromFixture(const QString &fixture);
+// Reads a fixture of tests/data/cli into a new feed at the top of the saved library, or inside a new
+// folder at its end when one is named.
+StoredFeed storeFeedFromFixture(const QString &fixture, const QString &folderTitle = {});

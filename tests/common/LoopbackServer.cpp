@@ -1,5 +1,6 @@
 #include "LoopbackServer.h"
 
+#include <QHash>
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
@@ -61,28 +62,16 @@ QByteArray gzippedZeros(qint64 count)
 
 QByteArray reasonPhrase(int status)
 {
-    switch (status) {
-    case 200:
-        return "OK";
-    case 301:
-        return "Moved Permanently";
-    case 302:
-        return "Found";
-    case 304:
-        return "Not Modified";
-    case 401:
-        return "Unauthorized";
-    case 404:
-        return "Not Found";
-    case 429:
-        return "Too Many Requests";
-    case 500:
-        return "Internal Server Error";
-    case 503:
-        return "Service Unavailable";
-    default:
-        return "Status";
-    }
+    static const QHash<int, QByteArray> phrases{{200, "OK"},
+                                                {301, "Moved Permanently"},
+                                                {302, "Found"},
+                                                {304, "Not Modified"},
+                                                {401, "Unauthorized"},
+                                                {404, "Not Found"},
+                                                {429, "Too Many Requests"},
+                                                {500, "Internal Server Error"},
+                                                {503, "Service Unavailable"}};
+    return phrases.value(status, "Status");
 }
 
 } // namespace

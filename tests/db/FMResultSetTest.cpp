@@ -18,7 +18,7 @@ std::shared_ptr<FMDatabase> articleDatabase()
 }
 } // namespace
 
-TEST(FMResultSet, FindsColumnsInAnyLetterCaseAndWarnsAboutMissingOnes)
+TEST(FMResultSet, FindsColumnsInAnyLetterCaseWarnsAboutMissingOnesAndClosesItselfWhenDone)
 {
     LogCapture log;
     const std::shared_ptr<FMDatabase> db = articleDatabase();
@@ -35,12 +35,10 @@ TEST(FMResultSet, FindsColumnsInAnyLetterCaseAndWarnsAboutMissingOnes)
     EXPECT_TRUE(rows->stringForColumn("uniqueID").isNull());
     EXPECT_TRUE(rows->resultDictionary().contains("uniqueid"));
     EXPECT_FALSE(rows->resultDictionary().value("uniqueid").isValid());
-}
+    EXPECT_FALSE(rows->next());
+    EXPECT_TRUE(rows->isClosed());
 
-TEST(FMResultSet, ClosesItselfAfterTheLastRowOrAnErrorAndLeavesTheOpenSets)
-{
-    LogCapture log;
-    const std::shared_ptr<FMDatabase> db = articleDatabase();
+    // A set closes itself after the last row, when let go and after an error, and leaves the open sets.
     const std::shared_ptr<FMResultSet> none =
         db->executeQuery("SELECT * FROM articles where uniqueID = ?", "B-9");
     EXPECT_TRUE(db->hasOpenResultSets());

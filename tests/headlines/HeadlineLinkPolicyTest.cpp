@@ -99,7 +99,7 @@ protected:
 
 } // namespace
 
-TEST_F(HeadlineLinkPolicyTest, OpenMarksTheArticleReadStoresItAndOpensItsPageInTheForeground)
+TEST_F(HeadlineLinkPolicyTest, OpenMarksTheArticleReadStoresItAndOpensItsPageAlsoForANewsClipping)
 {
     const ArticlePtr article = addArticle("Ferry returns");
     EXPECT_EQ(click("quillbay:open=" + article->uniqueID()), Policy::CarriedOutCommand);
@@ -109,6 +109,15 @@ TEST_F(HeadlineLinkPolicyTest, OpenMarksTheArticleReadStoresItAndOpensItsPageInT
     EXPECT_EQ(noteNames(), (QStringList{"FeedUnreadCountChangedNotification", "SummaryWebViewNeedsReload"}));
     EXPECT_FALSE(notes.first().object.isValid());
 
+    auto clipping = std::make_shared<Article>();
+    clipping->setLink(QUrl("http://kept.example/"));
+    clipping->setState(Article::Unread);
+    library.newsClippings()->addChild(clipping, 0);
+    library.addArticle(clipping, library.newsClippings());
+    click("quillbay:open=" + clipping->uniqueID());
+    EXPECT_EQ(storedState(clipping, "clippings"), Article::Read);
+    EXPECT_EQ(actions.calls.last(), "open http://kept.example/");
+
     defaults.setBoolean("behaviorLinkClick", false);
     const ArticlePtr other = addArticle("Pier repaired");
     click("quillbay:open=" + other->uniqueID());
@@ -116,21 +125,7 @@ TEST_F(HeadlineLinkPolicyTest, OpenMarksTheArticleReadStoresItAndOpensItsPageInT
     EXPECT_EQ(actions.calls.last(), "open http://news.example/Pier-repaired");
 }
 
-TEST_F(HeadlineLinkPolicyTest, OpenFindsArticlesOfTheNewsClippings)
-{
-    auto clipping = std::make_shared<Article>();
-    clipping->setTitle("Kept");
-    clipping->setLink(QUrl("http://kept.example/"));
-    clipping->setState(Article::Unread);
-    library.newsClippings()->addChild(clipping, 0);
-    library.addArticle(clipping, library.newsClippings());
-    click("quillbay:open=" + clipping->uniqueID());
-    EXPECT_EQ(clipping->state(), Article::Read);
-    EXPECT_EQ(storedState(clipping, "clippings"), Article::Read);
-    EXPECT_EQ(actions.calls, QStringList{"open http://kept.example/"});
-}
-
-TEST_F(HeadlineLinkPolicyTest, UnknownIdentifiersAreLoggedAndChangeNothingElse)
+TEST_F(HeadlineLinkPolicyTest, UnknownIdentifiersAndCommandsAreOnlyLoggedAndTheMoreArticlesBarKeepsTheOffset)
 {
     const ArticlePtr article = addArticle("Ferry returns");
     library.setSelectedItems({article});
@@ -138,15 +133,22 @@ TEST_F(HeadlineLinkPolicyTest, UnknownIdentifiersAreLoggedAndChangeNothingElse)
     click("quillbay:open=NOPE");
     click("quillbay:article=NOPE");
     click("quillbay:feed=" + article->uniqueID()); // an article is not a feed
+    EXPECT_EQ(click("quillbay:delete=everything"), Policy::CarriedOutCommand);
+    policy.processURLCommandString("quillbay");
+    const QString unrecognised =
+        "-[TidewireUtilityCategory processURLCommandString] Unregonised URL command string: ";
     EXPECT_EQ(log.lines(),
-              (QStringList{
-                  "-[MainController processURLCommandString:] could not find article with UNID NOPE",
-                  "-[TidewireUtilityCatagory processURLCommandString:] invalid unid! NOPE",
-                  "-[TidewireUtilityCatagory processURLCommandString:] invalid unid! " + article->uniqueID(),
-              }));
+              (QStringList{"-[MainController processURLCommandString:] could not find article with UNID NOPE",
+                           "-[TidewireUtilityCatagory processURLCommandString:] invalid unid! NOPE",
+                           "-[TidewireUtilityCatagory processURLCommandString:] invalid unid! " +
+                               article->uniqueID(),
+                           unrecognised + "quillbay:delete=everything", unrecognised + "quillbay"}));
     EXPECT_EQ(actions.calls, QStringList{"mode 1"}) << "the feed command sets the mode before it looks";
     EXPECT_TRUE(notes.isEmpty());
     EXPECT_EQ(library.selectedItems(), TreeNodeList{article});
+
+    click("quillbay:displayArticlesFromOffset");
+    EXPECT_EQ(actions.calls.last(), "reload respecting offset");
 }
 
 TEST_F(HeadlineLinkPolicyTest, EnclosureGoesToTheDownloadWindowEvenWhenTheArticleIsUnknown)
@@ -165,23 +167,8 @@ TEST_F(HeadlineLinkPolicyTest, EnclosureGoesToTheDownloadWindowEvenWhenTheArticl
     EXPECT_EQ(article->state(), Article::Unread);
 }
 
-TEST_F(HeadlineLinkPolicyTest, FeedSelectsTheFeedAloneInNormalMode)
-{
-    const ArticlePtr article = addArticle("Ferry returns");
-    library.setSelectedItems({article});
-    click("quillbay:feed=" + feed->uniqueID());
-    EXPECT_EQ(actions.calls, QStringList{"mode 1"});
-    EXPECT_EQ(library.selectedItems(), TreeNodeList{feed});
-    ASSERT_EQ(noteNames(), QStringList{"feedSelectionChanged"});
-    EXPECT_EQ(notes.first().object.value<TreeNodePtr>(), feed);
-
-    LogCapture log;
-    click("quillbay:feedback"); // a word that merely begins with a command counts as that command
-    EXPECT_EQ(log.lines(),
-              QStringList{"-[TidewireUtilityCatagory processURLCommandString:] invalid unid! ack"});
-}
-
-TEST_F(HeadlineLinkPolicyTest, ArticleSelectsItAloneAndMarksItReadWhenThePreferenceSaysSo)
+TEST_F(HeadlineLinkPolicyTest,
+       ArticleAndFeedSelectTheirNodeAloneAndTheArticleIsMarkedReadWhenThePreferenceSaysSo)
 {
     const ArticlePtr article = addArticle("Ferry returns");
     click("quillbay:article=" + article->uniqueID());
@@ -202,9 +189,21 @@ TEST_F(HeadlineLinkPolicyTest, ArticleSelectsItAloneAndMarksItReadWhenThePrefere
     EXPECT_EQ(other->state(), Article::Unread);
     EXPECT_EQ(storedState(other), Article::Unread);
     EXPECT_EQ(noteNames(), (QStringList{"feedSelectionChanged", "FeedUnreadCountChangedNotification"}));
+
+    notes.clear();
+    click("quillbay:feed=" + feed->uniqueID());
+    EXPECT_EQ(actions.calls, QStringList{"mode 1"});
+    EXPECT_EQ(library.selectedItems(), TreeNodeList{feed});
+    ASSERT_EQ(noteNames(), QStringList{"feedSelectionChanged"});
+    EXPECT_EQ(notes.first().object.value<TreeNodePtr>(), feed);
+
+    LogCapture log;
+    click("quillbay:feedback"); // a word that merely begins with a command counts as that command
+    EXPECT_EQ(log.lines(),
+              QStringList{"-[TidewireUtilityCatagory processURLCommandString:] invalid unid! ack"});
 }
 
-TEST_F(HeadlineLinkPolicyTest, DateShowsThatDaysArticlesAsTheSearchFolderWithoutTakingThemFromTheirFeed)
+TEST_F(HeadlineLinkPolicyTest, DateAndAuthorShowTheirArticlesAsTheSearchFolderWithoutTakingThemFromTheirFeed)
 {
     const ArticlePtr morning = addArticle("Morning tide", noonOn(2025, 3, 14));
     addArticle("Next day", noonOn(2025, 3, 15));
@@ -219,63 +218,53 @@ TEST_F(HeadlineLinkPolicyTest, DateShowsThatDaysArticlesAsTheSearchFolderWithout
     EXPECT_EQ(morning->parent(), feed) << "the day view must not take articles out of the tree";
     ASSERT_EQ(noteNames(), QStringList{"feedSelectionChanged"});
     EXPECT_EQ(notes.first().object.value<CalendarDate>().localMoment().date(), QDate(2025, 3, 14));
-
     click("quillbay:date=sometime");
     EXPECT_EQ(library.searchFolder(), folder) << "a value without a readable day changes nothing";
     EXPECT_EQ(actions.calls.size(), 1);
-}
 
-TEST_F(HeadlineLinkPolicyTest, AuthorNamesWithSpacesAndAccentsReachTheAuthorViewUnescaped)
-{
-    const ArticlePtr article = addArticle("Ferry returns");
-    article->setAuthors({std::make_shared<QBPerson>("José Durán", "", "")});
-    addArticle("Unsigned");
+    morning->setAuthors({std::make_shared<QBPerson>("José Durán", "", "")});
+    notes.clear();
     EXPECT_EQ(click("quillbay:author=José Durán"), Policy::CarriedOutCommand);
-    EXPECT_EQ(actions.calls, QStringList{"mode 5"});
-    const VirtualFolderPtr folder = library.searchFolder();
-    ASSERT_TRUE(folder);
-    EXPECT_EQ(folder->title(), "Author: José Durán");
-    EXPECT_EQ(folder->children(), TreeNodeList{article});
-    EXPECT_EQ(library.selectedItems(), TreeNodeList{folder});
+    EXPECT_EQ(actions.calls.last(), "mode 5");
+    EXPECT_EQ(library.searchFolder()->title(), "Author: José Durán");
+    EXPECT_EQ(library.searchFolder()->children(), TreeNodeList{morning});
+    EXPECT_EQ(library.selectedItems(), TreeNodeList{library.searchFolder()});
     ASSERT_EQ(noteNames(), QStringList{"feedSelectionChanged"});
     EXPECT_EQ(notes.first().object.toString(), "José Durán");
 }
 
-TEST_F(HeadlineLinkPolicyTest, MoreArticlesBarReloadsKeepingTheOffsetAndUnknownCommandsAreOnlyLogged)
-{
-    click("quillbay:displayArticlesFromOffset");
-    EXPECT_EQ(actions.calls, QStringList{"reload respecting offset"});
-    actions.calls.clear();
-    LogCapture log;
-    EXPECT_EQ(click("quillbay:delete=everything"), Policy::CarriedOutCommand);
-    policy.processURLCommandString("quillbay");
-    EXPECT_EQ(
-        log.lines(),
-        (QStringList{"-[TidewireUtilityCategory processURLCommandString] Unregonised URL command string: "
-                     "quillbay:delete=everything",
-                     "-[TidewireUtilityCategory processURLCommandString] Unregonised URL command string: "
-                     "quillbay"}));
-    EXPECT_TRUE(actions.calls.isEmpty());
-}
-
-TEST_F(HeadlineLinkPolicyTest, CommandsThatTheUserDidNotCauseAreRefusedWithoutEffect)
+TEST_F(HeadlineLinkPolicyTest, PageLoadsStayInTheViewAndNeitherThemNorScriptsMayRunACommandOrMarkAnythingRead)
 {
     const ArticlePtr article = addArticle("Ferry returns");
+    EXPECT_EQ(policy.decidePolicyForNavigationAction({QUrl("qbpage:/headlines"), Policy::PageLoad, {}}),
+              Policy::LoadInView);
+    EXPECT_EQ(
+        policy.decidePolicyForNavigationAction({QUrl("http://evil.example/"), Policy::ScriptOrRedirect, {}}),
+        Policy::Refused);
     LogCapture log;
     for (const Policy::Origin origin : {Policy::ScriptOrRedirect, Policy::PageLoad}) {
-        EXPECT_EQ(policy.decidePolicyForNavigationAction(
-                      {QUrl("quillbay:open=" + article->uniqueID()), origin, {}}),
-                  Policy::Refused);
-        EXPECT_EQ(policy.decidePolicyForNavigationAction({QUrl("quillbay:author=Anyone"), origin, {}}),
-                  Policy::Refused);
+        for (const QString &address :
+             {"quillbay:open=" + article->uniqueID(), QString("quillbay:author=Anyone")})
+            EXPECT_EQ(policy.decidePolicyForNavigationAction({QUrl(address), origin, {}}), Policy::Refused);
     }
     EXPECT_EQ(article->state(), Article::Unread);
     EXPECT_TRUE(actions.calls.isEmpty());
     EXPECT_TRUE(notes.isEmpty());
     EXPECT_TRUE(library.selectedItems().isEmpty());
     EXPECT_TRUE(log.lines().isEmpty());
-}
 
+    library.setSelectedItems({article});
+    // The window's gate refuses them and tells the user why; the article stays as it was.
+    for (const char *address : {"file:///usr/bin/xterm", "javascript:alert(1)", "qbpage:/other",
+                                "smb://host/share", "http:///no-host"}) {
+        EXPECT_EQ(click(address), Policy::Refused) << address;
+        EXPECT_EQ(actions.calls.last(), QString("open ") + QUrl(address).toString());
+    }
+    article->setLink(QUrl("file:///etc/passwd"));
+    policy.processURLCommandString("quillbay:open=" + article->uniqueID());
+    EXPECT_EQ(actions.calls.last(), "open file:///etc/passwd");
+    EXPECT_EQ(article->state(), Article::Unread);
+}
 TEST_F(HeadlineLinkPolicyTest, ClickedOutsideLinksOpenInTheBrowserAndMarkTheArticleBeingRead)
 {
     const ArticlePtr first = addArticle("Ferry returns");
@@ -300,26 +289,4 @@ TEST_F(HeadlineLinkPolicyTest, ClickedOutsideLinksOpenInTheBrowserAndMarkTheArti
     click("http://elsewhere.example/");
     EXPECT_EQ(first->state(), Article::Unread);
     EXPECT_EQ(actions.calls, QStringList{"open http://elsewhere.example/"});
-}
-
-TEST_F(HeadlineLinkPolicyTest, OnlyThePageItselfLoadsInTheViewAndLocalOrScriptAddressesMarkNothingRead)
-{
-    EXPECT_EQ(policy.decidePolicyForNavigationAction({QUrl("qbpage:/headlines"), Policy::PageLoad, {}}),
-              Policy::LoadInView);
-    EXPECT_EQ(
-        policy.decidePolicyForNavigationAction({QUrl("http://evil.example/"), Policy::ScriptOrRedirect, {}}),
-        Policy::Refused);
-    EXPECT_TRUE(actions.calls.isEmpty());
-    const ArticlePtr article = addArticle("Ferry returns");
-    library.setSelectedItems({article});
-    // The window's gate refuses them and tells the user why; the article stays as it was.
-    for (const char *address : {"file:///usr/bin/xterm", "javascript:alert(1)", "qbpage:/other",
-                                "smb://host/share", "http:///no-host"}) {
-        EXPECT_EQ(click(address), Policy::Refused) << address;
-        EXPECT_EQ(actions.calls.last(), QString("open ") + QUrl(address).toString());
-    }
-    article->setLink(QUrl("file:///etc/passwd"));
-    policy.processURLCommandString("quillbay:open=" + article->uniqueID());
-    EXPECT_EQ(actions.calls.last(), "open file:///etc/passwd");
-    EXPECT_EQ(article->state(), Article::Unread);
 }

@@ -1,5 +1,6 @@
 #include "headlines/HeadlinePage.h"
 
+#include "TestFiles.h"
 #include "headlines/HeadlineFilter.h"
 #include "model/SettingsTable.h"
 #include "platform/Defaults.h"
@@ -10,6 +11,7 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -24,6 +26,31 @@ QString resourcesURL()
 CalendarDate noonOn(int year, int month, int day, int minutes = 0)
 {
     return CalendarDate(QDateTime(QDate(year, month, day), QTime(12, minutes), Qt::UTC), 0);
+}
+
+// The page is shown by a view that draws a broken-image box for a missing file, so every picture a page
+// names is shipped, at twice the size it is shown for sharp high-density screens; and every class it uses
+// is styled, or the browser's own look shows in the middle of the page.
+void expectShippedAndStyled(const QString &html)
+{
+    static const QString css = QString::fromUtf8(fileBytes(Resources::path("stylesheet", "css")));
+    static const QRegularExpression picture("src=\"" + QRegularExpression::escape(resourcesURL()) +
+                                            "/?([^\"]+)\"(?:\\s+width=\"(\\d+)\"\\s+height=\"(\\d+)\")?");
+    for (auto match = picture.globalMatch(html); match.hasNext();) {
+        const QRegularExpressionMatch found = match.next();
+        const QImage image(Resources::folder() + "/" + found.captured(1));
+        EXPECT_FALSE(image.isNull()) << found.captured(1).toStdString();
+        if (found.hasCaptured(2)) {
+            EXPECT_EQ(image.size(), QSize(found.captured(2).toInt(), found.captured(3).toInt()) * 2)
+                << found.captured(1).toStdString();
+        }
+    }
+    static const QRegularExpression classes("class=[\"']([^\"']+)[\"']");
+    for (auto match = classes.globalMatch(html); match.hasNext();) {
+        for (const QString &name : match.next().captured(1).split(' ', Qt::SkipEmptyParts))
+            EXPECT_TRUE(css.contains(QRegularExpression("\\." + name + "(?![A-Za-z0-9_-])")))
+                << name.toStdString();
+    }
 }
 
 class HeadlinePageTest : public ::testing::Test
@@ -78,7 +105,9 @@ protected:
     QString render(const TreeNodeList &selection)
     {
         library.setSelectedItems(selection);
-        return page.generateHTML();
+        const QString html = page.generateHTML();
+        expectShippedAndStyled(html);
+        return html;
     }
 
     QTemporaryDir settingsFolder;
@@ -98,9 +127,17 @@ QString bodyOf(const QString &html)
     return html.sliced(html.lastIndexOf("<body"));
 }
 
+// The body's list entries (or tiles), each from just after its opening to the next opening.
+QStringList entries(const QString &html, const QString &opening = "<div class=\"article\"")
+{
+    QStringList parts = bodyOf(html).split(opening);
+    parts.removeFirst();
+    return parts;
+}
+
 } // namespace
 
-TEST_F(HeadlinePageTest, ListEntriesFollowTheTemplatesWithStatusIconsLinksInfoBarAndEnclosure)
+TEST_F(HeadlinePageTest, ListEntriesShowStateTitleSummaryInfoBarAndEnclosureNewestFirstWithinTheirDay)
 {
     const FeedPtr feed = addFeed("Harbour Notes");
     const ArticlePtr fresh = addArticle(feed, "Ferry returns", Article::New, noonOn(2025, 3, 14, 30));
@@ -116,63 +153,60 @@ TEST_F(HeadlinePageTest, ListEntriesFollowTheTemplatesWithStatusIconsLinksInfoBa
     unread->setEnclosure(enclosure);
 
     const QString html = render({feed});
-
     EXPECT_TRUE(
-        html.startsWith("<!DOCTYPE html><html>\n<head>\n<title>QuillBay</title>\n<meta charset=\"UTF-8\">\n"
-                        "<meta http-equiv=\"Content-Security-Policy\""))
-        << html.left(300).toStdString();
-    EXPECT_TRUE(
-        html.contains("<link href=\"" + QUrl::fromLocalFile(Resources::path("stylesheet", "css")).toString() +
-                      "\" rel=\"stylesheet\" type=\"text/css\" />\n<style>.articleTitle a:hover { "
-                      "background-color: #3875D7; border-bottom: 1px solid #aaa; }</style>\n<script>"));
-    EXPECT_TRUE(html.contains("</script>\n</head><body>\n"));
+        html.startsWith("<!DOCTYPE html><html>\n<head>\n<title>QuillBay</title>\n<meta charset=\"UTF-8\">"));
+    EXPECT_TRUE(html.contains("<link href=\"" +
+                              QUrl::fromLocalFile(Resources::path("stylesheet", "css")).toString() +
+                              "\" rel=\"stylesheet\""));
     EXPECT_TRUE(html.endsWith("</div>\n</body>\n</html>\n"));
     EXPECT_EQ(occurrences(html, "<body"), 1);
-    EXPECT_TRUE(html.contains(
-        "<div class=\"sortbar\"><img src=\"" + R +
-        "/Calendar16.png\" width=\"16\" height=\"16\" class=\"statusIcon\" /> 14 March 2025</div>\n"
-        "<div class=\"articles\">\n"));
+    EXPECT_EQ(occurrences(html, "<div class=\"sortbar\">"), 1);
+    EXPECT_TRUE(html.contains("class=\"statusIcon\" /> 14 March 2025</div>\n<div class=\"articles\">"));
 
-    // Newest first within the day, a divider between entries but not after the last.
-    const qsizetype readAt = html.indexOf("Storm passes"), freshAt = html.indexOf("Ferry returns"),
-                    unreadAt = html.indexOf("Pier repaired");
-    EXPECT_LT(readAt, freshAt);
-    EXPECT_LT(freshAt, unreadAt);
-    EXPECT_EQ(occurrences(html, "<div class=\"divider\"></div>"), 2);
-    EXPECT_TRUE(html.contains("</div>\n<div class=\"divider\"></div><div class=\"article\""));
-
-    EXPECT_TRUE(html.contains(
-        "<div class=\"article\" data-command=\"quillbay:article=" + fresh->uniqueID() +
-        "\">\n<div class=\"articleTitle\">\n<img src=\"" + R +
-        "new.png\" width=\"16\" height=\"16\" class=\"statusIcon\" />\n<a href=\"quillbay:article=" +
-        fresh->uniqueID() + "\">Ferry returns</a>&nbsp;<a href=\"quillbay:open=" + fresh->uniqueID() +
-        "\"><img src=\"" + R +
-        "followlink.png\" width=\"16\" height=\"16\" class=\"statusIcon\"></a>\n</div>\n"
-        "<div class=\"summary\">\nSummary of Ferry returns\n</div>\n"));
-    EXPECT_TRUE(html.contains("<img src=\"" + R +
-                              "unread.png\"  width=\"16\" height=\"16\" class=\"statusIcon\" />\n"));
-    EXPECT_TRUE(html.contains("<img src=\"" + R +
-                              "read.png\" class=\"statusIcon\" />\n<a href=\"quillbay:article=" +
-                              read->uniqueID() + "\">Storm passes</a>"));
-
-    // The author's mail address wins over the web address.
-    EXPECT_TRUE(html.contains(
-        "<div class=\"articleInfo\">\n<b>Published:</b> <a href=\"quillbay:date=" +
-        fresh->legacyPublicationDate().toString() + "\">" +
-        QBUtilities::dateToFriendlyDate(fresh->legacyPublicationDate(), true) +
-        "</a> &nbsp;\n<b>Source:</b> <a href=\"quillbay:feed=" + feed->uniqueID() +
-        "\">Harbour Notes</a> &nbsp;\n<b>Author:</b> <a href=\"quillbay:author=Ann%20Keeper\">Ann "
-        "Keeper</a>&nbsp;<a href=\"mailto:ann@harbour.example\"><img src=\"" +
-        R + "followlink.png\" width=\"16\" height=\"16\"></a>\n</div>\n\n</div>\n"));
-    EXPECT_FALSE(html.contains("http://harbour.example/ann"));
-
+    const QStringList list = entries(html);
+    ASSERT_EQ(list.size(), 3);
+    const std::pair<ArticlePtr, QString> expected[] = {
+        {read, "read.png"}, {fresh, "new.png"}, {unread, "unread.png"}};
+    for (int i = 0; i < 3; ++i) {
+        const auto &[article, icon] = expected[i];
+        const QString &entry = list.at(i);
+        const QString id = article->uniqueID();
+        const CalendarDate date = article->legacyPublicationDate();
+        SCOPED_TRACE(entry.toStdString());
+        EXPECT_TRUE(entry.startsWith(" data-command=\"quillbay:article=" + id + "\">"));
+        EXPECT_TRUE(entry.contains("<img src=\"" + R + icon + "\""));
+        EXPECT_TRUE(entry.contains("<a href=\"quillbay:article=" + id + "\">" + article->title() +
+                                   "</a>&nbsp;" + "<a href=\"quillbay:open=" + id + "\"><img src=\"" + R +
+                                   "followlink.png\""));
+        EXPECT_TRUE(entry.contains("<div class=\"summary\">\nSummary of " + article->title() + "\n</div>"));
+        EXPECT_TRUE(entry.contains("<b>Published:</b> <a href=\"quillbay:date=" + date.toString() + "\">" +
+                                   QBUtilities::dateToFriendlyDate(date, true) + "</a>"));
+        EXPECT_TRUE(entry.contains("<b>Source:</b> <a href=\"quillbay:feed=" + feed->uniqueID() +
+                                   "\">Harbour Notes</a>"));
+        EXPECT_EQ(entry.contains("<div class=\"divider\"></div>"), i < 2)
+            << "dividers go between entries only";
+    }
     EXPECT_TRUE(
-        html.contains("<div class=\"enclosure\">\n<span><b>Enclosure:</b> <a href=\"quillbay:enclosure=" +
-                      unread->uniqueID() + "\">Interview</a></span>\n<span><b>Size:</b> " +
-                      QBUtilities::longToFileSize(2500000) +
-                      "</span>\n<span><b>Type:</b> audio/mpeg</span>\n</div>\n<div class=\"articleInfo\">"));
+        list.at(1).contains("<b>Author:</b> <a href=\"quillbay:author=Ann%20Keeper\">Ann Keeper</a>&nbsp;"
+                            "<a href=\"mailto:ann@harbour.example\">"));
+    EXPECT_FALSE(html.contains("http://harbour.example/ann")) << "the mail address wins over the web address";
+    EXPECT_TRUE(list.at(2).contains("<a href=\"quillbay:enclosure=" + unread->uniqueID() +
+                                    "\">Interview</a></span>\n"
+                                    "<span><b>Size:</b> " +
+                                    QBUtilities::longToFileSize(2500000) +
+                                    "</span>\n<span><b>Type:</b> audio/mpeg</span>\n</div>"));
     EXPECT_EQ(occurrences(html, "class=\"enclosure\""), 1);
     EXPECT_EQ(page.offset(), 0);
+    EXPECT_TRUE(render({fresh}).contains("<div class=\"articleInfo\">"));
+
+    // Turned off, only the bar goes: each entry still closes right after its summary or enclosure line.
+    defaults.setBoolean("displayShowInfoBar", false);
+    const QString bare = render({feed});
+    for (const char *absent : {"articleInfo", "quillbay:date=", "quillbay:feed=", "quillbay:author="})
+        EXPECT_FALSE(bare.contains(absent)) << absent;
+    EXPECT_TRUE(bare.contains("Summary of Ferry returns\n</div>\n\n</div>\n"));
+    EXPECT_TRUE(bare.contains("<span><b>Type:</b> audio/mpeg</span>\n</div>\n\n</div>\n"));
+    EXPECT_FALSE(render({fresh}).contains("articleInfo"));
 }
 
 TEST_F(HeadlinePageTest, ThePagesOneScriptAndStyleAreAllowedByTheirDigestsAndNothingElseIs)
@@ -208,6 +242,13 @@ TEST_F(HeadlinePageTest, ThePagesOneScriptAndStyleAreAllowedByTheirDigestsAndNot
     EXPECT_EQ(occurrences(html, "data-command=\"quillbay:article="), 3);
     EXPECT_FALSE(bodyOf(html).contains(" on"));
     EXPECT_FALSE(html.contains("style="));
+
+    // The style sheet fetches nothing but the pictures beside it.
+    const QString css = QString::fromUtf8(fileBytes(Resources::path("stylesheet", "css")));
+    EXPECT_FALSE(
+        css.contains(QRegularExpression("url\\((?![a-z-]+\\.png\\))|@import|@font-face|https?:|file:")));
+    for (auto match = QRegularExpression("url\\(([a-z-]+\\.png)\\)").globalMatch(css); match.hasNext();)
+        EXPECT_FALSE(QImage(Resources::folder() + "/" + match.next().captured(1)).isNull());
 
     const QString empty = render({});
     EXPECT_TRUE(empty.contains("style-src file:;")) << "a page without articles has no style element";
@@ -276,39 +317,37 @@ TEST_F(HeadlinePageTest, OnlyTheFirstTwentyEntriesOfEachGroupCarryAThumbnail)
     EXPECT_FALSE(plain.contains("class=\"summary\""));
 }
 
-TEST_F(HeadlinePageTest, TilesShowThePictureWithAStatusIconOrElseTheTitleAsText)
+TEST_F(HeadlinePageTest, TilesShowThePictureWithAStatusIconOrElseTheTitleAsTextAndNothingMore)
 {
     page.setDisplayMode(HeadlinePage::TileMode);
     const FeedPtr feed = addFeed("Harbour Notes");
     const ArticlePtr pictured = addArticle(feed, "Ferry returns", Article::New);
     const ArticlePtr bare = addArticle(feed, "Pier repaired", Article::Read);
     writeThumbnail(feed, pictured);
+    writeThumbnail(feed, addArticle(feed, "Buoy lit", Article::Unread, noonOn(2025, 3, 13)));
 
     const QString html = render({feed});
-    EXPECT_TRUE(html.contains("</head>\n<body class=\"tilePage\">\n</head><body>\n"));
-    EXPECT_TRUE(html.endsWith("<br clear=\"both\"><div class=\"tilesEnd\"></div>\n</body>\n</html>\n"));
-    EXPECT_TRUE(html.contains(
-        "<div class='newsItem'><div class='calendarCell'><h1>14</h1><h3>March<br>Friday</h3></div></div>"));
-    EXPECT_TRUE(html.contains(
-        "<div class='newsItem'>\n<div class='imageCell tileNew'>\n<img src=\"" + R +
-        "qb-new-unread.png\" width=\"24\" height=\"24\" class=\"statusIconPM\"/>\n<div "
-        "class=\"followLink\"><a "
-        "href=\"quillbay:open=" +
-        pictured->uniqueID() + "\"><img src=\"" + R +
-        "qb-followlink.png\" width=\"20\" height=\"20\" class=\"statusIcon\"></a></div><a "
-        "href=\"quillbay:article=" +
-        pictured->uniqueID() + "\"><img src=\"" + thumbnailURL(feed, pictured) +
-        "\" alt=\"Ferry returns\" class=\"thumbnail\" width=\"100%\" height=\"100%\"></a></div>\n</div>\n"));
+    EXPECT_TRUE(html.contains("<body class=\"tilePage\">"));
+    EXPECT_TRUE(html.endsWith("<div class=\"tilesEnd\"></div>\n</body>\n</html>\n"));
+    const QStringList tiles = entries(html, "<div class='newsItem");
+    ASSERT_EQ(tiles.size(), 5);
     EXPECT_TRUE(
-        html.contains("<div class='newsItemRead'>\n<div class='imageCell tileRead'>\n"
-                      "<div class=\"textOnlyCell\"><div class=\"followLink\"><a href=\"quillbay:open=" +
-                      bare->uniqueID() + "\"><img src=\"" + R +
-                      "qb-followlink.png\" width=\"20\" height=\"20\" class=\"statusIcon\"></a></div>"
-                      "<div class=\"textCellPadding\"><a href=\"quillbay:article=" +
-                      bare->uniqueID() + "\">Pier repaired</a></div></div></div>\n</div>\n"));
-    // Tiles carry no summary, info bar, divider or click command.
-    for (const char *absent : {"class=\"summary\"", "articleInfo", "divider", "data-command",
-                               "statusIconPM\"/>\n<div class=\"textOnlyCell"})
+        tiles.at(4).contains("<div class='imageCell tileUnread'>\n<img src=\"" + R + "qb-unread.png\""));
+    EXPECT_TRUE(tiles.at(0).contains("<div class='calendarCell'><h1>14</h1><h3>March<br>Friday</h3></div>"));
+    EXPECT_TRUE(tiles.at(1).startsWith("'>\n<div class='imageCell tileNew'>\n<img src=\"" + R +
+                                       "qb-new-unread.png\""));
+    EXPECT_TRUE(tiles.at(1).contains("<a href=\"quillbay:open=" + pictured->uniqueID() + "\"><img src=\"" +
+                                     R + "qb-followlink.png\""));
+    EXPECT_TRUE(tiles.at(1).contains("<a href=\"quillbay:article=" + pictured->uniqueID() + "\"><img src=\"" +
+                                     thumbnailURL(feed, pictured) +
+                                     "\" alt=\"Ferry returns\" class=\"thumbnail\""));
+    EXPECT_TRUE(
+        tiles.at(2).startsWith("Read'>\n<div class='imageCell tileRead'>\n<div class=\"textOnlyCell\">"));
+    EXPECT_TRUE(tiles.at(2).contains("<a href=\"quillbay:open=" + bare->uniqueID() + "\">"));
+    EXPECT_TRUE(tiles.at(2).contains("<div class=\"textCellPadding\"><a href=\"quillbay:article=" +
+                                     bare->uniqueID() + "\">Pier repaired</a></div>"));
+    EXPECT_FALSE(tiles.at(2).contains("statusIconPM")) << "a text tile shows no status icon";
+    for (const char *absent : {"class=\"summary\"", "articleInfo", "divider", "data-command"})
         EXPECT_FALSE(bodyOf(html).contains(absent)) << absent;
 
     page.setSortMethod(2);
@@ -348,18 +387,14 @@ TEST_F(HeadlinePageTest, APhotoSiteArticleGetsTheDarkPhotoPageWithItsLargePictur
     const FeedPtr feed = addFeed("Photos");
     const ArticlePtr photo = addArticle(feed, "Dusk");
     photo->setLink(QUrl("http://www.flickr.com/photos/someone/123"));
-    library.saveSummary(
-        "<p>By someone</p><img src=\"http://farm.example/1234_abcd_m.jpg\" width=\"240\" height=\"180\" "
-        "alt=\"Dusk\" />",
-        photo);
+    library.saveSummary("<p>By someone</p><img src=\"http://farm.example/1234_abcd_m.jpg\" width=\"240\" "
+                        "height=\"180\" alt=\"Dusk\" />",
+                        photo);
     const QString html = render({photo});
     EXPECT_TRUE(page.photoMode());
-    EXPECT_TRUE(html.contains(
-        "</head><body class=\"photoPage\">\n<div class=\"sortBarPhotoMode\"><img src=\"" + R +
-        "/Calendar16.png\" width=\"16\" height=\"16\" class=\"statusIcon\" /> 14 March 2025 "
-        "<img src=\"" +
-        R + "/photomode.png\" width=\"20\" height=\"20\" class=\"statusIconPhoto\" /></div>\n"));
-    EXPECT_TRUE(html.contains("<div class=\"singleArticlePhotoMode\">\n<div class=\"singlearticleTitle\">"));
+    EXPECT_TRUE(html.contains("</head><body class=\"photoPage\">\n<div class=\"sortBarPhotoMode\">"));
+    EXPECT_TRUE(html.contains("/photomode.png\""));
+    EXPECT_TRUE(html.contains("<div class=\"singleArticlePhotoMode\">"));
     EXPECT_TRUE(
         html.contains("<p>By someone</p><img src=\"http://farm.example/1234_abcd_z.jpg\" alt=\"Dusk\">"));
 
@@ -367,9 +402,8 @@ TEST_F(HeadlinePageTest, APhotoSiteArticleGetsTheDarkPhotoPageWithItsLargePictur
     photo->setLink(QUrl("http://500px.com/photo/99"));
     EXPECT_TRUE(render({photo}).contains("1234_abcd_m.jpg\" alt=\"Dusk\" width=\"240\""));
 
-    // Two articles are never a photo page.
     addArticle(feed, "Second");
-    EXPECT_FALSE(render({feed}).contains("photoPage"));
+    EXPECT_FALSE(render({feed}).contains("photoPage")) << "two articles are never a photo page";
     EXPECT_FALSE(page.photoMode());
 }
 
@@ -382,10 +416,8 @@ TEST_F(HeadlinePageTest, ADayIsNeverSplitAndTheCutFallsAfterTheDayThatPassesTheC
     EXPECT_EQ(occurrences(oneDay, "<div class=\"article\" "), 250);
     EXPECT_EQ(occurrences(oneDay, "moreArticlesBar"), 1);
     EXPECT_TRUE(oneDay.contains("</div>\n<br clear=\"all\" /><div class=\"moreArticlesBar\"><a "
-                                "href=\"quillbay:displayArticlesFromOffset\"><img src=\"" +
-                                R +
-                                "/showmorebutton.png\" width=\"149\" height=\"30\" alt=\"Show More "
-                                "Articles...\"></a></div> </body>"));
+                                "href=\"quillbay:displayArticlesFromOffset\">"));
+    EXPECT_TRUE(oneDay.endsWith("</div> </body>\n</html>\n")) << "the bar ends the page";
     EXPECT_EQ(page.offset(), 1);
 
     // With a cap of 260 the second day passes it: the page ends there and leaves the third day out.
@@ -420,11 +452,7 @@ TEST_F(HeadlinePageTest, GroupingByFeedCutsEachLongFeedAndRaisesTheCounterOncePe
     const QString html = render({zeta, alpha, beta});
     EXPECT_EQ(occurrences(html, "<div class=\"article\" "), 201);
     EXPECT_TRUE(html.contains("Z99<") && !html.contains("Z100<"));
-    EXPECT_EQ(occurrences(html, "<br clear=\"all\" /><div class=\"moreArticlesBar\"><a "
-                                "href=\"quillbay:displayArticlesFromOffset\">"
-                                "<img src=\"" +
-                                    R + "/showmorebutton.png\" alt=\"Show More Articles\"></a></div>"),
-              2);
+    EXPECT_EQ(occurrences(html, "href=\"quillbay:displayArticlesFromOffset\""), 2);
     EXPECT_EQ(page.offset(), 2);
     // Plain character order: capitals first.
     const qsizetype betaAt =
@@ -457,32 +485,25 @@ TEST_F(HeadlinePageTest, GroupingByStateNeverCutsAndLeavesOutEmptyGroups)
     EXPECT_EQ(page.offset(), 0);
 }
 
-TEST_F(HeadlinePageTest, AnEmptySelectionGivesTheNoMatchMessageUnderEveryGrouping)
+TEST_F(HeadlinePageTest, AnEmptySelectionGivesTheNoMatchMessageNamingTheGroupingAndFilter)
 {
     const auto text = [](const char *key) { return LocalizedStrings::text(key); };
-    const struct
-    {
-        int sort;
-        const char *key;
-    } groupings[] = {{1, "SortArticlesByDate"}, {2, "SortArticlesByFeed"}, {3, "SortArticlesByState"}};
-    for (const auto &grouping : groupings) {
-        page.setSortMethod(grouping.sort);
-        page.setFilterMethod(10);
+    page.setFilterMethod(10);
+    for (const auto &[sort, key] : {std::pair(1, "SortArticlesByDate"), std::pair(2, "SortArticlesByFeed"),
+                                    std::pair(3, "SortArticlesByState")}) {
+        page.setSortMethod(sort);
         const QString html = render({});
-        EXPECT_TRUE(html.contains("<body>\n<div class=\"alertBox\"><h2>" + text("NoArticleMatches") +
-                                  "</h2><p><b>" + text("SortBy") + ": " + text(grouping.key) + ", " +
-                                  text("Show") + ": " + text("FilterNew") + "</b></p><p>" +
-                                  text("SortExplanation") + "</p></div></body>"));
+        EXPECT_TRUE(
+            html.contains("<body>\n<div class=\"alertBox\"><h2>" + text("NoArticleMatches") + "</h2>"));
+        EXPECT_TRUE(html.contains(text("SortBy") + ": " + text(key) + ", " + text("Show") + ": " +
+                                  text("FilterNew")));
         EXPECT_FALSE(html.contains("a:hover"));
     }
     EXPECT_FALSE(text("FilterNew").isEmpty());
-    EXPECT_FALSE(text("SortExplanation").isEmpty());
-
     page.setFilterMethod(4);
     EXPECT_TRUE(render({}).contains(": Unknown method</b>"));
-    // An unknown grouping builds an empty body.
     page.setSortMethod(9);
-    EXPECT_TRUE(render({}).contains("</head><body>\n</body>"));
+    EXPECT_TRUE(render({}).contains("</head><body>\n</body>")) << "an unknown grouping builds an empty body";
 }
 
 TEST_F(HeadlinePageTest, FiltersDropArticlesOrShortenGroupsButNeverFilterASingleArticle)
@@ -582,31 +603,4 @@ TEST_F(HeadlinePageTest, TheArticleLengthSliderShortensListSummariesButNeverASin
     library.setSelectedItems({first});
     library.saveSummary(first->summary(), first);
     EXPECT_TRUE(page.generateHTML().contains(QString("word ").repeated(200)));
-}
-
-TEST_F(HeadlinePageTest, TheInfoBarSettingShowsOrHidesTheBarOfEveryListEntryAndOfASingleArticle)
-{
-    const FeedPtr feed = addFeed("Harbour Notes");
-    const ArticlePtr ferry = addArticle(feed, "Ferry returns");
-    const ArticlePtr pier = addArticle(feed, "Pier repaired");
-    auto enclosure = std::make_shared<Enclosure>();
-    enclosure->setTitle("Interview");
-    enclosure->setMimeType("audio/mpeg");
-    pier->setEnclosure(enclosure);
-
-    QString html = render({feed});
-    EXPECT_EQ(occurrences(html, "<div class=\"articleInfo\">"), 2);
-    EXPECT_EQ(occurrences(html, "quillbay:feed=" + feed->uniqueID()), 2);
-    EXPECT_EQ(occurrences(render({ferry}), "<div class=\"articleInfo\">"), 1);
-
-    defaults.setBoolean("displayShowInfoBar", false);
-    html = render({feed});
-    EXPECT_FALSE(html.contains("articleInfo"));
-    EXPECT_FALSE(html.contains("quillbay:date="));
-    EXPECT_FALSE(html.contains("quillbay:feed="));
-    // Only the bar goes: each entry still closes right after its summary or enclosure line.
-    EXPECT_TRUE(html.contains("<div class=\"summary\">\nSummary of Ferry returns\n</div>\n\n</div>\n"));
-    EXPECT_TRUE(html.contains("<span><b>Type:</b> audio/mpeg</span>\n</div>\n\n</div>\n"));
-    EXPECT_EQ(occurrences(html, "<div class=\"divider\"></div>"), 1);
-    EXPECT_FALSE(render({ferry}).contains("articleInfo"));
 }

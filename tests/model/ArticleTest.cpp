@@ -10,29 +10,26 @@
 namespace {
 const ArticleRow::Lookup noLookup = [](const QString &) { return TreeNodePtr(); };
 
-// What the database gives back for the values of one insert.
-ArticleRowValues storedRow(const QVariantList &values)
+// One insert's values by column name, and what the database gives back for them.
+struct Row
 {
-    const QStringList names = ArticleRow::columnNames();
-    auto column = [&](const char *name) {
-        const QVariant value = values.at(names.indexOf(QLatin1String(name)));
-        return value.isNull() ? QString() : value.toString();
-    };
-    ArticleRowValues row;
-    row.uniqueID = column("uniqueID");
-    row.title = column("title");
-    row.link = column("link");
-    row.imageURL = column("imageURL");
-    row.guid = column("guid");
-    row.authors = column("authors");
-    row.enclosure = column("enclosure");
-    row.source = column("source");
-    row.publicationDate = column("publicationDate");
-    row.pubDateFormat = column("pubDateFormat");
-    row.summary = column("summary");
-    row.state = column("state").toInt();
-    return row;
-}
+    QVariantList values;
+    QVariant operator[](const char *column) const
+    {
+        return values.at(ArticleRow::columnNames().indexOf(QLatin1String(column)));
+    }
+    ArticleRowValues stored() const
+    {
+        const auto text = [this](const char *column) {
+            const QVariant value = (*this)[column];
+            return value.isNull() ? QString() : value.toString();
+        };
+        return {text("uniqueID"),      text("title"),   text("link"),
+                text("imageURL"),      text("guid"),    text("authors"),
+                text("enclosure"),     text("source"),  text("publicationDate"),
+                text("pubDateFormat"), text("summary"), text("state").toInt()};
+    }
+};
 
 ArticlePtr richArticle(const std::shared_ptr<Feed> &feed)
 {
@@ -59,98 +56,70 @@ ArticlePtr richArticle(const std::shared_ptr<Feed> &feed)
 }
 } // namespace
 
-TEST(Article, GuidIsEmptyAtCreationAndFallsBackToTheIdentifierOnlyWhenAbsent)
+TEST(Article, AGuidIsEmptyAtCreationFallsBackToTheIdentifierAndDecidesEqualityAmongArticlesOnly)
 {
     Article fresh;
     EXPECT_EQ(fresh.guid(), "");
     EXPECT_FALSE(fresh.guid().isNull());
     EXPECT_EQ(fresh.state(), Article::New);
-
     Article absent;
     absent.setGuid(QString());
     EXPECT_EQ(absent.guid(), absent.uniqueID());
-}
 
-TEST(Article, EqualByIdentifierOrGuidAndNeverEqualToAnotherKindOfNode)
-{
     auto a = std::make_shared<Article>();
     auto b = std::make_shared<Article>();
     EXPECT_TRUE(a->isEqual(*b)) << "two empty guids are equal whatever the identifiers";
-
     a->setGuid("one");
     b->setGuid("two");
     EXPECT_FALSE(a->isEqual(*b));
     b->setUniqueID(a->uniqueID());
     EXPECT_TRUE(a->isEqual(*b));
-
     Feed feed;
     feed.setUniqueID(a->uniqueID());
     EXPECT_FALSE(a->isEqual(feed));
 }
 
-TEST(ArticleRow, RowValuesComeInColumnOrderWithNewStoredAsUnread)
-{
-    auto feed = std::make_shared<Feed>();
-    auto article = richArticle(feed);
-    const QVariantList values = ArticleRow::rowValues(*article, ArticleRow::ArticlesTable, "<p>Full</p>");
-    ASSERT_EQ(values.size(), 14);
-    EXPECT_EQ(values.at(0).toString(), "tag:example.org,2006:1");
-    EXPECT_EQ(values.at(3).toString(), feed->uniqueID());
-    EXPECT_EQ(values.at(4).toString(), CalendarDate::defaultFormat());
-    EXPECT_EQ(values.at(5).toString(), "2006-05-17 14:32:00 +0200");
-    EXPECT_EQ(values.at(6).toString(), feed->uniqueID());
-    EXPECT_EQ(values.at(7).toInt(), 1);
-    EXPECT_EQ(values.at(9).toString(), "<p>Full</p>");
-    EXPECT_EQ(values.at(11).toString(), article->uniqueID());
-
-    const QVariantList clipped = ArticleRow::rowValues(*article, ArticleRow::ClippingsTable, "x");
-    EXPECT_EQ(clipped.at(3).toString(), "") << "a clipping never names a parent";
-
-    Article bare;
-    const QVariantList plain = ArticleRow::rowValues(bare, ArticleRow::ArticlesTable, QString());
-    EXPECT_EQ(plain.at(0).toString(), "");
-    EXPECT_FALSE(plain.at(0).isNull());
-    EXPECT_EQ(plain.at(4).toString(), "");
-    EXPECT_EQ(plain.at(5).toString(), "");
-    EXPECT_EQ(plain.at(13).toString(), "") << "no enclosure stores the empty text";
-    EXPECT_TRUE(plain.at(9).isNull());
-}
-
-TEST(ArticleRow, AnArticleSurvivesTheRoundTripThroughARow)
+TEST(ArticleRow, AnArticleSurvivesTheRoundTripThroughARowExceptThatNewComesBackUnread)
 {
     auto feed = std::make_shared<Feed>();
     auto original = richArticle(feed);
-    const ArticleRowValues row =
-        storedRow(ArticleRow::rowValues(*original, ArticleRow::ArticlesTable, "full"));
+    const Row row{ArticleRow::rowValues(*original, ArticleRow::ArticlesTable, "<p>Full</p>")};
+    EXPECT_EQ(row["parent"].toString(), feed->uniqueID());
+    EXPECT_EQ(row["fullSummary"].toString(), "<p>Full</p>");
+    EXPECT_EQ(row["publicationDate"].toString(), "2006-05-17 14:32:00 +0200");
+    EXPECT_EQ(Row{ArticleRow::rowValues(*original, ArticleRow::ClippingsTable, "x")}["parent"], "")
+        << "a clipping never names a parent";
 
     auto other = std::make_shared<Feed>();
-    const ArticlePtr read = ArticleRow::articleFromRow(row, other, noLookup);
+    const ArticlePtr read = ArticleRow::articleFromRow(row.stored(), other, noLookup);
     EXPECT_EQ(read->uniqueID(), original->uniqueID());
     EXPECT_EQ(read->title(), original->title());
     EXPECT_EQ(read->link(), original->link());
     EXPECT_EQ(read->imageURL(), original->imageURL());
     EXPECT_EQ(read->guid(), original->guid());
     EXPECT_EQ(read->summary(), "Short.");
-    EXPECT_EQ(read->state(), Article::Unread) << "new comes back as unread";
+    EXPECT_EQ(read->state(), Article::Unread);
     EXPECT_EQ(read->legacyPublicationDate(), original->legacyPublicationDate());
     EXPECT_EQ(read->parent(), other);
     EXPECT_EQ(read->source(), other);
-
     ASSERT_EQ(read->authors().size(), 2);
-    EXPECT_EQ(read->authors().at(0)->name(), "Jane Doe");
-    EXPECT_EQ(read->authors().at(0)->title(), "Author");
-    EXPECT_EQ(read->authors().at(0)->email(), "jane@example.org");
     EXPECT_EQ(read->authors().at(0)->URI(), QUrl("https://jane.example.org/"));
     EXPECT_EQ(read->authors().at(1)->name(), "Ann \"Q\" O'Neil");
     EXPECT_TRUE(read->authors().at(1)->title().isNull());
-
     ASSERT_TRUE(read->enclosure());
     EXPECT_EQ(read->enclosure()->title(), "ep12.mp3");
-    EXPECT_EQ(read->enclosure()->link(), QUrl("https://example.org/media/ep12.mp3"));
     EXPECT_EQ(read->enclosure()->mimeType(), "audio/mpeg");
     EXPECT_EQ(read->enclosure()->size(), std::numeric_limits<quint64>::max());
     EXPECT_TRUE(read->enclosure()->played());
-    EXPECT_EQ(read->enclosure()->mediaType(), 0);
+
+    // An article with nothing set stores empty texts where the columns are looked up, NULL elsewhere.
+    Article bare;
+    const Row plain{ArticleRow::rowValues(bare, ArticleRow::ArticlesTable, QString())};
+    for (const char *column : {"guid", "pubDateFormat", "publicationDate", "enclosure"}) {
+        EXPECT_FALSE(plain[column].isNull()) << column;
+        EXPECT_EQ(plain[column].toString(), "") << column;
+    }
+    EXPECT_TRUE(plain["fullSummary"].isNull());
 }
 
 TEST(ArticleRow, OddColumnsReadBackAsNothing)
@@ -158,12 +127,10 @@ TEST(ArticleRow, OddColumnsReadBackAsNothing)
     ArticleRowValues row;
     row.uniqueID = "U";
     row.imageURL = "x";
-    row.guid = QString();
     row.authors = "()";
     row.enclosure = "";
     row.publicationDate = "17 May 2006";
     row.pubDateFormat = CalendarDate::defaultFormat();
-    row.state = 0;
     const ArticlePtr read = ArticleRow::articleFromRow(row, nullptr, noLookup);
     EXPECT_TRUE(read->imageURL().isEmpty()) << "a one-character image URL is no image";
     EXPECT_EQ(read->guid(), "U") << "a NULL guid falls back to the identifier";
@@ -172,13 +139,10 @@ TEST(ArticleRow, OddColumnsReadBackAsNothing)
     EXPECT_TRUE(read->legacyPublicationDate().isNull()) << "text that does not match its format is no date";
     EXPECT_EQ(read->state(), Article::Read);
     EXPECT_EQ(read->parent(), nullptr);
-
     row.uniqueID = QString();
     EXPECT_EQ(ArticleRow::articleFromRow(row, nullptr, noLookup)->uniqueID().size(), 36);
-}
 
-TEST(ArticleRow, AStoredLinkNamesTheEnclosureWhateverTitleWasStored)
-{
+    // A stored link names the enclosure whatever title was stored.
     const auto enclosure = Enclosure::initWithDictionary(
         {{"title", "Episode"}, {"link", "http://example.com/casts/ep12.mp3"}, {"size", "1.5e6"}});
     EXPECT_EQ(enclosure->title(), "ep12.mp3");
@@ -210,7 +174,6 @@ TEST(ArticleRow, AClippingRowFindsItsSourceFeedInTheLibrary)
     const ArticlePtr clipped = ArticleRow::articleFromRow(row, nullptr, lookup);
     EXPECT_EQ(clipped->source(), feed);
     EXPECT_EQ(clipped->parent(), nullptr);
-
     row.source = "deleted-feed";
     EXPECT_EQ(ArticleRow::articleFromRow(row, nullptr, lookup)->source(), nullptr);
 

@@ -1,6 +1,8 @@
 #include "model/FeedLibrary.h"
 
 #include "LogCapture.h"
+#include "TestFiles.h"
+#include "TestTree.h"
 #include "db/FMDatabase.h"
 #include "db/FMResultSet.h"
 #include "model/ArticleRow.h"
@@ -8,6 +10,7 @@
 #include "model/LibraryBackups.h"
 #include "platform/NotificationCenter.h"
 #include "platform/Resources.h"
+#include "reading/OPMLImporter.h"
 
 #include <QDir>
 #include <QFile>
@@ -37,11 +40,7 @@ QList<StoredRow> storedRows(const QString &table)
 
 FeedPtr addFeed(FeedLibrary &library, const QString &title, const TreeNodePtr &into = nullptr)
 {
-    auto feed = std::make_shared<Feed>();
-    feed->setTitle(title);
-    feed->setFeed(QUrl("https://example.org/" + title + ".xml"));
-    library.add(feed, into, 1000);
-    return feed;
+    return makeFeed(library, title, into ? into : library.root());
 }
 
 ArticlePtr storeArticle(FeedLibrary &library, const FeedPtr &feed, const QString &title,
@@ -75,89 +74,59 @@ QStringList titlesOf(const TreeNodeList &nodes)
     return titles;
 }
 
-const QStringList defaultFeedTitles = {"BBC News – Top Stories",
-                                       "BBC News – World",
-                                       "NPR News",
-                                       "The Guardian – World news",
-                                       "Al Jazeera",
-                                       "NASA News Releases",
-                                       "Nature",
-                                       "ScienceDaily",
-                                       "New Scientist",
-                                       "Ars Technica",
-                                       "BBC News – Technology",
-                                       "The Verge",
-                                       "Wired",
-                                       "Hacker News"};
-
-QByteArray fileBytes(const QString &path)
+// The shipped list, flat and in its order, whatever folders it has.
+QStringList defaultFeedTitles()
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
+    QStringList titles;
+    for (const FeedPtr &feed :
+         OPMLImporter::importFeedsFromPath(Resources::path("DefaultFeeds", "opml")).feeds())
+        titles << feed->title();
+    return titles;
 }
 } // namespace
 
-TEST(FeedLibraryLoad, AFirstRunCreatesBothTablesAndSeedsTheClippingsWithWelcomeThenHelp)
-{
-    FeedLibrary library;
-    library.load();
-    EXPECT_TRUE(QDir(FeedLibrary::iconPath()).exists());
-    EXPECT_TRUE(QDir(FeedLibrary::articleImagePath()).exists());
-    ASSERT_TRUE(library.root());
-    EXPECT_EQ(library.root()->uniqueID(), "root");
-    EXPECT_EQ(library.root()->title(), "Feed Library");
-
-    const auto clippings = storedRows("clippings");
-    ASSERT_EQ(clippings.size(), 2);
-    EXPECT_EQ(clippings.at(0).uniqueID, "QuillBay-SideBarWelcome");
-    EXPECT_EQ(clippings.at(1).uniqueID, "QuillBay-SideBarHelp");
-    for (const StoredRow &row : clippings) {
-        EXPECT_EQ(row.state, 1);
-        EXPECT_EQ(row.parent, "");
-    }
-
-    const auto folder = library.loadNewsClippings();
-    ASSERT_EQ(folder->childCount(), 2);
-    const auto welcome = std::dynamic_pointer_cast<Article>(folder->children().at(0));
-    EXPECT_EQ(welcome->title(), "Welcome to QuillBay");
-    EXPECT_EQ(welcome->parent(), folder);
-    const QString page = library.longSummaryForArticle(welcome);
-    EXPECT_TRUE(page.contains(Resources::folderUrl().toString() + "/pages.css"))
-        << "the page's images resolve";
-    EXPECT_FALSE(page.contains("$IMAGE_PATH", Qt::CaseInsensitive));
-}
-
-TEST(FeedLibraryLoad, AFirstRunSeedsTheRootWithTheDefaultFeedsFlatAndInListOrder)
+TEST(FeedLibraryLoad, AFirstRunSeedsTheDefaultFeedsFlatAndTheClippingsWithWelcomeThenHelpButNeverAgain)
 {
     {
         FeedLibrary library;
         library.load();
+        EXPECT_TRUE(QDir(FeedLibrary::iconPath()).exists());
+        EXPECT_TRUE(QDir(FeedLibrary::articleImagePath()).exists());
         const auto root = library.root();
-        EXPECT_EQ(titlesOf(root->children()), defaultFeedTitles) << "folders of the list are not kept";
-        for (const TreeNodePtr &child : root->children()) {
-            const auto feed = std::dynamic_pointer_cast<Feed>(child);
-            ASSERT_TRUE(feed);
+        ASSERT_TRUE(root);
+        EXPECT_EQ(root->uniqueID(), "root");
+        EXPECT_EQ(titlesOf(root->children()), defaultFeedTitles()) << "folders of the list are not kept";
+        for (const FeedPtr &feed : library.allFeeds()) {
             EXPECT_EQ(feed->parent(), root);
             EXPECT_EQ(feed->feed().scheme(), "https") << feed->title().toStdString();
             EXPECT_FALSE(feed->link().isEmpty()) << feed->title().toStdString();
-            EXPECT_EQ(feed->childCount(), 0);
         }
-        EXPECT_EQ(library.allFeeds().first()->feed(), QUrl("https://feeds.bbci.co.uk/news/rss.xml"));
-        library.root()->removeChild(library.root()->children().first());
+
+        const auto clippings = storedRows("clippings");
+        ASSERT_EQ(clippings.size(), 2);
+        EXPECT_EQ(clippings.at(0).uniqueID, "QuillBay-SideBarWelcome");
+        EXPECT_EQ(clippings.at(1).uniqueID, "QuillBay-SideBarHelp");
+        for (const StoredRow &row : clippings) {
+            EXPECT_EQ(row.state, 1);
+            EXPECT_EQ(row.parent, "");
+        }
+        const auto folder = library.loadNewsClippings();
+        ASSERT_EQ(folder->childCount(), 2);
+        const auto welcome = std::dynamic_pointer_cast<Article>(folder->children().at(0));
+        EXPECT_EQ(welcome->parent(), folder);
+        const QString page = library.longSummaryForArticle(welcome);
+        EXPECT_TRUE(page.contains(Resources::folderUrl().toString() + "/pages.css"))
+            << "the page's images resolve";
+        EXPECT_FALSE(page.contains("$IMAGE_PATH", Qt::CaseInsensitive));
+
+        root->removeChild(root->children().first());
         library.save();
     }
     FeedLibrary library;
     library.load();
-    EXPECT_EQ(titlesOf(library.root()->children()), defaultFeedTitles.mid(1))
+    EXPECT_EQ(titlesOf(library.root()->children()), defaultFeedTitles().mid(1))
         << "a saved library is never seeded again";
+    EXPECT_EQ(storedRows("clippings").size(), 2);
 }
 
 TEST(FeedLibraryLoad, ALibrarySavedAndLoadedAgainKeepsItsTreeAndReattachesCountedArticles)
@@ -170,10 +139,6 @@ TEST(FeedLibraryLoad, ALibrarySavedAndLoadedAgainKeepsItsTreeAndReattachesCounte
         folder->setTitle("Tech");
         library.add(folder, nullptr, 0);
         auto feed = addFeed(library, "planet", folder);
-        feed->setUsername("me");
-        feed->setPassword("pw");
-        feed->setUpdateInterval(60);
-        feed->setRetentionPeriod(14);
         addFeed(library, "quiet");
         feedID = feed->uniqueID();
         storeArticle(library, feed, "old", "old text", 1);
@@ -193,11 +158,6 @@ TEST(FeedLibraryLoad, ALibrarySavedAndLoadedAgainKeepsItsTreeAndReattachesCounte
     const auto feed = std::dynamic_pointer_cast<Feed>(folder->children().value(0));
     ASSERT_TRUE(feed);
     EXPECT_EQ(feed->uniqueID(), feedID);
-    EXPECT_EQ(feed->username(), "me");
-    EXPECT_EQ(feed->password(), "pw");
-    EXPECT_EQ(feed->updateInterval(), 60);
-    EXPECT_EQ(feed->retentionPeriod(), 14);
-    EXPECT_EQ(feed->feed(), QUrl("https://example.org/planet.xml"));
     EXPECT_EQ(feed->parent(), folder);
 
     QStringList titles;
@@ -211,27 +171,22 @@ TEST(FeedLibraryLoad, ALibrarySavedAndLoadedAgainKeepsItsTreeAndReattachesCounte
               "new text");
 }
 
-TEST(FeedLibraryLoad, ADatabaseWithoutALibraryFileIsNeitherRecreatedNorReseeded)
+TEST(FeedLibraryLoad, EitherFileAloneLoadsWhatItHoldsAndTheMissingOneIsMadeAfresh)
 {
     {
         FeedLibrary library;
         library.load();
         storeArticle(library, addFeed(library, "gone"), "orphan", "text");
     }
-    FeedLibrary library;
-    library.load();
-    EXPECT_EQ(storedRows("clippings").size(), 2);
-    EXPECT_EQ(storedRows("articles").size(), 1) << "rows of feeds that no longer exist stay where they are";
-    EXPECT_EQ(titlesOf(library.root()->children()), defaultFeedTitles) << "the root is seeded afresh";
-}
-
-TEST(FeedLibraryLoad, ALibraryFileWithoutADatabaseLoadsItsFeedsWithNoArticles)
-{
     {
         FeedLibrary library;
-        loadWithoutDefaultFeeds(library);
-        auto feed = addFeed(library, "kept");
-        storeArticle(library, feed, "a", "text");
+        library.load();
+        EXPECT_EQ(storedRows("clippings").size(), 2) << "the clippings are not seeded twice";
+        EXPECT_EQ(storedRows("articles").size(), 1)
+            << "rows of feeds that no longer exist stay where they are";
+        EXPECT_EQ(titlesOf(library.root()->children()), defaultFeedTitles()) << "the root is seeded afresh";
+        library.root()->removeChildren();
+        storeArticle(library, addFeed(library, "kept"), "a", "text");
         library.save();
     }
     ASSERT_TRUE(QFile::remove(FeedLibrary::databasePath()));
@@ -266,7 +221,7 @@ TEST(FeedLibraryLoad, TwoRowsWithOneGuidLoadAsOneArticleTheLaterInTheEarliersPla
 TEST(FeedLibraryLoad, EachStartKeepsThreeBackupsAndAnUnreadableLibraryIsNeverSavedOverButCanBeRestored)
 {
     // Five starts of a program that writes: a feed added in each of the first two.
-    for (const QString &title : {"one", "two", "", "", ""}) {
+    for (const QString title : {"one", "two", "", "", ""}) {
         const bool firstRun = !QFile::exists(FeedLibrary::libraryFilePath());
         FeedLibrary library;
         ASSERT_TRUE(library.lockForWriting());
@@ -447,7 +402,7 @@ TEST(FeedLibraryQueries, SelectionNavigationAndMovesFollowTheTreeOrder)
                                         "- [QBFeedLibrary add:into:atIndex:] called with nil item to add."}));
 }
 
-TEST(FeedLibraryHistory, DeletingHistoryRemovesRowsAndThumbnails)
+TEST(FeedLibraryHistory, DeletingHistoryTakesRowsAndThumbnailsAndTheCleanUpOnlyPicturesOfArticlesThatAreGone)
 {
     FeedLibrary library;
     library.load();
@@ -455,29 +410,11 @@ TEST(FeedLibraryHistory, DeletingHistoryRemovesRowsAndThumbnails)
     auto kept = storeArticle(library, feed, "kept", "");
     auto dropped = storeArticle(library, feed, "dropped", "");
     const QString images = FeedLibrary::articleImagePath() + "/" + feed->uniqueID();
-    writeFile(images + "/" + dropped->uniqueID() + ".jpg", "jpeg");
-    writeFile(images + "/" + kept->uniqueID() + ".jpg", "jpeg");
-
+    for (const QString &name : {dropped->uniqueID(), kept->uniqueID(), QString("abc")})
+        writeFile(images + "/" + name + ".jpg", "jpeg");
     library.deleteHistoryFor(dropped, feed);
     EXPECT_FALSE(QFile::exists(images + "/" + dropped->uniqueID() + ".jpg"));
-    EXPECT_TRUE(QFile::exists(images + "/" + kept->uniqueID() + ".jpg"));
     EXPECT_EQ(storedRows("articles").size(), 1);
-
-    library.removeChildrenForItem(feed, true);
-    EXPECT_FALSE(QDir(images).exists());
-    EXPECT_EQ(storedRows("articles").size(), 0);
-    EXPECT_EQ(feed->childCount(), 0);
-}
-
-TEST(FeedLibraryHistory, TheThumbnailCleanUpDeletesOnlyPicturesOfArticlesThatAreGone)
-{
-    FeedLibrary library;
-    library.load();
-    auto feed = addFeed(library, "pictures");
-    auto article = storeArticle(library, feed, "has picture", "");
-    const QString images = FeedLibrary::articleImagePath() + "/" + feed->uniqueID();
-    writeFile(images + "/abc.jpg", "orphan");
-    writeFile(images + "/" + article->uniqueID() + ".jpg", "kept");
 
     int progressPosts = 0;
     const int token = NotificationCenter::defaultCenter().addObserver(
@@ -488,10 +425,14 @@ TEST(FeedLibraryHistory, TheThumbnailCleanUpDeletesOnlyPicturesOfArticlesThatAre
         storeArticle(library, addFeed(library, QString::number(i)), "busy", "");
     worker.join();
     NotificationCenter::defaultCenter().removeObserver(token);
-
     EXPECT_FALSE(QFile::exists(images + "/abc.jpg"));
-    EXPECT_TRUE(QFile::exists(images + "/" + article->uniqueID() + ".jpg"));
+    EXPECT_TRUE(QFile::exists(images + "/" + kept->uniqueID() + ".jpg"));
     EXPECT_GE(progressPosts, 2);
+
+    library.removeChildrenForItem(feed, true);
+    EXPECT_FALSE(QDir(images).exists());
+    EXPECT_EQ(feed->childCount(), 0);
+    EXPECT_EQ(storedRows("articles").size(), 200);
 }
 
 namespace {

@@ -1,9 +1,9 @@
-#include "LogCapture.h"
+#include "model/LibraryArchive.h"
+
 #include "model/Article.h"
 #include "model/Feed.h"
 #include "model/FeedLibrary.h"
 #include "model/Folder.h"
-#include "model/LibraryArchive.h"
 #include "model/VirtualFolder.h"
 
 #include <QDir>
@@ -23,7 +23,47 @@ std::shared_ptr<Feed> makeFeed(const QString &title, const std::shared_ptr<TreeN
     return feed;
 }
 
-std::shared_ptr<Folder> sampleLibrary()
+// Every stored field of every node, one line per node, with the identifier of the node's parent.
+QStringList outline(const TreeNodePtr &node, const QString &indent = {})
+{
+    const auto parent = node->parent();
+    QStringList fields{indent + node->uniqueID(), parent ? parent->uniqueID() : "-"};
+    if (const auto feed = std::dynamic_pointer_cast<Feed>(node)) {
+        return {(fields << "feed" << feed->title() << feed->description() << feed->username()
+                        << feed->password() << feed->encoding() << feed->link().toString()
+                        << feed->feed().toString() << feed->publicationDate().toString()
+                        << QString::number(feed->feedType()) << QString::number(feed->retentionPeriod())
+                        << QString::number(feed->updateInterval())
+                        << QString::number(feed->customIconAvailable()) << feed->failureReason()
+                        << feed->lastSucceeded().toString(Qt::ISODate) << feed->entityTag()
+                        << feed->lastModified() << feed->retryAfter().toString(Qt::ISODate)
+                        << feed->iconChecked().toString(Qt::ISODate))
+                    .join(" | ")};
+    }
+    if (const auto article = std::dynamic_pointer_cast<Article>(node)) {
+        fields << "article" << article->title() << article->guid() << article->summary()
+               << (article->source() ? article->source()->uniqueID() : article->tempSource());
+        for (const auto &author : article->authors())
+            fields << author->name() << author->title();
+        return {fields.join(" | ")};
+    }
+    if (const auto folder = std::dynamic_pointer_cast<Folder>(node))
+        fields << "folder" << folder->title() << QString::number(folder->locked());
+    if (const auto folder = std::dynamic_pointer_cast<VirtualFolder>(node))
+        fields << "virtual" << folder->title();
+    QStringList lines{fields.join(" | ")};
+    for (const TreeNodePtr &child : node->children())
+        lines << outline(child, indent + "  ");
+    return lines;
+}
+
+TreeNodePtr readBack(const TreeNodePtr &root)
+{
+    return LibraryArchive::unarchiveRoot(LibraryArchive::archivedData(root));
+}
+} // namespace
+
+TEST(LibraryArchive, ATreeReadBackKeepsEveryClassWithItsFieldsOrderAndParentsButNoRunStateOrFeedArticles)
 {
     auto root = std::make_shared<Folder>();
     root->setUniqueID("root");
@@ -40,7 +80,6 @@ std::shared_ptr<Folder> sampleLibrary()
     first->setRetentionPeriod(3);
     first->setFeedType(Feed::AtomType);
     first->setEncoding("UTF-8");
-    first->setState(Feed::Failed);
     first->setFailureReason("404 Not Found");
     first->setLastSucceeded(QDateTime(QDate(2026, 3, 1), QTime(8, 0), Qt::UTC));
     first->setEntityTag("\"abc\"");
@@ -49,107 +88,39 @@ std::shared_ptr<Folder> sampleLibrary()
     first->setIconChecked(QDateTime(QDate(2026, 2, 1), QTime(7, 0), Qt::UTC));
     first->setCustomIconAvailable(false);
     first->setPublicationDate(CalendarDate(QDateTime(QDate(2024, 2, 29), QTime(23, 59)), -34200));
-    first->addChild(std::make_shared<Article>()); // articles never go into the library file
-    first->updateUnreadCount();
     makeFeed("second", news);
-    makeFeed("third", root);
-    return root;
-}
-} // namespace
-
-TEST(LibraryArchive, ATreeReadBackKeepsItsFoldersFeedsOrderSettingsAndParentLinks)
-{
-    const auto original = sampleLibrary();
-    const auto root = std::dynamic_pointer_cast<Folder>(LibraryArchive::unarchiveRoot(
-        LibraryArchive::archivedData(original)));
-    ASSERT_TRUE(root);
-    EXPECT_EQ(root->uniqueID(), "root");
-    EXPECT_EQ(root->title(), "Feed Library");
-    ASSERT_EQ(root->childCount(), 2);
-
-    const auto news = std::dynamic_pointer_cast<Folder>(root->children().at(0));
-    ASSERT_TRUE(news);
-    EXPECT_EQ(news->title(), "News");
-    EXPECT_TRUE(news->locked());
-    EXPECT_EQ(news->parent(), root) << "a parent reference is the very node read elsewhere";
-    ASSERT_EQ(news->childCount(), 2);
-
-    const auto first = std::dynamic_pointer_cast<Feed>(news->children().at(0));
-    const auto originalFirst = std::dynamic_pointer_cast<Feed>(
-        std::dynamic_pointer_cast<Folder>(original->children().at(0))->children().at(0));
-    ASSERT_TRUE(first);
-    EXPECT_EQ(first->uniqueID(), originalFirst->uniqueID());
-    EXPECT_EQ(first->title(), "first");
-    EXPECT_EQ(first->description(), "first described");
-    EXPECT_EQ(first->feed(), QUrl("https://example.org/first.xml"));
-    EXPECT_EQ(first->link(), QUrl("https://example.org/first"));
-    EXPECT_EQ(first->username(), "reader");
-    EXPECT_EQ(first->password(), "s3cret \"quoted\"");
-    EXPECT_EQ(first->updateInterval(), 15);
-    EXPECT_EQ(first->retentionPeriod(), 3);
-    EXPECT_EQ(first->feedType(), Feed::AtomType);
-    EXPECT_EQ(first->encoding(), "UTF-8");
-    EXPECT_FALSE(first->customIconAvailable());
-    EXPECT_EQ(first->publicationDate(), originalFirst->publicationDate());
-    EXPECT_EQ(first->parent(), news);
-
-    EXPECT_EQ(first->state(), Feed::Parsed) << "a saved download state is not read back";
-    EXPECT_EQ(first->failureReason(), "404 Not Found") << "but why the latest refresh failed is";
-    EXPECT_EQ(first->lastSucceeded(), QDateTime(QDate(2026, 3, 1), QTime(8, 0), Qt::UTC));
-    EXPECT_EQ(first->entityTag(), "\"abc\"");
-    EXPECT_EQ(first->lastModified(), "Sun, 01 Mar 2026 08:00:00 GMT");
-    EXPECT_EQ(first->retryAfter(), QDateTime(QDate(2026, 3, 2), QTime(9, 0), Qt::UTC));
-    EXPECT_EQ(first->iconChecked(), QDateTime(QDate(2026, 2, 1), QTime(7, 0), Qt::UTC));
-    EXPECT_EQ(first->lastDownloaded(), CalendarDate::distantPast());
-    EXPECT_EQ(first->childCount(), 0) << "articles live in the database, not the library file";
-    EXPECT_EQ(first->unreadCount(), 0);
-
-    const auto second = std::dynamic_pointer_cast<Feed>(news->children().at(1));
-    ASSERT_TRUE(second);
-    EXPECT_EQ(second->title(), "second");
-    EXPECT_EQ(second->updateInterval(), -1);
-    EXPECT_TRUE(second->failureReason().isEmpty());
-    EXPECT_FALSE(second->lastSucceeded().isValid());
-    EXPECT_EQ(second->feedType(), -1);
-    EXPECT_TRUE(second->customIconAvailable());
-    const auto third = std::dynamic_pointer_cast<Feed>(root->children().at(1));
-    ASSERT_TRUE(third);
-    EXPECT_EQ(third->parent(), root);
-}
-
-TEST(LibraryArchive, VirtualFoldersAndArchivedArticlesComeBackWithTheirKeys)
-{
-    auto root = std::make_shared<Folder>();
-    auto feed = makeFeed("f", root);
+    auto third = makeFeed("third", root);
     auto clippings = std::make_shared<VirtualFolder>("News Clippings");
     root->addChild(clippings);
     auto article = std::make_shared<Article>();
     article->setTitle("Kept");
     article->setGuid("g-1");
     article->setSummary("summary");
-    article->setSource(feed);
-    article->setState(Article::New);
+    article->setSource(third);
     article->addAuthor(std::make_shared<QBPerson>("Ann", "Author", QString()));
     clippings->addChild(article, 0);
+    const QStringList written = outline(root);
 
-    const auto back = LibraryArchive::unarchiveRoot(LibraryArchive::archivedData(root));
+    first->setState(Feed::Failed);
+    first->addChild(std::make_shared<Article>()); // articles of feeds live in the database
+    first->updateUnreadCount();
+    const TreeNodePtr back = readBack(root);
     ASSERT_TRUE(back);
-    const auto folder = std::dynamic_pointer_cast<VirtualFolder>(back->children().at(1));
-    ASSERT_TRUE(folder);
-    EXPECT_EQ(folder->title(), "News Clippings");
-    const auto read = std::dynamic_pointer_cast<Article>(folder->children().value(0));
-    ASSERT_TRUE(read);
-    EXPECT_EQ(read->title(), "Kept");
-    EXPECT_EQ(read->guid(), "g-1");
-    EXPECT_EQ(read->summary(), "summary");
-    EXPECT_EQ(read->tempSource(), feed->uniqueID());
-    EXPECT_EQ(read->state(), Article::Read) << "an archive writes no state, so it reads as 0";
-    ASSERT_EQ(read->authors().size(), 1);
-    EXPECT_EQ(read->authors().at(0)->name(), "Ann");
-    EXPECT_FALSE(read->legacyCreationDate().isNull()) << "a missing creation date becomes the present";
+    EXPECT_EQ(outline(back).join('\n').toStdString(), written.join('\n').toStdString());
+
+    const auto readNews = back->children().at(0);
+    EXPECT_EQ(readNews->parent(), back) << "a parent reference is the very node read elsewhere";
+    const auto readFirst = std::dynamic_pointer_cast<Feed>(readNews->children().at(0));
+    EXPECT_EQ(readFirst->state(), Feed::Parsed) << "a saved download state is not read back";
+    EXPECT_EQ(readFirst->lastDownloaded(), CalendarDate::distantPast());
+    EXPECT_EQ(readFirst->childCount(), 0);
+    EXPECT_EQ(readFirst->unreadCount(), 0);
+    const auto readArticle = std::dynamic_pointer_cast<Article>(back->children().at(2)->children().at(0));
+    EXPECT_EQ(readArticle->state(), Article::Read) << "an archive writes no state, so it reads as 0";
+    EXPECT_FALSE(readArticle->legacyCreationDate().isNull()) << "a missing creation date becomes the present";
 }
 
-TEST(LibraryArchive, ADecodedFeedTakesItsIconFromTheIconFolderPreferringPng)
+TEST(LibraryArchive, ADecodedFeedTakesItsIconFromTheIconFolderPreferringPngAndPassingOverAnErrorPage)
 {
     auto root = std::make_shared<Folder>();
     auto both = makeFeed("both", root);
@@ -167,13 +138,12 @@ TEST(LibraryArchive, ADecodedFeedTakesItsIconFromTheIconFolderPreferringPng)
     writeIcon(both->uniqueID() + ".png", Qt::red);
     writeIcon(both->uniqueID() + ".ico", Qt::blue);
     writeIcon(icoOnly->uniqueID() + ".ico", Qt::green);
-    // A site's error page saved under the icon's name is no icon.
     QFile errorPage(FeedLibrary::iconPath() + "/" + none->uniqueID() + ".png");
     ASSERT_TRUE(errorPage.open(QIODevice::WriteOnly));
     errorPage.write("<html><body>404 Not Found</body></html>");
     errorPage.close();
 
-    const auto back = LibraryArchive::unarchiveRoot(LibraryArchive::archivedData(root));
+    const TreeNodePtr back = readBack(root);
     ASSERT_TRUE(back);
     const auto readBoth = std::dynamic_pointer_cast<Feed>(back->children().at(0));
     const auto readIco = std::dynamic_pointer_cast<Feed>(back->children().at(1));
@@ -184,17 +154,4 @@ TEST(LibraryArchive, ADecodedFeedTakesItsIconFromTheIconFolderPreferringPng)
     EXPECT_EQ(QColor(readIco->favIcon().pixel(14, 14)), QColor(Qt::green));
     EXPECT_TRUE(readNone->favIcon().isNull());
     EXPECT_FALSE(readNone->customIconAvailable());
-}
-
-TEST(LibraryArchive, DamagedOrForeignBytesGiveNoTreeAndALogLine)
-{
-    const QByteArray good = LibraryArchive::archivedData(sampleLibrary());
-    const QList<QByteArray> damaged{good.left(good.size() / 2), good.left(1), QByteArray(),
-                                    QByteArray("<?xml version=\"1.0\"?><plist/>"),
-                                    QByteArray("{\"root\": 1}")};
-    for (const QByteArray &bytes : damaged) {
-        LogCapture log;
-        EXPECT_EQ(LibraryArchive::unarchiveRoot(bytes), nullptr);
-        EXPECT_FALSE(log.lines().isEmpty());
-    }
 }

@@ -48,6 +48,19 @@ std::shared_ptr<Feed> feedIn(const TreeNodePtr &parent, const QString &title, co
     return feed;
 }
 
+// Folders and feeds as indented lines of title and address.
+QStringList outline(const TreeNodePtr &node, const QString &indent = {})
+{
+    QStringList lines;
+    for (const TreeNodePtr &child : node->children()) {
+        if (const auto feed = std::dynamic_pointer_cast<Feed>(child))
+            lines << indent + feed->title() + " <" + feed->feed().toString() + ">";
+        else if (const auto folder = std::dynamic_pointer_cast<Folder>(child))
+            lines << indent + folder->title() + "/" << outline(folder, indent + "  ");
+    }
+    return lines;
+}
+
 QByteArray fileBytes(const QString &path)
 {
     QFile file(path);
@@ -109,83 +122,50 @@ TEST(OPMLExport, AFolderAndItsFeedsAreWrittenLineByLineAtTwoTabsWhateverTheDepth
     EXPECT_EQ(OPMLExporter(std::make_shared<Folder>()).text(), head + tail);
 }
 
-TEST(OPMLExport, MarkupAndControlCharactersInTitlesStillMakeAFileThatLibxml2ReadsBackAsTheSameFeeds)
-{
-    auto root = std::make_shared<Folder>();
-    const QString folderTitle = "Q&A <\"best\"> 100%1 %2";
-    const QString feedTitle = QString("Bell\x07 and\tform\x0c feed\r\nnews") + QChar(0xFFFE) + "\U0001F30A";
-    auto folder = folderIn(root, folderTitle);
-    feedIn(folder, feedTitle, "https://example.org/feed?a=1&b=<2>");
-    QTemporaryDir scratch;
-    const QString path = scratch.filePath("Feeds.opml");
-    ASSERT_TRUE(OPMLExporter(root).saveToOPMLFile(path));
-    EXPECT_TRUE(fileBytes(path).contains("title=\"Q&amp;A &lt;&quot;best&quot;&gt; 100%1 %2\""));
-
-    const std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> document(
-        xmlReadFile(QFile::encodeName(path).constData(), nullptr, XML_PARSE_NONET), &xmlFreeDoc);
-    ASSERT_TRUE(document) << "not XML: " << fileBytes(path).toStdString();
-    QStringList titles;
-    QStringList addresses;
-    const auto attribute = [](xmlNode *node, const char *name) {
-        xmlChar *value = xmlGetProp(node, reinterpret_cast<const xmlChar *>(name));
-        const QString text = QString::fromUtf8(reinterpret_cast<const char *>(value));
-        xmlFree(value);
-        return text;
-    };
-    const std::function<void(xmlNode *)> walk = [&](xmlNode *node) {
-        for (; node; node = node->next) {
-            if (node->type == XML_ELEMENT_NODE && xmlStrEqual(node->name, BAD_CAST "outline")) {
-                titles << attribute(node, "title");
-                addresses << attribute(node, "xmlUrl");
-            }
-            walk(node->children);
-        }
-    };
-    walk(xmlDocGetRootElement(document.get()));
-    EXPECT_EQ(titles, QStringList({folderTitle, "Bell and\tform feed\r\nnews\U0001F30A"}))
-        << "what XML cannot hold is dropped, line breaks and tabs come back as they were";
-    EXPECT_EQ(addresses.last(), QUrl("https://example.org/feed?a=1&b=<2>").toString(QUrl::FullyEncoded));
-}
-
-TEST(OPMLExport, AnExportedFileImportsBackIntoTheSameFoldersAndFeeds)
+// The importer is forgiving, so libxml2 is the judge of whether the file is XML at all.
+TEST(OPMLExport, AnExportImportsBackAsTheSameTreeAndAwkwardTitlesStillMakeXML)
 {
     auto root = std::make_shared<Folder>();
     auto news = folderIn(root, "News & Views");
     feedIn(news, "Harbour Notes", "http://harbour.example/rss.xml")->setLink(QUrl("http://harbour.example/"));
-    auto lights = folderIn(news, "Lights");
-    feedIn(lights, "Lighthouse Log", "http://lighthouse.example/atom.xml", Feed::AtomType);
+    feedIn(folderIn(news, "Lights"), "Lighthouse Log", "http://lighthouse.example/atom.xml", Feed::AtomType);
     feedIn(root, "Fishing Times", "http://fish.example/feed?x=1&y=2");
-
     QTemporaryDir scratch;
     const QString path = scratch.filePath("Feeds.opml");
     OPMLExporter exporter(root);
     ASSERT_TRUE(exporter.saveToOPMLFile(path));
     EXPECT_TRUE(exporter.errorString().isEmpty());
     EXPECT_EQ(fileBytes(path), exporter.text().toUtf8());
-
     const OPMLImporter importer = OPMLImporter::importFeedsFromPath(path);
-    const TreeNodeList top = importer.importedFeedsFolder()->children();
-    ASSERT_EQ(top.size(), 2);
-    const auto importedNews = std::dynamic_pointer_cast<Folder>(top.at(0));
-    ASSERT_TRUE(importedNews);
-    EXPECT_EQ(importedNews->title(), "News & Views");
-    ASSERT_EQ(importedNews->childCount(), 2);
-    const auto harbour = std::dynamic_pointer_cast<Feed>(importedNews->children().at(0));
-    ASSERT_TRUE(harbour);
-    EXPECT_EQ(harbour->title(), "Harbour Notes");
-    EXPECT_EQ(harbour->feed(), QUrl("http://harbour.example/rss.xml"));
-    const auto importedLights = std::dynamic_pointer_cast<Folder>(importedNews->children().at(1));
-    ASSERT_TRUE(importedLights);
-    EXPECT_EQ(importedLights->title(), "Lights");
-    ASSERT_EQ(importedLights->childCount(), 1);
-    const auto lighthouse = std::dynamic_pointer_cast<Feed>(importedLights->children().at(0));
-    ASSERT_TRUE(lighthouse);
-    EXPECT_EQ(lighthouse->feed(), QUrl("http://lighthouse.example/atom.xml"));
-    const auto fishing = std::dynamic_pointer_cast<Feed>(top.at(1));
-    ASSERT_TRUE(fishing);
-    EXPECT_EQ(fishing->title(), "Fishing Times");
-    EXPECT_EQ(fishing->feed(), QUrl("http://fish.example/feed?x=1&y=2"));
-    EXPECT_EQ(importer.feeds().size(), 3);
+    EXPECT_EQ(outline(importer.importedFeedsFolder()).join('\n').toStdString(),
+              outline(root).join('\n').toStdString());
+
+    auto awkward = std::make_shared<Folder>();
+    const QString folderTitle = "Q&A <\"best\"> 100%1 %2";
+    const QString feedTitle = QString("Bell\x07 and\tform\x0c feed\r\nnews") + QChar(0xFFFE) + "\U0001F30A";
+    feedIn(folderIn(awkward, folderTitle), feedTitle, "https://example.org/feed?a=1&b=<2>");
+    ASSERT_TRUE(OPMLExporter(awkward).saveToOPMLFile(path));
+    EXPECT_TRUE(fileBytes(path).contains("title=\"Q&amp;A &lt;&quot;best&quot;&gt; 100%1 %2\""));
+    const std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> document(
+        xmlReadFile(QFile::encodeName(path).constData(), nullptr, XML_PARSE_NONET), &xmlFreeDoc);
+    ASSERT_TRUE(document) << "not XML: " << fileBytes(path).toStdString();
+    QStringList attributes;
+    const std::function<void(xmlNode *)> walk = [&](xmlNode *node) {
+        for (; node; node = node->next) {
+            for (const char *name : {"title", "xmlUrl"}) {
+                if (xmlChar *value = xmlGetProp(node, reinterpret_cast<const xmlChar *>(name))) {
+                    attributes << QString::fromUtf8(reinterpret_cast<const char *>(value));
+                    xmlFree(value);
+                }
+            }
+            walk(node->children);
+        }
+    };
+    walk(xmlDocGetRootElement(document.get()));
+    EXPECT_EQ(attributes,
+              QStringList({folderTitle, "Bell and\tform feed\r\nnews\U0001F30A",
+                           QUrl("https://example.org/feed?a=1&b=<2>").toString(QUrl::FullyEncoded)}))
+        << "what XML cannot hold is dropped, line breaks and tabs come back as they were";
 }
 
 TEST(OPMLExport, AFailedWriteLeavesTheOldFileWholeAndNoTemporaryFileBehind)

@@ -6,6 +6,7 @@
 #include "platform/Defaults.h"
 
 #include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -14,13 +15,6 @@ namespace {
 QImage named(const char *name)
 {
     return SourceListImages::imageNamed(QLatin1String(name));
-}
-
-QImage solidImage(const QColor &colour)
-{
-    QImage image(40, 40, QImage::Format_ARGB32);
-    image.fill(colour);
-    return image;
 }
 
 class SourceListIconChoice : public ::testing::Test
@@ -32,6 +26,13 @@ protected:
         QDir().mkpath(FeedLibrary::iconPath());
         root->setUniqueID("root");
         feed->setCustomIconAvailable(false);
+    }
+
+    bool saveIcon(const QColor &colour, const char *format)
+    {
+        QImage image(40, 40, QImage::Format_ARGB32);
+        image.fill(colour);
+        return image.save(FeedLibrary::iconPath() + "/" + feed->uniqueID() + "." + format, format);
     }
 
     QTemporaryDir scratch;
@@ -46,17 +47,14 @@ protected:
 
 } // namespace
 
-TEST(SourceListImages, EveryNamedPictureIsDrawnAtItsSizeAndUnknownNamesHaveNone)
+TEST_F(SourceListIconChoice, EachKindOfRowGetsItsPictureAtTheSizeTheSettingAndTheCallAskFor)
 {
     for (const char *name : {"library16", "search16", "folder16", "feed16", "article16"}) {
-        const QImage image = named(name);
-        EXPECT_EQ(image.size(), QSize(16, 16)) << name;
-        EXPECT_GT(qAlpha(image.pixel(8, 8)), 0) << name << " has something drawn in its middle";
+        EXPECT_EQ(named(name).size(), QSize(16, 16)) << name;
+        EXPECT_GT(qAlpha(named(name).pixel(8, 8)), 0) << name << " has something drawn in its middle";
     }
-    EXPECT_EQ(named("folder").size(), QSize(32, 32));
     EXPECT_EQ(named("feed").size(), QSize(32, 32));
     EXPECT_NE(named("feed16"), named("folder16"));
-    EXPECT_TRUE(named("library").isNull());
     EXPECT_TRUE(named("sparkle16").isNull());
 
     // At 200 % the shapes are drawn again on twice the pixels, not blown up from the small picture.
@@ -65,42 +63,41 @@ TEST(SourceListImages, EveryNamedPictureIsDrawnAtItsSizeAndUnknownNamesHaveNone)
     EXPECT_EQ(sharp.devicePixelRatio(), 2.0);
     EXPECT_NE(sharp.convertToFormat(QImage::Format_ARGB32),
               named("folder16").scaled(32, 32).convertToFormat(QImage::Format_ARGB32));
+
+    const std::tuple<TreeNodePtr, const char *, const char *, const char *> rows[] = {
+        // row, regular, with small icons set, tiny
+        {root, "folder", "folder16", "library16"},
+        {folder, "folder", "folder16", "folder16"},
+        {feed, "feed", "feed16", "feed16"},
+        {search, "search16", "search16", "search16"},
+        {article, "article16", "article16", "article16"},
+        {nullptr, "feed", "feed16", "feed16"}};
+    for (const bool small : {false, true}) {
+        defaults.setBoolean("displaySmallIcons", small);
+        for (const auto &[row, regular, smallSet, tiny] : rows) {
+            SCOPED_TRACE(tiny);
+            EXPECT_EQ(icons.smallIconForItem(row), named(small ? smallSet : regular));
+            EXPECT_EQ(icons.tinyIconForItem(row), named(tiny));
+        }
+    }
 }
 
-TEST_F(SourceListIconChoice, TheSmallIconsSettingPicksTheSizeOfFolderAndFeedPictures)
+TEST_F(SourceListIconChoice, AFeedsOwnIconIsReadOnlyWhenAvailablePreferringPngAndKeptUntilLetGo)
 {
-    EXPECT_EQ(icons.smallIconForItem(folder), named("folder")) << "regular size unless set";
-    EXPECT_EQ(icons.smallIconForItem(feed), named("feed"));
-    EXPECT_EQ(icons.smallIconForItem(search), named("search16"));
-    EXPECT_EQ(icons.smallIconForItem(article), named("article16"));
-    EXPECT_EQ(icons.smallIconForItem(nullptr), named("feed")) << "anything else shows as a feed";
+    ASSERT_TRUE(saveIcon(Qt::green, "png"));
+    EXPECT_EQ(icons.smallIconForItem(feed), named("feed")) << "no file is looked at";
+    EXPECT_TRUE(feed->favIcon().isNull());
+    ASSERT_TRUE(QFile::remove(FeedLibrary::iconPath() + "/" + feed->uniqueID() + ".png"));
 
-    defaults.setBoolean("displaySmallIcons", true);
-    EXPECT_EQ(icons.smallIconForItem(folder), named("folder16"));
-    EXPECT_EQ(icons.smallIconForItem(feed), named("feed16"));
-    EXPECT_EQ(icons.smallIconForItem(root), named("folder16")) << "the root is a row nowhere";
-}
-
-TEST_F(SourceListIconChoice, TinyIconsAlwaysUseTheSmallPicturesAndGiveTheRootItsOwn)
-{
-    EXPECT_EQ(icons.tinyIconForItem(root), named("library16"));
-    EXPECT_EQ(icons.tinyIconForItem(folder), named("folder16"));
-    EXPECT_EQ(icons.tinyIconForItem(feed), named("feed16"));
-    EXPECT_EQ(icons.tinyIconForItem(search), named("search16"));
-    EXPECT_EQ(icons.tinyIconForItem(article), named("article16"));
-}
-
-TEST_F(SourceListIconChoice, AFeedsOwnIconComesFromTheIconFolderAndIsKept)
-{
     feed->setCustomIconAvailable(true);
-    ASSERT_TRUE(solidImage(Qt::red).save(FeedLibrary::iconPath() + "/" + feed->uniqueID() + ".ico", "ICO"));
+    EXPECT_EQ(icons.smallIconForItem(std::make_shared<Feed>()), named("feed")) << "no file of its name";
+    ASSERT_TRUE(saveIcon(Qt::red, "ico"));
     const QImage fromIco = icons.smallIconForItem(feed);
     EXPECT_EQ(fromIco.size(), QSize(16, 16));
     EXPECT_EQ(QColor(fromIco.pixel(8, 8)), QColor(Qt::red));
     EXPECT_EQ(feed->favIcon(), fromIco) << "kept as the feed's icon";
 
-    // The PNG wins over the ICO, once the kept icon is let go.
-    ASSERT_TRUE(solidImage(Qt::blue).save(FeedLibrary::iconPath() + "/" + feed->uniqueID() + ".png"));
+    ASSERT_TRUE(saveIcon(Qt::blue, "png"));
     EXPECT_EQ(QColor(icons.tinyIconForItem(feed).pixel(8, 8)), QColor(Qt::red));
     feed->setFavIcon(QImage());
     EXPECT_EQ(QColor(icons.tinyIconForItem(feed).pixel(8, 8)), QColor(Qt::blue));
@@ -108,15 +105,4 @@ TEST_F(SourceListIconChoice, AFeedsOwnIconComesFromTheIconFolderAndIsKept)
     defaults.setBoolean("displayCustomIcons", false);
     EXPECT_EQ(icons.smallIconForItem(feed), named("feed")) << "custom icons off hides even a kept icon";
     EXPECT_EQ(icons.tinyIconForItem(feed), named("feed16"));
-}
-
-TEST_F(SourceListIconChoice, NoFileIsLookedAtWhenTheFeedHasNoIconAvailable)
-{
-    ASSERT_TRUE(solidImage(Qt::green).save(FeedLibrary::iconPath() + "/" + feed->uniqueID() + ".png"));
-    EXPECT_EQ(icons.smallIconForItem(feed), named("feed"));
-    EXPECT_TRUE(feed->favIcon().isNull());
-
-    feed->setCustomIconAvailable(true);
-    auto stranger = std::make_shared<Feed>();
-    EXPECT_EQ(icons.smallIconForItem(stranger), named("feed")) << "no file of its name";
 }

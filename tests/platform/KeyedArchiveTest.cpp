@@ -6,11 +6,8 @@
 #include <QCborArray>
 #include <QCborMap>
 #include <QCborValue>
-#include <QFile>
 #include <QRandomGenerator>
 #include <QTimeZone>
-#include "FeedCorpus.h"
-
 #include <gtest/gtest.h>
 
 namespace {
@@ -45,115 +42,78 @@ public:
     }
 };
 
-// One value of every kind the archive keeps.
-class Values : public Archivable
+using Writer = std::function<void(KeyedArchiver &)>;
+using Reader = std::function<void(KeyedUnarchiver &)>;
+
+// Writes and reads whatever its two functions say, to try one kind of value at a time.
+class Box : public Archivable
 {
 public:
-    QString nilText, emptyText = "", text = "zoë \"q\" \n";
-    qint32 smallest = std::numeric_limits<qint32>::min(), largest = std::numeric_limits<qint32>::max();
-    quint64 huge = std::numeric_limits<quint64>::max();
-    double fraction = 0.1;
-    bool yes = true, no = false;
-    QUrl url = QUrl("http://example.com/a b/é?q=1&r=%2F#frag"), noUrl;
-    CalendarDate past = CalendarDate::distantPast();
-    CalendarDate nepal =
-        CalendarDate(QDateTime(QDate(2006, 5, 17), QTime(14, 32, 7, 250), Qt::UTC), 20700, "%d/%m");
-    CalendarDate oddOffset =
-        CalendarDate(QDateTime(QDate(1883, 11, 18), QTime(12, 0), Qt::UTC), -17762, QString());
-    CalendarDate noDate;
-    QDateTime utc = QDateTime(QDate(2020, 2, 29), QTime(23, 59, 59, 999), Qt::UTC);
-    QDateTime offset = QDateTime(QDate(2001, 1, 1), QTime(0, 0), Qt::OffsetFromUTC, -9000);
-    QDateTime zoned = QDateTime(QDate(2010, 7, 1), QTime(12, 0), QTimeZone("Europe/Berlin"));
-    QDateTime noMoment;
-    QStringList words{"a", "", "b c"};
-    QString first = "1st", second;
-    QUrl third = QUrl("mailto:x@example.com");
+    Writer write;
+    Reader read;
 
-    QString archiveClassName() const override { return QStringLiteral("Values"); }
-    void encodeWithCoder(KeyedArchiver &coder) const override
-    {
-        coder.encodeString("nilText", nilText);
-        coder.encodeString("emptyText", emptyText);
-        coder.encodeString("text", text);
-        coder.encodeInt32("smallest", smallest);
-        coder.encodeInt32("largest", largest);
-        coder.encodeUInt64("huge", huge);
-        coder.encodeDouble("fraction", fraction);
-        coder.encodeBool("yes", yes);
-        coder.encodeBool("no", no);
-        coder.encodeUrl("url", url);
-        coder.encodeUrl("noUrl", noUrl);
-        coder.encodeCalendarDate("past", past);
-        coder.encodeCalendarDate("nepal", nepal);
-        coder.encodeCalendarDate("oddOffset", oddOffset);
-        coder.encodeCalendarDate("noDate", noDate);
-        coder.encodeDateTime("utc", utc);
-        coder.encodeDateTime("offset", offset);
-        coder.encodeDateTime("zoned", zoned);
-        coder.encodeDateTime("noMoment", noMoment);
-        coder.encodeStringList("words", words);
-        coder.encodeNextString(first);
-        coder.encodeNextString(second);
-        coder.encodeNextUrl(third);
-    }
-    void initWithCoder(KeyedUnarchiver &coder) override
-    {
-        nilText = coder.decodeString("nilText");
-        emptyText = coder.decodeString("emptyText");
-        text = coder.decodeString("text");
-        smallest = coder.decodeInt32("smallest");
-        largest = coder.decodeInt32("largest");
-        huge = coder.decodeUInt64("huge");
-        fraction = coder.decodeDouble("fraction");
-        yes = coder.decodeBool("yes");
-        no = coder.decodeBool("no");
-        url = coder.decodeUrl("url");
-        noUrl = coder.decodeUrl("noUrl");
-        past = coder.decodeCalendarDate("past");
-        nepal = coder.decodeCalendarDate("nepal");
-        oddOffset = coder.decodeCalendarDate("oddOffset");
-        noDate = coder.decodeCalendarDate("noDate");
-        utc = coder.decodeDateTime("utc");
-        offset = coder.decodeDateTime("offset");
-        zoned = coder.decodeDateTime("zoned");
-        noMoment = coder.decodeDateTime("noMoment");
-        words = coder.decodeStringList("words");
-        first = coder.decodeNextString();
-        second = coder.decodeNextString();
-        third = coder.decodeNextUrl();
-    }
+    QString archiveClassName() const override { return QStringLiteral("Box"); }
+    void encodeWithCoder(KeyedArchiver &coder) const override { write(coder); }
+    void initWithCoder(KeyedUnarchiver &coder) override { read(coder); }
 };
 
-// Reads the key "value" with the decoder its kind names, to meet values of other types.
-class TypedReader : public Archivable
+std::shared_ptr<Box> makeBox(
+    const Writer &write, const Reader &read = [](KeyedUnarchiver &) {})
 {
-public:
-    explicit TypedReader(const QString &kind) : m_kind(kind) {}
+    auto box = std::make_shared<Box>();
+    box->write = write;
+    box->read = read;
+    return box;
+}
 
-    QString archiveClassName() const override { return QStringLiteral("Node"); }
-    void encodeWithCoder(KeyedArchiver &) const override {}
-    void initWithCoder(KeyedUnarchiver &coder) override
-    {
-        const QHash<QString, std::function<void()>> decoders{
-            {"string", [&] { coder.decodeString("value"); }},
-            {"int32", [&] { coder.decodeInt32("value"); }},
-            {"uint64", [&] { coder.decodeUInt64("value"); }},
-            {"double", [&] { coder.decodeDouble("value"); }},
-            {"bool", [&] { coder.decodeBool("value"); }},
-            {"url", [&] { coder.decodeUrl("value"); }},
-            {"calendarDate", [&] { coder.decodeCalendarDate("value"); }},
-            {"dateTime", [&] { coder.decodeDateTime("value"); }},
-            {"stringList", [&] { coder.decodeStringList("value"); }},
-        };
-        decoders.value(m_kind)();
-    }
+// A box as read back by a box that runs the reader.
+std::shared_ptr<Archivable> readBox(const QByteArray &data, const Reader &read)
+{
+    return KeyedUnarchiver::unarchiveObjectWithData(data, {{"Box", [read] { return makeBox({}, read); }}});
+}
 
-private:
-    QString m_kind;
-};
+// A value written under a key by one encoder and read back by the matching decoder.
+template <typename T, typename Value>
+T readBack(void (KeyedArchiver::*encode)(const QString &, Value),
+           T (KeyedUnarchiver::*decode)(const QString &) const, const std::type_identity_t<T> &value)
+{
+    T back{};
+    const auto box = makeBox([&](KeyedArchiver &coder) { (coder.*encode)("v", value); });
+    EXPECT_TRUE(readBox(KeyedArchiver::archivedDataWithRootObject(box),
+                        [&](KeyedUnarchiver &coder) { back = (coder.*decode)("v"); }));
+    return back;
+}
+
+// A value of every kind, so that damaged copies of the archive reach every decoder.
+const auto everyKind = makeBox(
+    [](KeyedArchiver &coder) {
+        coder.encodeString("string", "zoë");
+        coder.encodeInt32("int32", -1);
+        coder.encodeUInt64("uint64", std::numeric_limits<quint64>::max());
+        coder.encodeDouble("double", 0.1);
+        coder.encodeBool("bool", true);
+        coder.encodeUrl("url", QUrl("http://example.com/a b"));
+        coder.encodeCalendarDate("calendarDate", CalendarDate::distantPast());
+        coder.encodeDateTime("dateTime",
+                             QDateTime(QDate(2010, 7, 1), QTime(12, 0), QTimeZone("Europe/Berlin")));
+        coder.encodeStringList("stringList", {"a", ""});
+        coder.encodeNextString("next");
+    },
+    [](KeyedUnarchiver &coder) {
+        coder.decodeString("string");
+        coder.decodeInt32("int32");
+        coder.decodeUInt64("uint64");
+        coder.decodeDouble("double");
+        coder.decodeBool("bool");
+        coder.decodeUrl("url");
+        coder.decodeCalendarDate("calendarDate");
+        coder.decodeDateTime("dateTime");
+        coder.decodeStringList("stringList");
+        coder.decodeNextString();
+    });
 
 const KeyedUnarchiver::ClassTable Classes{{"Node", [] { return std::make_shared<Node>(); }},
-                                          {"Values", [] { return std::make_shared<Values>(); }}};
+                                          {"Box", [] { return makeBox({}, everyKind->read); }}};
 
 std::shared_ptr<Node> makeNode(const QString &name, const std::shared_ptr<Node> &parent = nullptr)
 {
@@ -186,7 +146,6 @@ QCborValue reference(qint64 index)
 {
     return QCborValue(ArchiveFormat::ObjectReferenceTag, index);
 }
-
 
 } // namespace
 
@@ -226,75 +185,68 @@ TEST(KeyedArchive, SharedObjectsAreStoredOnceAndAChildsParentReadsBackAsTheSameO
     root->tag.reset();
 }
 
-TEST(KeyedArchive, EveryValueTypeReadsBackWithItsType)
+TEST(KeyedArchive, EveryKindOfValueReadsBackWithItsTypeItsEdgesAndTheNullAndEmptyKeptApart)
 {
-    auto values = std::make_shared<Values>();
-    values->second = QString();
-    const QByteArray data = KeyedArchiver::archivedDataWithRootObject(values);
+    using A = KeyedArchiver;
+    using U = KeyedUnarchiver;
+    EXPECT_TRUE(readBack(&A::encodeString, &U::decodeString, QString()).isNull());
+    EXPECT_FALSE(readBack(&A::encodeString, &U::decodeString, "").isNull());
+    EXPECT_EQ(readBack(&A::encodeString, &U::decodeString, "zoë \"q\" \n"), "zoë \"q\" \n");
+    for (const qint32 edge : {std::numeric_limits<qint32>::min(), std::numeric_limits<qint32>::max()})
+        EXPECT_EQ(readBack(&A::encodeInt32, &U::decodeInt32, edge), edge);
+    EXPECT_EQ(readBack(&A::encodeUInt64, &U::decodeUInt64, std::numeric_limits<quint64>::max()),
+              std::numeric_limits<quint64>::max());
+    EXPECT_EQ(readBack(&A::encodeDouble, &U::decodeDouble, 0.1), 0.1);
+    EXPECT_TRUE(readBack(&A::encodeBool, &U::decodeBool, true));
+    EXPECT_FALSE(readBack(&A::encodeBool, &U::decodeBool, false));
+    const QUrl url("http://example.com/a b/é?q=1&r=%2F#frag");
+    EXPECT_EQ(readBack(&A::encodeUrl, &U::decodeUrl, url), url);
+    EXPECT_TRUE(readBack(&A::encodeUrl, &U::decodeUrl, QUrl()).isEmpty());
+    EXPECT_EQ(readBack(&A::encodeStringList, &U::decodeStringList, {"a", "", "b c"}),
+              QStringList({"a", "", "b c"}));
 
-    auto back = std::dynamic_pointer_cast<Values>(KeyedUnarchiver::unarchiveObjectWithData(data, Classes));
-    ASSERT_TRUE(back);
-    const Values expected;
-    EXPECT_TRUE(back->nilText.isNull());
-    EXPECT_FALSE(back->emptyText.isNull());
-    EXPECT_TRUE(back->emptyText.isEmpty());
-    EXPECT_EQ(back->text, expected.text);
-    EXPECT_EQ(back->smallest, expected.smallest);
-    EXPECT_EQ(back->largest, expected.largest);
-    EXPECT_EQ(back->huge, expected.huge);
-    EXPECT_EQ(back->fraction, 0.1);
-    EXPECT_TRUE(back->yes);
-    EXPECT_FALSE(back->no);
-    EXPECT_EQ(back->url, expected.url);
-    EXPECT_TRUE(back->noUrl.isEmpty());
-    EXPECT_EQ(back->past, CalendarDate::distantPast());
-    EXPECT_EQ(back->past.year(), 1);
-    EXPECT_EQ(back->nepal, expected.nepal);
-    EXPECT_EQ(back->nepal.localMoment().time(), QTime(20, 17, 7, 250));
-    EXPECT_EQ(back->oddOffset, expected.oddOffset);
-    EXPECT_TRUE(back->oddOffset.calendarFormat().isNull());
-    EXPECT_TRUE(back->noDate.isNull());
-    EXPECT_EQ(back->utc, expected.utc);
-    EXPECT_EQ(back->utc.timeSpec(), Qt::UTC);
-    EXPECT_EQ(back->offset.offsetFromUtc(), -9000);
-    EXPECT_EQ(back->offset, expected.offset);
-    EXPECT_EQ(back->zoned.timeZone().id(), QByteArray("Europe/Berlin"));
-    EXPECT_EQ(back->zoned, expected.zoned);
-    EXPECT_FALSE(back->noMoment.isValid());
-    EXPECT_EQ(back->words, expected.words);
-    EXPECT_EQ(back->first, "1st");
-    EXPECT_TRUE(back->second.isNull());
-    EXPECT_EQ(back->third, expected.third);
-}
+    EXPECT_EQ(readBack(&A::encodeCalendarDate, &U::decodeCalendarDate, CalendarDate::distantPast()).year(),
+              1);
+    const CalendarDate nepal(QDateTime(QDate(2006, 5, 17), QTime(14, 32, 7, 250), Qt::UTC), 20700, "%d/%m");
+    EXPECT_EQ(readBack(&A::encodeCalendarDate, &U::decodeCalendarDate, nepal), nepal);
+    EXPECT_EQ(readBack(&A::encodeCalendarDate, &U::decodeCalendarDate, nepal).localMoment().time(),
+              QTime(20, 17, 7, 250));
+    const CalendarDate oddOffset(QDateTime(QDate(1883, 11, 18), QTime(12, 0), Qt::UTC), -17762, QString());
+    const CalendarDate oddBack = readBack(&A::encodeCalendarDate, &U::decodeCalendarDate, oddOffset);
+    EXPECT_EQ(oddBack, oddOffset);
+    EXPECT_TRUE(oddBack.calendarFormat().isNull());
+    EXPECT_TRUE(readBack(&A::encodeCalendarDate, &U::decodeCalendarDate, CalendarDate()).isNull());
 
-TEST(KeyedArchive, AbsentKeysGiveEmptyValuesAndRecordedVersionsAreAnswered)
-{
-    class Probe : public Archivable
-    {
-    public:
-        QString archiveClassName() const override { return QStringLiteral("Probe"); }
-        int archiveClassVersion() const override { return 7; }
-        void encodeWithCoder(KeyedArchiver &coder) const override { coder.encodeNextString("only"); }
-        void initWithCoder(KeyedUnarchiver &coder) override
-        {
-            heard << QString::number(coder.containsValue("absent")) << coder.decodeNextString()
-                  << QString::number(coder.decodeNextString().isNull())
-                  << QString::number(coder.decodeInt32("absent"))
-                  << QString::number(coder.versionForClassName("Probe"))
-                  << QString::number(coder.versionForClassName("Node"));
-        }
-        QStringList heard;
-    };
-    const QByteArray data = KeyedArchiver::archivedDataWithRootObject(std::make_shared<Probe>());
-    auto back =
-        KeyedUnarchiver::unarchiveObjectWithData(data, {{"Probe", [] { return std::make_shared<Probe>(); }}});
-    ASSERT_TRUE(back);
-    EXPECT_EQ(static_cast<Probe &>(*back).heard, QStringList({"0", "only", "1", "0", "7", "-1"}));
+    const QDateTime utc(QDate(2020, 2, 29), QTime(23, 59, 59, 999), Qt::UTC);
+    EXPECT_EQ(readBack(&A::encodeDateTime, &U::decodeDateTime, utc).timeSpec(), Qt::UTC);
+    EXPECT_EQ(readBack(&A::encodeDateTime, &U::decodeDateTime, utc), utc);
+    const QDateTime offset(QDate(2001, 1, 1), QTime(0, 0), Qt::OffsetFromUTC, -9000);
+    EXPECT_EQ(readBack(&A::encodeDateTime, &U::decodeDateTime, offset).offsetFromUtc(), -9000);
+    const QDateTime zoned(QDate(2010, 7, 1), QTime(12, 0), QTimeZone("Europe/Berlin"));
+    EXPECT_EQ(readBack(&A::encodeDateTime, &U::decodeDateTime, zoned).timeZone().id(), "Europe/Berlin");
+    EXPECT_EQ(readBack(&A::encodeDateTime, &U::decodeDateTime, zoned), zoned);
+    EXPECT_FALSE(readBack(&A::encodeDateTime, &U::decodeDateTime, QDateTime()).isValid());
+
+    QStringList next;
+    const auto box = makeBox([](KeyedArchiver &coder) {
+        coder.encodeNextString("1st");
+        coder.encodeNextString(QString());
+        coder.encodeNextUrl(QUrl("mailto:x@example.com"));
+    });
+    EXPECT_TRUE(readBox(KeyedArchiver::archivedDataWithRootObject(box), [&](KeyedUnarchiver &coder) {
+        next << coder.decodeNextString() << QString::number(coder.decodeNextString().isNull())
+             << coder.decodeNextUrl().toString() << QString::number(coder.decodeNextString().isNull())
+             << QString::number(coder.containsValue("absent")) << QString::number(coder.decodeInt32("absent"))
+             << QString::number(coder.versionForClassName("Box"))
+             << QString::number(coder.versionForClassName("Node"));
+    }));
+    // Past the last value and under absent keys come empty values; only recorded classes have a version.
+    EXPECT_EQ(next, QStringList({"1st", "1", "mailto:x@example.com", "1", "0", "0", "0", "-1"}));
 }
 
 TEST(KeyedArchive, DamagedOrForeignDataGivesNothingAndOneLogLine)
 {
-    const QByteArray valid = KeyedArchiver::archivedDataWithRootObject(std::make_shared<Values>());
+    const QByteArray valid = KeyedArchiver::archivedDataWithRootObject(everyKind);
     QByteArray deepChain;
     {
         QCborArray chain;
@@ -357,17 +309,14 @@ TEST(KeyedArchive, AValueOfTheWrongTypeFailsTheWholeArchive)
         {"stringList", QCborArray{"a", 1}, "a list of strings"},
         {"stringList", QCborValue("a"), "a list of strings"},
     };
+    // The keys of the box of every kind are named after their kinds.
+    const KeyedUnarchiver::ClassTable classes{{"Node", [] { return makeBox({}, everyKind->read); }}};
     for (const auto &[kind, value, expected] : cases) {
-        const QString kindName = kind;
-        const KeyedUnarchiver::ClassTable classes{
-            {"Node", [kindName] { return std::make_shared<TypedReader>(kindName); }}};
         LogCapture capture;
         EXPECT_FALSE(
-            KeyedUnarchiver::unarchiveObjectWithData(archiveOf({nodeEntry({{"value", value}})}), classes));
-        EXPECT_EQ(capture.lines(),
-                  QStringList("-[KeyedUnarchiver unarchiveObjectWithData:] the value of \"value\" in "
-                              "object 0 (Node) is not " +
-                              expected))
+            KeyedUnarchiver::unarchiveObjectWithData(archiveOf({nodeEntry({{kind, value}})}), classes));
+        EXPECT_EQ(capture.lines(), QStringList("-[KeyedUnarchiver unarchiveObjectWithData:] the value of \"" +
+                                               kind + "\" in object 0 (Node) is not " + expected))
             << kind.toStdString();
     }
 }
@@ -375,7 +324,7 @@ TEST(KeyedArchive, AValueOfTheWrongTypeFailsTheWholeArchive)
 TEST(KeyedArchive, TruncatedFlippedAndRandomBytesNeverCrash)
 {
     auto root = makeNode("root");
-    makeNode("child", root)->tag = std::make_shared<Values>();
+    makeNode("child", root)->tag = everyKind;
     const QByteArray valid = KeyedArchiver::archivedDataWithRootObject(root);
     for (qsizetype size = 0; size < valid.size(); ++size) {
         LogCapture capture;
@@ -398,21 +347,4 @@ TEST(KeyedArchive, TruncatedFlippedAndRandomBytesNeverCrash)
         EXPECT_FALSE(KeyedUnarchiver::unarchiveObjectWithData(noise, Classes));
         EXPECT_EQ(capture.lines().size(), 1);
     }
-}
-
-TEST(KeyedArchive, ReadingEveryCorpusFileAsAnArchiveGivesNothing)
-{
-    const QStringList corpus = FeedCorpus::files();
-    if (corpus.isEmpty())
-        GTEST_SKIP() << "no feed corpus at " << FeedCorpus::folder().toStdString();
-    int files = 0;
-    for (const QString &path : corpus) {
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-        LogCapture capture;
-        EXPECT_FALSE(KeyedUnarchiver::unarchiveObjectWithData(file.readAll(), Classes));
-        EXPECT_EQ(capture.lines().size(), 1);
-        ++files;
-    }
-    EXPECT_GT(files, 0);
 }

@@ -1,5 +1,3 @@
-#include "LogCapture.h"
-#include "platform/Log.h"
 #include "platform/NotificationCenter.h"
 
 #include <gtest/gtest.h>
@@ -40,11 +38,4 @@ TEST(NotificationCenter, AnObserverMayRemoveItselfAndPostWhileBeingNotified)
     center.post("a");
     EXPECT_EQ(first, 1);
     EXPECT_EQ(second, 1);
-}
-
-TEST(Log, ListenersHearEveryLineUntilRemoved)
-{
-    LogCapture capture;
-    Log::write("- [FeedLibrary articlesForFeed:] called with nil feed");
-    EXPECT_TRUE(capture.contains("- [FeedLibrary articlesForFeed:] called with nil feed"));
 }

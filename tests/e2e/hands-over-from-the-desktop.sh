@@ -16,20 +16,12 @@ cli=$2
 shot_dir=${3:-$PWD}
 shot=$shot_dir/hands-over-from-the-desktop.png
 describe_failure() {
-    if [ -n "$xvfb_pid" ]; then
-        echo "windows on the screen:"
-        for id in $(xdotool search --onlyvisible --name '.' 2>/dev/null); do
-            echo "  $id '$(xdotool getwindowname "$id" 2>/dev/null)'"
-        done
-    fi
+    list_windows
 }
 source "$(dirname "$0")/harness.sh"
 
 serve_fixtures
-cat >"$work/resources/DefaultFeeds.opml" <<'OPML'
-<?xml version="1.0" encoding="UTF-8"?>
-<opml version="1.0"><head><title>No feeds</title></head><body></body></opml>
-OPML
+start_with_no_feeds
 # The subscription list sits where a file manager would find it, in a folder whose name needs escaping.
 mkdir -p "$work/My Lists"
 cp "$work/feeds/reading-list.opml" "$work/My Lists/list.opml"

@@ -111,6 +111,23 @@ STANDIN
     library=$XDG_DATA_HOME/QuillBay
 }
 
+# A library that starts with no feed at all: every one it ends with came through the program.
+start_with_no_feeds() {
+    cat >"$work/resources/DefaultFeeds.opml" <<'OPML'
+<?xml version="1.0" encoding="UTF-8"?>
+<opml version="1.0"><head><title>No feeds</title></head><body></body></opml>
+OPML
+}
+
+# For a failure's description: what the X server shows.
+list_windows() {
+    [ -n "${xvfb_pid:-}" ] || return 0
+    echo "windows on the screen:"
+    for id in $(xdotool search --onlyvisible --name '.' 2>/dev/null); do
+        echo "  $id '$(xdotool getwindowname "$id" 2>/dev/null)'"
+    done
+}
+
 find_window() {
     window=$(xdotool search --onlyvisible --name 'QuillBay$' 2>/dev/null | head -n 1)
     [ -n "$window" ]

@@ -27,10 +27,7 @@ describe_failure() {
 source "$(dirname "$0")/harness.sh"
 
 serve_fixtures
-cat >"$work/resources/DefaultFeeds.opml" <<'EOF_OPML'
-<?xml version="1.0" encoding="UTF-8"?>
-<opml version="1.0"><head><title>No feeds</title></head><body></body></opml>
-EOF_OPML
+start_with_no_feeds
 start_private_desktop
 
 start_program() {

@@ -16,12 +16,7 @@ cli=$2
 shot_dir=${3:-$PWD}
 shot=$shot_dir/subscribe-import-enclose.png
 describe_failure() {
-    if [ -n "$xvfb_pid" ]; then
-        echo "windows on the screen:"
-        for id in $(xdotool search --onlyvisible --name '.' 2>/dev/null); do
-            echo "  $id '$(xdotool getwindowname "$id" 2>/dev/null)'"
-        done
-    fi
+    list_windows
     echo "--- the download folder"
     ls -l "$work/downloads" 2>/dev/null
 }
@@ -35,11 +30,7 @@ python3 -c 'import random, sys; open(sys.argv[1], "wb").write(random.Random(2).r
 episode=$work/feeds/ferry-radio-episode-2.mp3
 # The site's icon, which the subscribe sheet asks for beside the feed.
 convert -size 57x57 xc:'#1f6f8b' -fill '#f4d35e' -draw 'circle 28,28 28,12' "$work/feeds/apple-touch-icon.png"
-# A new library then starts with no feed at all: every one it ends with came through a sheet.
-cat >"$work/resources/DefaultFeeds.opml" <<'EOF'
-<?xml version="1.0" encoding="UTF-8"?>
-<opml version="1.0"><head><title>No feeds</title></head><body></body></opml>
-EOF
+start_with_no_feeds
 cat >"$work/config/QuillBay/QuillBay.conf" <<EOF
 [General]
 downloadPath=$work/downloads

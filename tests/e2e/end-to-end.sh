@@ -5,7 +5,7 @@
 #
 #   end-to-end.sh QUILLBAY QUILLBAY_CLI [SHOT_DIR]
 #
-# Exits 77 (skipped) when Xvfb, xdotool, ImageMagick or python3 is missing. On failure it prints what it
+# Fails when Xvfb, xdotool, ImageMagick or python3 is missing. On failure it prints what it
 # saw and leaves end-to-end.png in SHOT_DIR (the current folder by default).
 set -uo pipefail
 

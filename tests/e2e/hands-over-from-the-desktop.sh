@@ -7,7 +7,7 @@
 #
 #   hands-over-from-the-desktop.sh QUILLBAY QUILLBAY_CLI [SHOT_DIR]
 #
-# Exits 77 (skipped) when Xvfb, xdotool, ImageMagick or python3 is missing. On failure it prints what it
+# Fails when Xvfb, xdotool, ImageMagick or python3 is missing. On failure it prints what it
 # saw and leaves hands-over-from-the-desktop.png in SHOT_DIR (the current folder by default).
 set -uo pipefail
 

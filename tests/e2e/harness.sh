@@ -1,7 +1,8 @@
-# What both desktop end-to-end tests stand on, sourced after they set app, cli, shot and define
-# describe_failure: the tool check (exit 77 to skip), a scratch folder removed on exit, waiting, the
-# failure report, the loopback server with the fixtures, a stand-in browser, a private X server and
-# private folders for the program. Nothing here talks to anything but 127.0.0.1.
+# What the desktop end-to-end tests stand on, sourced after they set app, cli, shot and define
+# describe_failure: the tool check (a missing tool fails: these tests must run wherever the suite runs),
+# a scratch folder removed on exit, waiting, the failure report, the loopback server with the fixtures,
+# a stand-in browser, a private X server and private folders for the program. Nothing here talks to
+# anything but 127.0.0.1.
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 root=$(cd "$here/../.." && pwd)
@@ -9,8 +10,8 @@ fixtures=$root/tests/data/e2e
 
 for tool in Xvfb xdotool import convert python3; do
     if ! command -v "$tool" >/dev/null; then
-        echo "skipped: $tool is missing (apt-get install -y xvfb xauth xdotool imagemagick python3)"
-        exit 77
+        echo "$tool is missing (scripts/setup installs it)" >&2
+        exit 1
     fi
 done
 

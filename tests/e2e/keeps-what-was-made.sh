@@ -9,7 +9,7 @@
 #
 # SESSION_MANAGER is the test's own session manager (qb-session-manager).
 #
-# Exits 77 (skipped) when Xvfb, xdotool, ImageMagick or python3 is missing. On failure it prints what it
+# Fails when Xvfb, xdotool, ImageMagick or python3 is missing. On failure it prints what it
 # saw and leaves keeps-what-was-made.png in SHOT_DIR (the current folder by default).
 set -uo pipefail
 

@@ -22,6 +22,7 @@
 #include "platform/Log.h"
 #include "platform/NotificationCenter.h"
 #include "platform/Resources.h"
+#include "reading/OutsideAddress.h"
 #include "reading/TextDecoder.h"
 
 #include <QApplication>
@@ -510,12 +511,16 @@ void ApplicationController::doFindPrevious(bool fromFindField)
 
 void ApplicationController::doOpenSelectedFeedLink()
 {
-    for (const FeedPtr &feed : m_feedLibrary.selectedFeeds())
+    const bool markRead = m_defaults.boolean(QStringLiteral("behaviorWebOpened"));
+    for (const FeedPtr &feed : m_feedLibrary.selectedFeeds()) {
         m_mainController->doOpenURL(feed->link(), false);
-    if (m_defaults.boolean(QStringLiteral("behaviorWebOpened")))
-        doMarkSelectedFeedAsRead();
-    else
-        m_notificationCenter.post(QStringLiteral("FeedUnreadCountChangedNotification"));
+        // A site the gate refused was not seen, so its articles were not read either.
+        if (markRead && !OutsideAddress::admitted(feed->link()).isEmpty())
+            m_feedLibrary.applyArticleState(Article::Read, feed, false);
+    }
+    m_notificationCenter.post(QStringLiteral("FeedUnreadCountChangedNotification"));
+    if (markRead)
+        m_notificationCenter.post(QStringLiteral("feedLibraryModified"));
 }
 
 void ApplicationController::doEditSelectedFeed()

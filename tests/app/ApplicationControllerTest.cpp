@@ -139,6 +139,11 @@ TEST_F(ApplicationControllerTest, FeedCommandsChangeStatesOnlyWhereThePreference
     controller.perform(MenuCommand::OpenSelectedFeedLink);
     EXPECT_EQ(t.article(t.harbour, 0)->state(), Article::Read);
     EXPECT_EQ(t.article(t.kitchen, 0)->state(), Article::Unread);
+    t.kitchen->setLink(QUrl("file:///etc/passwd"));
+    t.library.setSelectedItems({t.kitchen});
+    controller.perform(MenuCommand::OpenSelectedFeedLink);
+    EXPECT_EQ(t.article(t.kitchen, 0)->state(), Article::Unread) << "a refused site was not seen";
+    t.library.setSelectedItems({t.harbour});
 
     controller.perform(MenuCommand::MarkSelectedFeedAsUnread);
     EXPECT_EQ(t.article(t.harbour, 0)->state(), Article::Unread);

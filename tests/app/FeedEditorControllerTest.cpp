@@ -17,18 +17,13 @@ namespace {
 class EditorTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
+    // The observers live in the fixture's own center, which goes with the fixture.
+    EditorTest()
     {
-        modifiedToken =
-            t.center.addObserver("feedLibraryModified", [this](const Notification &) { ++modified; });
-        enclosureToken = t.center.addObserver("EnclosureSelectionChanged", [this](const Notification &n) {
+        t.center.addObserver("feedLibraryModified", [this](const Notification &) { ++modified; });
+        t.center.addObserver("EnclosureSelectionChanged", [this](const Notification &n) {
             clicked.append(n.object.value<std::shared_ptr<Enclosure>>());
         });
-    }
-    void TearDown() override
-    {
-        t.center.removeObserver(modifiedToken);
-        t.center.removeObserver(enclosureToken);
     }
 
     void select(const FeedPtr &feed)
@@ -59,8 +54,6 @@ protected:
     FeedEditorController editor{t.library, t.center, desktop, nullptr};
     int modified = 0;
     QList<std::shared_ptr<Enclosure>> clicked;
-    int modifiedToken = 0;
-    int enclosureToken = 0;
 };
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "app/DesktopAlert.h"
 
-#include <QDir>
+#include "TestFiles.h"
+
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -28,12 +29,8 @@ TEST(DesktopAlert, OwnSoundsAreSmallMonoWavesAndOthersAreFoundByPathOrInTheUsers
     QTemporaryDir home;
     const QByteArray oldHome = qgetenv("HOME");
     qputenv("HOME", home.path().toUtf8());
-    ASSERT_TRUE(QDir(home.path()).mkpath(".local/share/sounds/theme/stereo"));
     const QString themed = home.path() + "/.local/share/sounds/theme/stereo/harbour-bell.wav";
-    QFile copy(themed);
-    ASSERT_TRUE(copy.open(QIODevice::WriteOnly));
-    copy.write(bytes);
-    copy.close();
+    writeFile(themed, bytes);
     EXPECT_EQ(DesktopAlert::soundFile("harbour-bell"), themed);
     EXPECT_TRUE(alert.playSound("harbour-bell"));
     EXPECT_TRUE(alert.playSound(themed));

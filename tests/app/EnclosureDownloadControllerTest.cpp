@@ -3,6 +3,7 @@
 #include "AppTestDoubles.h"
 #include "AppTestLibrary.h"
 #include "LoopbackServer.h"
+#include "TestFiles.h"
 #include "fetch/DownloadItem.h"
 #include "fetch/Downloader.h"
 
@@ -53,9 +54,7 @@ protected:
     // What the engine posts when a transfer of the enclosure ends, with the file already in place.
     void finishWithoutNetwork(const std::shared_ptr<Enclosure> &finished)
     {
-        QFile file(downloads.filePath(finished->title()));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.close();
+        writeFile(downloads.filePath(finished->title()), {});
         Downloader downloader;
         downloader.setDestination(downloads.path());
         downloader.setFileName(finished->title());
@@ -90,9 +89,7 @@ TEST_F(EnclosureWindowTest, ADownloadGoesFromDownloadThroughCancelToOpenFileAndO
     // Podcast hosts add tracking to their links, and another feed's episode may have the same name.
     const auto episode = enclosure(
         "episode.MP3", QUrl(server.url("/casts/episode.MP3").toString() + "?src=feed"), quint64(body.size()));
-    QFile other(downloads.filePath("episode.MP3"));
-    ASSERT_TRUE(other.open(QIODevice::WriteOnly));
-    other.close();
+    writeFile(downloads.filePath("episode.MP3"), {});
 
     choose(episode);
     EXPECT_TRUE(window.window()->isVisible());

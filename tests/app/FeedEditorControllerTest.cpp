@@ -2,6 +2,7 @@
 
 #include "AppTestDoubles.h"
 #include "AppTestLibrary.h"
+#include "TestFiles.h"
 
 #include <QComboBox>
 #include <QFile>
@@ -143,11 +144,9 @@ TEST_F(EditorTest, EditsReachTheFeedAndBadAddressesBeepAndComeBack)
 TEST_F(EditorTest, TheEnclosureTableShowsTypeTitleAndSavedStateAndAClickAnnouncesTheEnclosure)
 {
     QTemporaryDir folder;
-    QFile saved(folder.filePath("tide.mp3"));
-    ASSERT_TRUE(saved.open(QIODevice::WriteOnly));
-    saved.close();
+    writeFile(folder.filePath("tide.mp3"), {});
     select(t.harbour);
-    editor.setEnclosures({enclosure("tide.mp3", saved.fileName()),
+    editor.setEnclosures({enclosure("tide.mp3", folder.filePath("tide.mp3")),
                           enclosure("wind.pdf", folder.filePath("gone.pdf")), enclosure("gull.ogg")});
     editor.applyFeedSelectionToUI();
 

@@ -3,6 +3,7 @@
 #include "AppTestDoubles.h"
 #include "AppTestLibrary.h"
 #include "LogCapture.h"
+#include "TestFiles.h"
 #include "platform/QBUserAlert.h"
 
 #include <QAction>
@@ -49,9 +50,7 @@ protected:
 
     void writeFile(const QString &relativePath, const QByteArray &content = {})
     {
-        QFile file(folders.filePath(relativePath));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(content);
+        ::writeFile(folders.filePath(relativePath), content);
     }
 
     void writeApplication(const QString &fileName, const QString &name, bool opensFeeds)

@@ -2,6 +2,7 @@
 
 #include "AppTestDoubles.h"
 #include "AppTestLibrary.h"
+#include "TestFiles.h"
 #include "app/BlogEditorCommand.h"
 #include "app/NavigationBar.h"
 #include "app/NewsBinModel.h"
@@ -352,16 +353,14 @@ TEST_F(SideBarTest, TheBlogEditorIsACommandLineWhoseFieldsNoShellReadsAndUntilOn
     // The stand-in editor writes each argument, and after the draft file's name its contents.
     QTemporaryDir folder;
     const QString output = folder.filePath("arguments");
-    QFile editor(folder.filePath("editor"));
-    ASSERT_TRUE(editor.open(QIODevice::WriteOnly));
-    editor.write(QString("#!/bin/sh\nfor a in \"$@\"; do printf '%s\\0' \"$a\"; cat \"$a\" 2>/dev/null; done "
-                         "> '%1.part'\nmv '%1.part' '%1'\n")
-                     .arg(output)
-                     .toUtf8());
-    editor.close();
-    editor.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const QString editor = folder.filePath("editor");
+    writeFile(editor, QString("#!/bin/sh\nfor a in \"$@\"; do printf '%s\\0' \"$a\"; cat \"$a\" 2>/dev/null; "
+                              "done > '%1.part'\nmv '%1.part' '%1'\n")
+                          .arg(output)
+                          .toUtf8());
+    QFile::setPermissions(editor, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     t.defaults.setString("generalBlogEditor",
-                         "\"" + editor.fileName() + "\" --new-post --title={title} {link} {text} {file}");
+                         "\"" + editor + "\" --new-post --title={title} {link} {text} {file}");
     emit sideBar->contextualMenu()->aboutToShow();
     EXPECT_TRUE(item->isEnabled());
     EXPECT_TRUE(item->toolTip().isEmpty() || item->toolTip() == item->text());

@@ -3,6 +3,7 @@
 #include "AppTestDoubles.h"
 #include "AppTestLibrary.h"
 #include "LoopbackServer.h"
+#include "TestFiles.h"
 #include "fetch/DownloadItem.h"
 #include "fetch/Downloader.h"
 
@@ -53,9 +54,7 @@ protected:
     // What the engine posts when a transfer of the enclosure ends, with the file already in place.
     void finishWithoutNetwork(const std::shared_ptr<Enclosure> &finished)
     {
-        QFile file(downloads.filePath(finished->title()));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.close();
+        writeFile(downloads.filePath(finished->title()), {});
         Downloader downloader;
         downloader.setDestination(downloads.path());
         downloader.setFileName(finished->title());
@@ -90,9 +89,7 @@ TEST_F(EnclosureWindowTest, ADownloadGoesFromDownloadThroughCancelToOpenFileAndO
     // Podcast hosts add tracking to their links, and another feed's episode may have the same name.
     const auto episode = enclosure(
         "episode.MP3", QUrl(server.url("/casts/episode.MP3").toString() + "?src=feed"), quint64(body.size()));
-    QFile other(downloads.filePath("episode.MP3"));
-    ASSERT_TRUE(other.open(QIODevice::WriteOnly));
-    other.close();
+    writeFile(downloads.filePath("episode.MP3"), {});
 
     choose(episode);
     EXPECT_TRUE(window.window()->isVisible());
@@ -108,10 +105,6 @@ TEST_F(EnclosureWindowTest, ADownloadGoesFromDownloadThroughCancelToOpenFileAndO
     EXPECT_TRUE(window.progressBar()->isVisible());
     EXPECT_EQ(window.progressBar()->maximum(), 0) << "indeterminate while queued";
     ASSERT_EQ(t.updater.queuedDownloads().size(), 1);
-    const QVariantMap context = t.updater.queuedDownloads().first()->representedObject().toMap();
-    EXPECT_EQ(context.value(DownloadTypeKey).toInt(), 1);
-    EXPECT_EQ(context.value(DownloadEnclosureKey).value<std::shared_ptr<Enclosure>>(), episode);
-    EXPECT_EQ(t.updater.queuedDownloads().first()->destination(), downloads.path());
 
     t.updater.processQueuedDownloads();
     EXPECT_EQ(window.actionButton()->text(), "Cancel");
@@ -170,10 +163,6 @@ TEST_F(EnclosureWindowTest, FinishedFilesOpenByThemselvesOnlyForTheKindsTheUserC
         finishWithoutNetwork(torrent);
         EXPECT_EQ(desktop.openedFiles.size(), open ? 1 : 0) << "downloadOpenBT " << open;
     }
-
-    EXPECT_TRUE(EnclosureDownloadController::documentFileTypes().contains("doc"));
-    EXPECT_TRUE(EnclosureDownloadController::movieFileTypes().contains("wmf"));
-    EXPECT_FALSE(EnclosureDownloadController::movieFileTypes().contains("wmv"));
 }
 
 TEST_F(EnclosureWindowTest, NoticesAboutOtherTransfersChangeNothing)
@@ -201,7 +190,7 @@ TEST_F(EnclosureWindowTest, NoticesAboutOtherTransfersChangeNothing)
     EXPECT_TRUE(desktop.openedFiles.isEmpty());
 }
 
-TEST_F(EnclosureWindowTest, CancellingReturnsToDownloadHidesTheBarAndFreesTheSlot)
+TEST_F(EnclosureWindowTest, CancellingReturnsToDownloadAndAFailureOffersToDownloadAgainBothFreeingTheSlot)
 {
     Response stalled;
     stalled.stall = true;
@@ -211,40 +200,33 @@ TEST_F(EnclosureWindowTest, CancellingReturnsToDownloadHidesTheBarAndFreesTheSlo
     startDownload();
     ASSERT_EQ(window.actionButton()->text(), "Cancel");
     EXPECT_EQ(t.updater.downloadsInProgress(), 1);
-
     window.actionButton()->click();
     EXPECT_EQ(window.actionButton()->text(), "Download");
     EXPECT_TRUE(window.actionButton()->isEnabled());
     EXPECT_FALSE(window.progressBar()->isVisible());
     EXPECT_EQ(window.progressBar()->value(), 0);
-    EXPECT_EQ(window.locationField()->text(), "Not downloaded");
     EXPECT_EQ(window.downloader(), nullptr);
     EXPECT_EQ(t.updater.downloadsInProgress(), 0);
     QTest::qWait(100);
     EXPECT_EQ(window.locationField()->text(), "Not downloaded") << "a cancel is no failure";
     EXPECT_TRUE(movie->localFilePath().isEmpty());
     EXPECT_TRUE(QDir(downloads.path()).isEmpty());
-}
 
-TEST_F(EnclosureWindowTest, AFailedTransferOffersToDownloadAgainInsteadOfSpinning)
-{
     Response broken = Response::ok(QByteArray(40000, 'x'), "video/mp4");
     broken.closeMidBody = true;
     server.route("/broken.mp4", broken);
-    const auto movie = enclosure("broken.mp4", server.url("/broken.mp4"), 40000);
-    choose(movie);
+    const auto failed = enclosure("broken.mp4", server.url("/broken.mp4"), 40000);
+    choose(failed);
     startDownload();
-
     ASSERT_TRUE(QTest::qWaitFor([&] { return window.actionButton()->text() == "Redownload"; }, 10000));
     EXPECT_EQ(window.locationField()->text(), "Download failed");
     EXPECT_TRUE(window.actionButton()->isEnabled());
     EXPECT_FALSE(window.progressBar()->isVisible());
-    EXPECT_TRUE(movie->localFilePath().isEmpty());
+    EXPECT_TRUE(failed->localFilePath().isEmpty());
     EXPECT_EQ(t.updater.downloadsInProgress(), 0);
 
     // The address the engine would refuse is refused here, with no slot taken for ever.
-    const auto local = enclosure("secret.txt", QUrl("ftp://127.0.0.1:9/secret.txt"));
-    choose(local);
+    choose(enclosure("secret.txt", QUrl("ftp://127.0.0.1:9/secret.txt")));
     window.actionButton()->click();
     EXPECT_EQ(window.actionButton()->text(), "Redownload");
     EXPECT_TRUE(t.updater.queuedDownloads().isEmpty());

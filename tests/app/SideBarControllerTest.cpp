@@ -2,6 +2,7 @@
 
 #include "AppTestDoubles.h"
 #include "AppTestLibrary.h"
+#include "TestFiles.h"
 #include "app/BlogEditorCommand.h"
 #include "app/NavigationBar.h"
 #include "app/NewsBinModel.h"
@@ -28,14 +29,14 @@
 namespace {
 
 // A side bar in a pane of its own, over the test library, with every notification it posts recorded.
-struct SideBarFixture
+class SideBarTest : public ::testing::Test
 {
-    explicit SideBarFixture(AppTestLibrary &t) : library(t)
+protected:
+    SideBarTest()
     {
         token = t.center.addObserver(QString(), [this](const Notification &n) { posted.append(n); });
-        sideBar = new SideBarController(&pane, t.library, t.defaults, t.center, desktop);
     }
-    ~SideBarFixture() { library.center.removeObserver(token); }
+    ~SideBarTest() override { t.center.removeObserver(token); }
 
     QStringList names() const
     {
@@ -64,284 +65,240 @@ struct SideBarFixture
     void fillWithHarbour()
     {
         sideBar->doEmptyNewsBin();
-        library.library.setSelectedItems({library.harbour});
+        t.library.setSelectedItems({t.harbour});
         sideBar->doAdd(nullptr);
         posted.clear();
     }
-    QString openedText(int index = 0) const
+    static std::unique_ptr<QMimeData> dragOf(const QString &text)
     {
-        return desktop.opened.value(index).first.toString(QUrl::FullyEncoded);
+        auto data = std::make_unique<QMimeData>();
+        data->setUrls({QUrl(text)});
+        return data;
     }
+    QString opened(int index) const { return desktop.opened.value(index).first.toString(QUrl::FullyEncoded); }
 
-    AppTestLibrary &library;
+    AppTestLibrary t;
     RecordingDesktop desktop;
     QWidget pane;
-    SideBarController *sideBar = nullptr;
+    SideBarController *sideBar = new SideBarController(&pane, t.library, t.defaults, t.center, desktop);
     QList<Notification> posted;
     int token = 0;
 };
 
-std::unique_ptr<QMimeData> dragOf(const QString &text)
-{
-    auto data = std::make_unique<QMimeData>();
-    data->setUrls({QUrl(text)});
-    return data;
-}
-
 } // namespace
 
-TEST(SideBarController,
-     StartsFromTheStoredSettingsWithTheClippingsLoadedAndArticlesWithoutAFeedShowTheirSummary)
+TEST_F(SideBarTest, SortFilterLengthAndTintStartAsStoredAndEachChangeIsStoredAndPosted)
 {
-    AppTestLibrary t;
     t.defaults.setInteger("sortMethod", 2);
     t.defaults.setInteger("filterMethod", 6);
-    SideBarFixture f(t);
-
-    EXPECT_EQ(f.sideBar->sortPopUp()->currentIndex(), 2);
-    EXPECT_EQ(f.sideBar->filterPopUp()->currentData().toInt(), 6);
+    QWidget otherPane;
+    const auto *restarted = new SideBarController(&otherPane, t.library, t.defaults, t.center, desktop);
+    EXPECT_EQ(restarted->sortPopUp()->currentIndex(), 2);
+    EXPECT_EQ(restarted->filterPopUp()->currentData().toInt(), 6);
     QList<int> filters;
-    for (int i = 0; i < f.sideBar->filterPopUp()->count(); ++i)
-        filters << f.sideBar->filterPopUp()->itemData(i).toInt();
+    for (int i = 0; i < restarted->filterPopUp()->count(); ++i)
+        filters << restarted->filterPopUp()->itemData(i).toInt();
     EXPECT_EQ(filters, QList<int>({0, 1, 2, 5, 6, 7, 10, 11, 12})) << "every filter the page knows";
     EXPECT_EQ(t.defaults.doubleValue("articleLength"), 1.0);
-    EXPECT_EQ(f.sideBar->articleSlider()->value(), f.sideBar->articleSlider()->maximum());
-    EXPECT_EQ(f.sideBar->newsBin(), t.library.newsClippings());
+    EXPECT_EQ(restarted->articleSlider()->value(), restarted->articleSlider()->maximum());
 
-    // A new library holds the program's own two pages, which belong to no feed.
-    ASSERT_EQ(f.sideBar->numberOfRows(), 2);
-    const ArticlePtr page = f.model()->articleAt(0);
-    EXPECT_FALSE(page->source());
-    EXPECT_FALSE(page->summary().isEmpty());
-    EXPECT_EQ(f.model()->index(0, 0).data(NewsBinModel::SubtitleRole).toString(), page->summary());
-    EXPECT_EQ(f.sideBar->newsBinTable()->sizeHintForRow(0), 40);
-
-    f.fillWithHarbour();
-    EXPECT_EQ(f.model()->index(0, 0).data(Qt::DisplayRole).toString(), t.article(t.harbour, 0)->title());
-    EXPECT_EQ(f.model()->index(0, 0).data(NewsBinModel::SubtitleRole).toString(), "Harbour Notes");
-
-    t.defaults.setInteger("displayColourTheme", 1);
-    t.center.post("ThemeChangedNotification");
-    EXPECT_EQ(f.sideBar->navigationBar()->colorTint(), ColourTheme::colourThemeOfType(1));
-}
-
-TEST(SideBarController, SortItemsPostTheirPositionPlusOneUpToTheThirdAndOneAfterItAndFiltersPostTheirTag)
-{
-    AppTestLibrary t;
-    SideBarFixture f(t);
-    QComboBox *sort = f.sideBar->sortPopUp();
-
+    // Sort items post their position plus one up to the third, and the date sort after it.
+    QComboBox *sort = sideBar->sortPopUp();
     sort->setCurrentIndex(2);
     emit sort->activated(2);
     sort->addItem("Later item");
     sort->setCurrentIndex(3);
-    f.sideBar->doChangeSortMethod();
-    ASSERT_EQ(f.posted.size(), 2);
-    EXPECT_EQ(f.posted.at(0).name, "ArticleSortOrderChangeNotification");
-    EXPECT_EQ(f.posted.at(0).object.toInt(), 3);
-    EXPECT_EQ(f.posted.at(1).object.toInt(), 1) << "a fourth item sorts by date";
+    sideBar->doChangeSortMethod();
+    ASSERT_EQ(posted.size(), 2);
+    EXPECT_EQ(posted.at(0).name, "ArticleSortOrderChangeNotification");
+    EXPECT_EQ(posted.at(0).object.toInt(), 3);
+    EXPECT_EQ(posted.at(1).object.toInt(), 1) << "a fourth item sorts by date";
     EXPECT_EQ(t.defaults.integer("sortMethod"), 3) << "the position is stored, not the code";
 
-    f.posted.clear();
-    f.sideBar->filterPopUp()->setCurrentIndex(f.sideBar->filterPopUp()->findData(12));
-    f.sideBar->doChangeFilterMethod();
-    ASSERT_EQ(f.names(), QStringList{"ArticleFilteringChanged"});
-    EXPECT_EQ(f.posted.at(0).object.toInt(), 12);
+    posted.clear();
+    sideBar->filterPopUp()->setCurrentIndex(sideBar->filterPopUp()->findData(12));
+    sideBar->doChangeFilterMethod();
+    ASSERT_EQ(names(), QStringList{"ArticleFilteringChanged"});
+    EXPECT_EQ(posted.at(0).object.toInt(), 12);
     EXPECT_EQ(t.defaults.integer("filterMethod"), 12);
 
-    f.posted.clear();
-    f.sideBar->articleSlider()->setValue(f.sideBar->articleSlider()->maximum() / 2);
+    posted.clear();
+    sideBar->articleSlider()->setValue(sideBar->articleSlider()->maximum() / 2);
     EXPECT_EQ(t.defaults.doubleValue("articleLength"), 0.5);
-    EXPECT_EQ(f.names(), QStringList{"ArticleLengthChanged"});
+    EXPECT_EQ(names(), QStringList{"ArticleLengthChanged"});
+
+    t.defaults.setInteger("displayColourTheme", 1);
+    t.center.post("ThemeChangedNotification");
+    EXPECT_EQ(sideBar->navigationBar()->colorTint(), ColourTheme::colourThemeOfType(1));
 }
 
-TEST(SideBarController, PublishedTodaySendsTheDateWhileUnreadAndSearchSendNone)
+TEST_F(SideBarTest, PublishedTodaySendsTheDateWhileUnreadAndSearchSendNone)
 {
-    AppTestLibrary t;
-    SideBarFixture f(t);
     const ArticlePtr fresh = t.addArticle(t.kitchen, "Fresh bread", 1);
     fresh->setLegacyPublicationDate(CalendarDate::now());
     t.article(t.sky, 0)->setState(Article::Read);
 
-    f.sideBar->doQuickBrowseUnread();
-    EXPECT_EQ(f.names(), (QStringList{"ChangeBreadcrumbModeUnreadNotification", "feedSelectionChanged"}));
-    EXPECT_FALSE(f.posted.at(1).object.isValid());
+    sideBar->doQuickBrowseUnread();
+    EXPECT_EQ(names(), (QStringList{"ChangeBreadcrumbModeUnreadNotification", "feedSelectionChanged"}));
+    EXPECT_FALSE(posted.at(1).object.isValid());
     EXPECT_EQ(t.library.selectedItems().size(), 9) << "every unread article, the read one left out";
 
-    f.posted.clear();
-    f.sideBar->doQuickBrowseToday();
-    EXPECT_EQ(f.names(), (QStringList{"ChangeBreadcrumbModeDateNotification", "feedSelectionChanged"}));
-    ASSERT_TRUE(f.posted.at(1).object.canConvert<CalendarDate>());
-    EXPECT_EQ(f.posted.at(1).object.value<CalendarDate>().moment().toLocalTime().date(),
-              QDate::currentDate());
+    posted.clear();
+    sideBar->doQuickBrowseToday();
+    EXPECT_EQ(names(), (QStringList{"ChangeBreadcrumbModeDateNotification", "feedSelectionChanged"}));
+    ASSERT_TRUE(posted.at(1).object.canConvert<CalendarDate>());
+    EXPECT_EQ(posted.at(1).object.value<CalendarDate>().moment().toLocalTime().date(), QDate::currentDate());
     EXPECT_EQ(t.library.selectedItems(), TreeNodeList{fresh});
 
-    f.posted.clear();
-    f.sideBar->searchField()->setText("Soup");
-    QTest::keyClick(f.sideBar->searchField(), Qt::Key_Return);
-    EXPECT_EQ(f.names(), QStringList{"ChangeBreadcrumbModeSearchNotificationi"});
+    posted.clear();
+    sideBar->searchField()->setText("Soup");
+    QTest::keyClick(sideBar->searchField(), Qt::Key_Return);
+    EXPECT_EQ(names(), QStringList{"ChangeBreadcrumbModeSearchNotificationi"});
     ASSERT_TRUE(t.library.searchFolder());
     EXPECT_EQ(t.library.searchFolder()->childCount(), 3);
 }
 
-TEST(SideBarController, AddingKeepsTheSelectedArticlesOnceSelectsTheLastAndSurvivesALibraryReload)
+TEST_F(SideBarTest, ClippingsAreKeptOnceReadWhenPickedAndRemovedWithTheSelectionMovingOnAndAllIsStored)
 {
-    AppTestLibrary t;
-    SideBarFixture f(t);
-    f.fillWithHarbour();
-    ASSERT_EQ(f.sideBar->numberOfRows(), 3);
-    EXPECT_EQ(f.selectedRows(), QList<int>{2});
-    EXPECT_EQ(f.model()->articleAt(2)->parent(), t.harbour) << "the clipping stays in its feed";
+    // A new library holds the program's own two pages, which belong to no feed and show their summary.
+    EXPECT_EQ(sideBar->newsBin(), t.library.newsClippings());
+    ASSERT_EQ(sideBar->numberOfRows(), 2);
+    EXPECT_FALSE(model()->articleAt(0)->source());
+    EXPECT_FALSE(model()->articleAt(0)->summary().isEmpty());
+    EXPECT_EQ(model()->index(0, 0).data(NewsBinModel::SubtitleRole).toString(),
+              model()->articleAt(0)->summary());
+    EXPECT_EQ(sideBar->newsBinTable()->sizeHintForRow(0), 40);
 
+    fillWithHarbour();
+    ASSERT_EQ(sideBar->numberOfRows(), 3);
+    EXPECT_EQ(selectedRows(), QList<int>{2}) << "the last one added";
+    EXPECT_EQ(model()->articleAt(2)->parent(), t.harbour) << "the clipping stays in its feed";
+    EXPECT_EQ(model()->index(0, 0).data(Qt::DisplayRole).toString(), t.article(t.harbour, 0)->title());
+    EXPECT_EQ(model()->index(0, 0).data(NewsBinModel::SubtitleRole).toString(), "Harbour Notes");
     t.library.setSelectedItems({t.harbour});
-    f.sideBar->doAdd(nullptr);
-    EXPECT_EQ(f.sideBar->numberOfRows(), 3) << "articles already kept are not kept twice";
-    EXPECT_TRUE(f.posted.isEmpty()) << "nothing added, so the selection stays";
+    sideBar->doAdd(nullptr);
+    EXPECT_EQ(sideBar->numberOfRows(), 3) << "articles already kept are not kept twice";
+    EXPECT_TRUE(posted.isEmpty()) << "nothing added, so the selection stays";
 
-    // Picking a row reads that clipping.
-    f.select({0});
-    EXPECT_EQ(t.library.selectedItems(), TreeNodeList{f.model()->articleAt(0)});
-    EXPECT_EQ(f.names(), (QStringList{"ChangeBreadcrumbModeNormalNotification", "feedSelectionChanged"}));
-    EXPECT_FALSE(f.posted.at(1).object.isValid());
-    f.sideBar->clearSelection();
-    EXPECT_TRUE(f.selectedRows().isEmpty());
-
-    const QString removedID = f.model()->articleAt(0)->uniqueID();
-    f.select({0});
-    f.sideBar->doRemove(nullptr);
+    sideBar->doRemove(nullptr);
+    EXPECT_EQ(sideBar->numberOfRows(), 2);
+    EXPECT_EQ(selectedRows(), QList<int>{1}) << "the new last row";
+    posted.clear();
+    select({0});
+    EXPECT_EQ(t.library.selectedItems(), TreeNodeList{model()->articleAt(0)}) << "picking a row reads it";
+    EXPECT_EQ(names(), (QStringList{"ChangeBreadcrumbModeNormalNotification", "feedSelectionChanged"}));
+    EXPECT_FALSE(posted.at(1).object.isValid());
+    const QString removedID = model()->articleAt(0)->uniqueID();
+    sideBar->doRemove(nullptr);
+    EXPECT_EQ(sideBar->numberOfRows(), 1);
+    EXPECT_EQ(selectedRows(), QList<int>{0}) << "the row that moved up";
+    sideBar->clearSelection();
+    EXPECT_TRUE(selectedRows().isEmpty());
+    sideBar->doRemove(nullptr);
+    EXPECT_EQ(sideBar->numberOfRows(), 1) << "nothing selected, nothing removed";
 
     FeedLibrary reloaded;
     reloaded.load();
     const VirtualFolderPtr clippings = reloaded.loadNewsClippings();
-    ASSERT_EQ(clippings->childCount(), 2);
+    ASSERT_EQ(clippings->childCount(), 1);
     EXPECT_EQ(clippings->children().at(0)->uniqueID(), t.article(t.harbour, 1)->uniqueID());
     EXPECT_EQ(reloaded.itemWithUniqueIDInClippings(removedID), nullptr);
-    EXPECT_EQ(std::dynamic_pointer_cast<Article>(clippings->children().at(1))->title(),
-              t.article(t.harbour, 2)->title());
+
+    // The main window removes the clipping it shows even when the bin has no row selected.
+    sideBar->doRemove(model()->articleAt(0));
+    EXPECT_EQ(sideBar->numberOfRows(), 0);
 }
 
-TEST(SideBarController, DropsTakeTheHeadlinePagesAddressesAndTheReadArticlesLinkButNothingTwice)
+TEST_F(SideBarTest, DropsTakeTheHeadlinePagesAddressesAndTheReadArticlesLinkButNothingTwice)
 {
-    AppTestLibrary t;
-    SideBarFixture f(t);
-    f.sideBar->doEmptyNewsBin();
-    NewsBinModel *model = f.model();
+    sideBar->doEmptyNewsBin();
+    NewsBinModel *bin = model();
+    const auto drop = [bin](const QString &text, int row) {
+        return bin->dropMimeData(dragOf(text).get(), Qt::CopyAction, row, 0, {});
+    };
     const ArticlePtr soup = t.article(t.kitchen, 0);
     const ArticlePtr comet = t.article(t.sky, 1);
     const ArticlePtr tide = t.article(t.harbour, 2);
-
-    EXPECT_TRUE(
-        model->dropMimeData(dragOf("quillbay:article=" + soup->uniqueID()).get(), Qt::CopyAction, 0, 0, {}));
-    EXPECT_FALSE(
-        model->dropMimeData(dragOf("quillbay:article=" + soup->uniqueID()).get(), Qt::CopyAction, 0, 0, {}))
-        << "already a clipping";
-    EXPECT_TRUE(
-        model->dropMimeData(dragOf("quillbay:open=" + comet->uniqueID()).get(), Qt::CopyAction, 0, 0, {}));
-    EXPECT_EQ(f.sideBar->numberOfRows(), 2);
-    EXPECT_EQ(model->articleAt(0), comet) << "dropped above the first row";
+    EXPECT_TRUE(drop("quillbay:article=" + soup->uniqueID(), 0));
+    EXPECT_FALSE(drop("quillbay:article=" + soup->uniqueID(), 0)) << "already a clipping";
+    EXPECT_TRUE(drop("quillbay:open=" + comet->uniqueID(), 0));
+    EXPECT_EQ(bin->articleAt(0), comet) << "dropped above the first row";
 
     // A web link only counts when it is the link of the article being read.
     t.library.setSelectedItems({tide});
-    const QString link = tide->link().toString();
-    EXPECT_FALSE(
-        model->canDropMimeData(dragOf("http://127.0.0.1:9/elsewhere").get(), Qt::CopyAction, -1, 0, {}));
-    EXPECT_FALSE(model->canDropMimeData(dragOf("ftp://127.0.0.1:9/x").get(), Qt::CopyAction, -1, 0, {}));
-    EXPECT_FALSE(
-        model->canDropMimeData(dragOf("quillbay:article=NO-SUCH-ID").get(), Qt::CopyAction, -1, 0, {}));
-    EXPECT_FALSE(f.sideBar->acceptDrop("quillbay:open=" + t.harbour->uniqueID(), 0))
-        << "a feed is no article";
-    ASSERT_TRUE(model->canDropMimeData(dragOf(link).get(), Qt::CopyAction, -1, 0, {}));
-    EXPECT_TRUE(model->dropMimeData(dragOf(link).get(), Qt::CopyAction, -1, 0, {}));
-    EXPECT_EQ(model->articleAt(2), tide) << "dropped below the rows";
-    EXPECT_EQ(f.sideBar->numberOfRows(), 3);
+    for (const QString &refused :
+         {QString("http://127.0.0.1:9/elsewhere"), QString("ftp://127.0.0.1:9/x"),
+          QString("quillbay:article=NO-SUCH-ID"), "quillbay:open=" + t.harbour->uniqueID()})
+        EXPECT_FALSE(bin->canDropMimeData(dragOf(refused).get(), Qt::CopyAction, -1, 0, {}))
+            << refused.toStdString();
+    ASSERT_TRUE(bin->canDropMimeData(dragOf(tide->link().toString()).get(), Qt::CopyAction, -1, 0, {}));
+    EXPECT_TRUE(drop(tide->link().toString(), -1));
+    EXPECT_EQ(bin->articleAt(2), tide) << "dropped below the rows";
 
     // A link dragged out of the headline page, let go below the rows of the bin on screen.
-    f.pane.resize(220, 400);
-    f.pane.show();
-    QWidget *viewport = f.sideBar->newsBinTable()->viewport();
+    pane.resize(220, 400);
+    pane.show();
+    QWidget *viewport = sideBar->newsBinTable()->viewport();
     const QPoint below(20, viewport->height() - 5);
     const auto drag = dragOf("quillbay:article=" + t.article(t.kitchen, 2)->uniqueID());
-    QDragEnterEvent enter(below, Qt::CopyAction | Qt::LinkAction, drag.get(), Qt::LeftButton, Qt::NoModifier);
+    const Qt::DropActions actions = Qt::CopyAction | Qt::LinkAction;
+    QDragEnterEvent enter(below, actions, drag.get(), Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(viewport, &enter);
-    QDragMoveEvent move(below, Qt::CopyAction | Qt::LinkAction, drag.get(), Qt::LeftButton, Qt::NoModifier);
+    QDragMoveEvent move(below, actions, drag.get(), Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(viewport, &move);
     EXPECT_TRUE(move.isAccepted());
-    QDropEvent drop(below, Qt::CopyAction | Qt::LinkAction, drag.get(), Qt::LeftButton, Qt::NoModifier);
+    QDropEvent dropEvent(below, actions, drag.get(), Qt::LeftButton, Qt::NoModifier);
     // A dispatched drop arrives unanswered; the view takes an answered one as handled elsewhere.
-    drop.setAccepted(false);
-    QApplication::sendEvent(viewport, &drop);
-    ASSERT_EQ(f.sideBar->numberOfRows(), 4);
-    EXPECT_EQ(model->articleAt(3), t.article(t.kitchen, 2));
+    dropEvent.setAccepted(false);
+    QApplication::sendEvent(viewport, &dropEvent);
+    ASSERT_EQ(sideBar->numberOfRows(), 4);
+    EXPECT_EQ(bin->articleAt(3), t.article(t.kitchen, 2));
 
     FeedLibrary reloaded;
     reloaded.load();
     EXPECT_EQ(reloaded.loadNewsClippings()->childCount(), 4) << "every drop was stored";
 }
 
-TEST(SideBarController, RemovingSelectsTheRowThatTookItsPlaceOrTheNewLastAndTheOnlyRowLeavesNone)
+TEST_F(SideBarTest, WithTwoClippingsSelectedOnlyOpeningRemovingAndEmptyingStayEnabledAndOpeningTakesAll)
 {
-    AppTestLibrary t;
-    SideBarFixture f(t);
-    f.fillWithHarbour();
-
-    f.sideBar->doRemove(nullptr);
-    EXPECT_EQ(f.sideBar->numberOfRows(), 2) << "the last row added was still selected";
-    EXPECT_EQ(f.selectedRows(), QList<int>{1}) << "the new last row";
-
-    f.select({0});
-    f.sideBar->doRemove(nullptr);
-    EXPECT_EQ(f.sideBar->numberOfRows(), 1);
-    EXPECT_EQ(f.selectedRows(), QList<int>{0}) << "the row that moved up";
-
-    f.sideBar->clearSelection();
-    f.sideBar->doRemove(nullptr);
-    EXPECT_EQ(f.sideBar->numberOfRows(), 1) << "nothing selected, nothing removed";
-
-    // The main window removes the clipping it shows even when the bin has no row selected.
-    f.sideBar->doRemove(f.model()->articleAt(0));
-    EXPECT_EQ(f.sideBar->numberOfRows(), 0);
-    EXPECT_TRUE(f.selectedRows().isEmpty());
-}
-
-TEST(SideBarController, WithTwoClippingsSelectedOnlyOpeningRemovingAndEmptyingStayEnabledAndOpeningTakesAll)
-{
-    AppTestLibrary t;
     t.defaults.setString("generalBlogEditor", "sh {file}");
-    SideBarFixture f(t);
-    f.fillWithHarbour();
+    fillWithHarbour();
     using C = SideBarController;
     const QList<C::Command> single = {C::SendInEmail,   C::OpenInBlogEditor, C::SpeakArticle,
                                       C::PostToDigg,    C::PostToDelicious,  C::PostToInstapaper,
                                       C::PostToTwitter, C::PostToFaceBook};
+    const auto enabled = [this](C::Command command) {
+        return sideBar->validateMenuItem(sideBar->menuItem(command));
+    };
 
-    f.select({0, 1});
+    select({0, 1});
     for (C::Command command : single)
-        EXPECT_FALSE(f.sideBar->validateMenuItem(f.sideBar->menuItem(command))) << command;
+        EXPECT_FALSE(enabled(command)) << command;
     for (C::Command command : {C::OpenInBrowser, C::RemoveClipping, C::EmptyNewsBin})
-        EXPECT_TRUE(f.sideBar->validateMenuItem(f.sideBar->menuItem(command))) << command;
-    EXPECT_TRUE(f.sideBar->validateMenuItem(nullptr)) << "pop-up items are always enabled";
+        EXPECT_TRUE(enabled(command)) << command;
+    EXPECT_TRUE(sideBar->validateMenuItem(nullptr)) << "pop-up items are always enabled";
 
-    f.sideBar->menuItem(C::OpenInBrowser)->trigger();
-    ASSERT_EQ(f.desktop.opened.size(), 3) << "the unselected clipping too";
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(f.desktop.opened.at(i).first, t.article(t.harbour, i)->link());
-        EXPECT_TRUE(f.desktop.opened.at(i).second) << "behind the program";
+    sideBar->menuItem(C::OpenInBrowser)->trigger();
+    ASSERT_EQ(desktop.opened.size(), 3) << "the unselected clipping too";
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(desktop.opened.at(i), std::make_pair(t.article(t.harbour, i)->link(), true)) << "behind";
+
+    select({1});
+    for (C::Command command : single)
+        EXPECT_TRUE(enabled(command)) << command;
+    if (QTextToSpeech::availableEngines().isEmpty()) {
+        sideBar->doSpeakArticle();
+        EXPECT_EQ(desktop.beeps, 1) << "a machine without speech engines only beeps";
     }
 
-    f.select({1});
-    for (C::Command command : single)
-        EXPECT_TRUE(f.sideBar->validateMenuItem(f.sideBar->menuItem(command))) << command;
-
-    f.sideBar->menuItem(C::EmptyNewsBin)->trigger();
-    EXPECT_EQ(f.sideBar->numberOfRows(), 0);
-    for (QAction *item : f.sideBar->contextualMenu()->actions())
-        EXPECT_TRUE(item->isSeparator() || !f.sideBar->validateMenuItem(item)) << item->text().toStdString();
+    sideBar->menuItem(C::EmptyNewsBin)->trigger();
+    EXPECT_EQ(sideBar->numberOfRows(), 0);
+    for (QAction *item : sideBar->contextualMenu()->actions())
+        EXPECT_TRUE(item->isSeparator() || !sideBar->validateMenuItem(item)) << item->text().toStdString();
 }
 
-TEST(SideBarController, EmailAndServicesGetTheArticleInTheirOwnEscaping)
+TEST_F(SideBarTest, EmailAndServicesGetTheArticleInTheirOwnEscaping)
 {
-    AppTestLibrary t;
-    SideBarFixture f(t);
     const ArticlePtr article = std::make_shared<Article>();
     article->setTitle("Q&A: a/b?c=d é");
     article->setLink(QUrl("http://127.0.0.1:9/x?y=1&z=2"));
@@ -349,81 +306,75 @@ TEST(SideBarController, EmailAndServicesGetTheArticleInTheirOwnEscaping)
     article->setParent(t.harbour);
     t.library.saveSummary("Hot &amp; <b>fresh</b>", article);
 
-    f.sideBar->postArticleInEmail(article);
-    EXPECT_EQ(f.openedText(), "mailto:?subject=Q%26A%3A%20a%2Fb%3Fc%3Dd%20%C3%A9"
-                              "&body=Hot%20%26%20fresh%0A%0AArticle%20from%20Harbour%20Notes%0A"
-                              "http%3A%2F%2F127.0.0.1%3A9%2Fx%3Fy%3D1%26z%3D2");
-    EXPECT_FALSE(f.desktop.opened.at(0).second);
+    sideBar->postArticleInEmail(article);
+    EXPECT_EQ(opened(0), "mailto:?subject=Q%26A%3A%20a%2Fb%3Fc%3Dd%20%C3%A9"
+                         "&body=Hot%20%26%20fresh%0A%0AArticle%20from%20Harbour%20Notes%0A"
+                         "http%3A%2F%2F127.0.0.1%3A9%2Fx%3Fy%3D1%26z%3D2");
+    EXPECT_FALSE(desktop.opened.at(0).second);
 
     for (int service : {0, 1, 2, 3, 4, 5, 6})
-        f.sideBar->postArticle(article, service);
-    ASSERT_EQ(f.desktop.opened.size(), 6) << "codes outside 1 to 5 open nothing";
+        sideBar->postArticle(article, service);
+    ASSERT_EQ(desktop.opened.size(), 6) << "codes outside 1 to 5 open nothing";
+    // Delicious escapes as Digg does.
     EXPECT_EQ(
-        f.openedText(1),
+        opened(1),
         "https://digg.com/submit?phase=2&url=http://127.0.0.1:9/x?y=1&z=2&title=Q&A:%20a/b?c=d%20%C3%A9");
-    EXPECT_EQ(f.openedText(2), "https://del.icio.us/post?v=4&noui&jump=close&url=http://127.0.0.1:9/x?y=1&z=2"
-                               "&title=Q&A:%20a/b?c=d%20%C3%A9");
-    EXPECT_EQ(f.openedText(3),
+    EXPECT_EQ(opened(3),
               "https://www.instapaper.com/hello2?url=http%3A%2F%2F127.0.0.1%3A9%2Fx%3Fy%3D1%26z%3D2"
               "&title=Q%26A%3A%20a%2Fb%3Fc%3Dd%20%C3%A9&description=one%3Dtwo");
-    const QUrl tweet = f.desktop.opened.at(4).first;
+    const QUrl tweet = desktop.opened.at(4).first;
     EXPECT_EQ(tweet.toString(QUrl::RemoveQuery), "https://twitter.com/intent/tweet");
     EXPECT_EQ(QUrlQuery(tweet).queryItemValue("text", QUrl::FullyDecoded),
               "Q&A: a/b?c=d é http://127.0.0.1:9/x?y=1&z=2");
-    const QUrlQuery share(f.desktop.opened.at(5).first);
-    EXPECT_EQ(f.desktop.opened.at(5).first.host(), "www.facebook.com");
+    const QUrlQuery share(desktop.opened.at(5).first);
     EXPECT_EQ(share.queryItemValue("u", QUrl::FullyDecoded), "http://127.0.0.1:9/x?y=1&z=2");
     EXPECT_EQ(share.queryItemValue("quote", QUrl::FullyDecoded),
               "Q&A: a/b?c=d é http://127.0.0.1:9/x?y=1&z=2 posted from QuillBay");
 
     // Without a selected clipping the menu's commands do nothing.
-    f.desktop.opened.clear();
-    f.sideBar->doSendInEmail();
-    f.sideBar->doPostToInstapaper();
-    EXPECT_TRUE(f.desktop.opened.isEmpty());
+    desktop.opened.clear();
+    sideBar->doSendInEmail();
+    sideBar->doPostToInstapaper();
+    EXPECT_TRUE(desktop.opened.isEmpty());
 }
 
-TEST(SideBarController, TheBlogEditorIsACommandLineWhoseFieldsNoShellReadsAndUntilOneIsSetItsItemSaysWhere)
+TEST_F(SideBarTest, TheBlogEditorIsACommandLineWhoseFieldsNoShellReadsAndUntilOneIsSetItsItemSaysWhere)
 {
-    AppTestLibrary t;
-    SideBarFixture f(t);
-    f.fillWithHarbour();
-    f.select({0});
-    QAction *item = f.sideBar->menuItem(SideBarController::OpenInBlogEditor);
-    emit f.sideBar->contextualMenu()->aboutToShow();
+    fillWithHarbour();
+    select({0});
+    QAction *item = sideBar->menuItem(SideBarController::OpenInBlogEditor);
+    emit sideBar->contextualMenu()->aboutToShow();
     EXPECT_FALSE(item->isEnabled()) << "no editor is set on a new installation";
     EXPECT_TRUE(item->toolTip().contains("Preferences")) << item->toolTip().toStdString();
     t.defaults.setString("generalBlogEditor", "no-such-blog-editor-anywhere {file}");
-    emit f.sideBar->contextualMenu()->aboutToShow();
+    emit sideBar->contextualMenu()->aboutToShow();
     EXPECT_FALSE(item->isEnabled());
 
+    // The stand-in editor writes each argument, and after the draft file's name its contents.
     QTemporaryDir folder;
     const QString output = folder.filePath("arguments");
-    QFile editor(folder.filePath("editor"));
-    ASSERT_TRUE(editor.open(QIODevice::WriteOnly));
-    editor.write(QString("#!/bin/sh\nfor a in \"$@\"; do printf '%s\\0' \"$a\"; cat \"$a\" 2>/dev/null; done "
-                         "> '%1.part'\nmv '%1.part' '%1'\n")
-                     .arg(output)
-                     .toUtf8());
-    editor.close();
-    editor.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const QString editor = folder.filePath("editor");
+    writeFile(editor, QString("#!/bin/sh\nfor a in \"$@\"; do printf '%s\\0' \"$a\"; cat \"$a\" 2>/dev/null; "
+                              "done > '%1.part'\nmv '%1.part' '%1'\n")
+                          .arg(output)
+                          .toUtf8());
+    QFile::setPermissions(editor, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     t.defaults.setString("generalBlogEditor",
-                         "\"" + editor.fileName() + "\" --new-post --title={title} {link} {text} {file}");
-    emit f.sideBar->contextualMenu()->aboutToShow();
+                         "\"" + editor + "\" --new-post --title={title} {link} {text} {file}");
+    emit sideBar->contextualMenu()->aboutToShow();
     EXPECT_TRUE(item->isEnabled());
     EXPECT_TRUE(item->toolTip().isEmpty() || item->toolTip() == item->text());
 
     const ArticlePtr article = t.article(t.kitchen, 1);
     article->setTitle("Soup $(touch pwned) \"quoted\" `x`; rm -rf\n");
     article->setLink(QUrl("http://127.0.0.1:9/--exec=pwned"));
-    f.sideBar->postArticleToWeblogEditor(article);
+    sideBar->postArticleToWeblogEditor(article);
     const QDeadlineTimer deadline(10000);
     while (!QFile::exists(output) && !deadline.hasExpired())
         QThread::msleep(20);
     QFile written(output);
     ASSERT_TRUE(written.open(QIODevice::ReadOnly)) << "the editor was started";
     const QStringList arguments = QString::fromUtf8(written.readAll()).split(QChar(0));
-    // The script prints each argument, and after the draft file's name its contents.
     ASSERT_EQ(arguments.size(), 6) << arguments.join('|').toStdString();
     EXPECT_EQ(arguments.mid(0, 4),
               (QStringList{"--new-post", "--title=Soup $(touch pwned) \"quoted\" `x`; rm -rf",
@@ -431,23 +382,11 @@ TEST(SideBarController, TheBlogEditorIsACommandLineWhoseFieldsNoShellReadsAndUnt
     EXPECT_EQ(arguments.at(5), "Soup $(touch pwned) \"quoted\" `x`; rm -rf\n\nText of Soup 1\n\n"
                                "http://127.0.0.1:9/--exec=pwned\n");
     QFile::remove(arguments.at(4));
-    EXPECT_EQ(f.desktop.beeps, 0);
+    EXPECT_EQ(desktop.beeps, 0);
     EXPECT_FALSE(QFile::exists("pwned"));
     EXPECT_FALSE(QFile::exists(folder.filePath("pwned")));
 
     // A field at the start of an argument can never pass for one of the editor's options.
-    article->setTitle("--delete-everything");
-    EXPECT_EQ(BlogEditorCommand("editor {title}").argumentsFor({article->title(), {}, {}}, {}),
+    EXPECT_EQ(BlogEditorCommand("editor {title}").argumentsFor({"--delete-everything", {}, {}}, {}),
               QStringList{" --delete-everything"});
-}
-
-TEST(SideBarController, SpeakingOnAMachineWithoutSpeechEnginesOnlyBeeps)
-{
-    if (!QTextToSpeech::availableEngines().isEmpty())
-        GTEST_SKIP() << "this machine can speak";
-    AppTestLibrary t;
-    SideBarFixture f(t);
-    f.fillWithHarbour();
-    f.sideBar->doSpeakArticle();
-    EXPECT_EQ(f.desktop.beeps, 1);
 }

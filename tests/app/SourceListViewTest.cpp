@@ -158,50 +158,36 @@ TEST_F(SourceListWidget, AWholeRefreshKeepsSelectionScrollExpandedFoldersAndARen
     EXPECT_TRUE(second.isExpanded(row(sub)));
 }
 
-TEST_F(SourceListWidget, ClicksNeverLeaveTheSelectionEmpty)
-{
-    show();
-    const QPoint belowTheRows(20, view->viewport()->height() - 4);
-    ASSERT_FALSE(view->indexAt(belowTheRows).isValid());
-
-    click(loose);
-    EXPECT_EQ(selectedNodes(), TreeNodeList{loose});
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, belowTheRows);
-    EXPECT_EQ(selectedNodes(), TreeNodeList{loose}) << "a click on empty space";
-    click(loose, Qt::ControlModifier);
-    EXPECT_EQ(selectedNodes(), TreeNodeList{loose}) << "toggling off the only selected row";
-
-    click(quiet, Qt::ControlModifier);
-    EXPECT_EQ(selectedNodes(), (TreeNodeList{loose, quiet}));
-    click(loose, Qt::ControlModifier);
-    EXPECT_EQ(selectedNodes(), TreeNodeList{quiet}) << "toggling off one of several rows still works";
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ShiftModifier, belowTheRows);
-    EXPECT_EQ(selectedNodes(), TreeNodeList{quiet});
-}
-
-TEST_F(SourceListWidget, SelectingSilentlyEmitsNothingWhileAClickEmitsOnce)
+TEST_F(SourceListWidget, ClicksNeverLeaveTheSelectionEmptyAndOnlyClicksAndDropsCountAsTheUsersChoice)
 {
     show();
     QSignalSpy byUser(view.get(), &SourceListView::selectionChangedByUser);
-
     view->selectItemSilently(row(deep));
     EXPECT_EQ(byUser.count(), 0);
     EXPECT_EQ(selectedNodes(), TreeNodeList{deep});
     EXPECT_EQ(view->currentIndex(), row(deep));
     EXPECT_TRUE(view->isExpanded(row(sub))) << "the row is revealed";
 
+    const QPoint belowTheRows(20, view->viewport()->height() - 4);
+    ASSERT_FALSE(view->indexAt(belowTheRows).isValid());
     click(loose);
     EXPECT_EQ(byUser.count(), 1);
     EXPECT_EQ(selectedNodes(), TreeNodeList{loose});
-}
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, belowTheRows);
+    EXPECT_EQ(selectedNodes(), TreeNodeList{loose}) << "a click on empty space";
+    click(loose, Qt::ControlModifier);
+    EXPECT_EQ(selectedNodes(), TreeNodeList{loose}) << "toggling off the only selected row";
+    click(quiet, Qt::ControlModifier);
+    EXPECT_EQ(selectedNodes(), (TreeNodeList{loose, quiet}));
+    click(loose, Qt::ControlModifier);
+    EXPECT_EQ(selectedNodes(), TreeNodeList{quiet}) << "toggling off one of several rows still works";
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ShiftModifier, belowTheRows);
+    EXPECT_EQ(selectedNodes(), TreeNodeList{quiet});
 
-TEST_F(SourceListWidget, ADroppedRowBecomesTheSelectedAndCurrentRow)
-{
-    view->selectItemSilently(row(alpha));
-    QSignalSpy byUser(view.get(), &SourceListView::selectionChangedByUser);
+    // A dropped row becomes the selected and current row.
+    byUser.clear();
     std::unique_ptr<QMimeData> drag(model->mimeData({row(loose)}));
     ASSERT_TRUE(model->dropMimeData(drag.get(), Qt::MoveAction, -1, 0, row(sub)));
-
     ASSERT_EQ(loose->parent(), sub);
     EXPECT_EQ(selectedNodes(), TreeNodeList{loose});
     EXPECT_EQ(view->currentIndex(), row(loose));
@@ -209,8 +195,17 @@ TEST_F(SourceListWidget, ADroppedRowBecomesTheSelectedAndCurrentRow)
     EXPECT_EQ(byUser.count(), 1);
 }
 
-TEST_F(SourceListWidget, RowsAreRenamedBesideTheIconAfterF2OrAClickOnTheSelectedRow)
+TEST_F(SourceListWidget, RowsOfEitherIconSizeAreRenamedBesideTheIconAfterF2OrAClickOnTheSelectedRow)
 {
+    view->setSmallIcons(true);
+    EXPECT_TRUE(view->smallIcons());
+    EXPECT_EQ(view->visualRect(row(loose)).height(), 20);
+    EXPECT_EQ(view->sourceListDelegate()->iconExtent(), 16);
+    view->setSmallIcons(false);
+    EXPECT_EQ(view->visualRect(row(loose)).height(), 38);
+    EXPECT_EQ(view->sourceListDelegate()->iconExtent(), 32);
+    model->reloadData();
+    EXPECT_EQ(view->visualRect(row(tech)).height(), 38);
     show();
     view->selectItemSilently(row(quiet));
     QTest::keyClick(view.get(), Qt::Key_F2);
@@ -231,20 +226,6 @@ TEST_F(SourceListWidget, RowsAreRenamedBesideTheIconAfterF2OrAClickOnTheSelected
     click(loose);
     ASSERT_TRUE(QTest::qWaitFor([&] { return openEditor() != nullptr; }));
     EXPECT_EQ(openEditor()->text(), "Loose");
-}
-
-TEST_F(SourceListWidget, SmallIconsGiveTwentyPixelRowsAndLargeOnesThirtyEight)
-{
-    view->setSmallIcons(true);
-    EXPECT_TRUE(view->smallIcons());
-    EXPECT_EQ(view->visualRect(row(loose)).height(), 20);
-    EXPECT_EQ(view->sourceListDelegate()->iconExtent(), 16);
-
-    view->setSmallIcons(false);
-    EXPECT_EQ(view->visualRect(row(loose)).height(), 38);
-    EXPECT_EQ(view->sourceListDelegate()->iconExtent(), 32);
-    model->reloadData();
-    EXPECT_EQ(view->visualRect(row(tech)).height(), 38);
 }
 
 TEST_F(SourceListWidget, OnlyRowsWithUnreadArticlesShowABadgeDownloadsSpinAndFailedFeedsAreMarked)

@@ -1,6 +1,7 @@
 #include "model/OPMLExporter.h"
 
 #include "LogCapture.h"
+#include "TestFiles.h"
 #include "model/Article.h"
 #include "model/Feed.h"
 #include "model/Folder.h"
@@ -59,12 +60,6 @@ QStringList outline(const TreeNodePtr &node, const QString &indent = {})
             lines << indent + folder->title() + "/" << outline(folder, indent + "  ");
     }
     return lines;
-}
-
-QByteArray fileBytes(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 // Lets a write past the given size fail, as a full disk would, for the life of the object.
@@ -172,11 +167,7 @@ TEST(OPMLExport, AFailedWriteLeavesTheOldFileWholeAndNoTemporaryFileBehind)
 {
     QTemporaryDir scratch;
     const QString path = scratch.filePath("Feeds.opml");
-    {
-        QFile old(path);
-        ASSERT_TRUE(old.open(QIODevice::WriteOnly));
-        old.write("old export\n");
-    }
+    writeFile(path, "old export\n");
     auto root = std::make_shared<Folder>();
     for (int i = 0; i < 50; ++i)
         feedIn(root, QStringLiteral("Feed %1").arg(i), QStringLiteral("https://example.org/%1.xml").arg(i));

@@ -23,18 +23,6 @@ const QByteArray refreshedFeed = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><rss
                                  "<pubDate>Thu, 19 Mar 2026 12:00:00 +0000</pubDate></item>"
                                  "</channel></rss>";
 
-ArticlePtr storedArticle(const FeedPtr &feed, const QString &guid, const QDate &day, int state)
-{
-    auto article = std::make_shared<Article>();
-    article->setGuid(guid);
-    article->setTitle(guid);
-    article->setState(state);
-    article->setLegacyPublicationDate(CalendarDate(QDateTime(day, QTime(12, 0), Qt::UTC), 0));
-    article->setParent(feed);
-    feed->addChild(article);
-    return article;
-}
-
 // Runs the event loop until the condition holds, or a generous bound passes, so that a lost completion
 // fails the test instead of hanging it. Given the updater, it runs its processor far oftener than its
 // own timer does, so that a batch of many feeds starts at once.
@@ -71,14 +59,6 @@ QByteArray pngBytes()
     return bytes;
 }
 
-QStringList guidsOf(const FeedPtr &feed)
-{
-    QStringList guids;
-    for (const TreeNodePtr &node : feed->children())
-        guids << std::dynamic_pointer_cast<Article>(node)->guid();
-    return guids;
-}
-
 } // namespace
 
 TEST_F(UpdaterTest, ARefreshFromTheNetworkMergesTheFeedExpiresOldArticlesAndAlertsOnce)
@@ -87,11 +67,9 @@ TEST_F(UpdaterTest, ARefreshFromTheNetworkMergesTheFeedExpiresOldArticlesAndAler
     server.route(QStringLiteral("/news.xml"),
                  Response::ok(refreshedFeed, "application/rss+xml; charset=utf-8"));
     const FeedPtr feed = addFeed(QStringLiteral("loopback"), server.url(QStringLiteral("/news.xml")));
-    const ArticlePtr earlierNew =
-        storedArticle(feed, "refresh-earlier-new", QDate(2026, 3, 18), Article::New);
-    const ArticlePtr earlierRead =
-        storedArticle(feed, "refresh-earlier-read", QDate(2026, 3, 18), Article::Read);
-    const ArticlePtr ancient = storedArticle(feed, "refresh-ancient", QDate(2026, 1, 2), Article::Read);
+    const ArticlePtr earlierNew = addArticle(feed, "refresh-earlier-new", 18);
+    const ArticlePtr earlierRead = addArticle(feed, "refresh-earlier-read", 18, false, Article::Read);
+    const ArticlePtr ancient = addArticle(feed, "refresh-ancient", 1, false, Article::Read);
     library.saveSummary(QStringLiteral("ancient text"), ancient);
     NotificationLog log;
     // Only the requests below run: a paused check queues nothing, while queued downloads still start.
@@ -180,7 +158,7 @@ TEST_F(UpdaterTest, HostileServersEndInFailedFeedsWithTheirReasonWhileTheRestOfT
     QMap<QString, FeedPtr> failing;
     for (const QString &path : reasons.keys()) {
         failing[path] = addFeed(path, path.startsWith(u'/') ? server.url(path) : QUrl(path));
-        storedArticle(failing[path], "kept-" + path, QDate(2026, 3, 1), Article::New);
+        addArticle(failing[path], "kept-" + path, 1);
         updater.requestFeedDownload(failing[path]);
     }
     NotificationLog log;

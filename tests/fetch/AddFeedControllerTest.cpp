@@ -1,6 +1,6 @@
 #include "fetch/AddFeedController.h"
 
-#include "LoopbackServer.h"
+#include "ResponseWith.h"
 #include "db/FMDatabase.h"
 #include "db/FMResultSet.h"
 #include "fetch/DownloadItem.h"
@@ -271,9 +271,7 @@ TEST_F(AddFeedTest, APageWhoseLinkedFeedIsItselfIsFollowedFiveTimesThenTurnsRed)
 
 TEST_F(AddFeedTest, AFailedDownloadBeepsAndLeavesThePanelOpenForAnotherTry)
 {
-    Response broken = Response::ok(rssWithItem, "application/rss+xml");
-    broken.closeMidBody = true;
-    server.route("/broken.xml", broken);
+    server.route("/broken.xml", with(Response::ok(rssWithItem), &Response::closeMidBody, true));
     const qsizetype before = library.allFeeds().size();
 
     ASSERT_TRUE(add(server.url("/broken.xml")));
@@ -296,9 +294,7 @@ TEST_F(AddFeedTest, AFailedDownloadBeepsAndLeavesThePanelOpenForAnotherTry)
 
 TEST_F(AddFeedTest, CancellingDuringADownloadAddsNothingAndNoCompletionFollows)
 {
-    Response slow = Response::ok(rssWithItem, "application/rss+xml");
-    slow.delayMs = 300;
-    server.route("/slow.xml", slow);
+    server.route("/slow.xml", with(Response::ok(rssWithItem), &Response::delayMs, 300));
     const qsizetype before = library.allFeeds().size();
     controller.setAddress(server.url("/slow.xml").toString());
     ASSERT_TRUE(controller.doAddFeed());

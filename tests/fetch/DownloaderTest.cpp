@@ -2,6 +2,7 @@
 
 #include "LogCapture.h"
 #include "LoopbackServer.h"
+#include "ResponseWith.h"
 #include "TestFiles.h"
 #include "model/Feed.h"
 #include "model/FeedLibrary.h"
@@ -136,12 +137,8 @@ TEST(Downloader, NotModifiedIsItsOwnStateWhileChallengesAndErrorStatusesFailWith
     LoopbackServer server;
     server.route("/same", Response::notModified());
     server.route("/locked", Response::authenticationRequired());
-    Response missing = Response::ok("<html>gone</html>", "text/html");
-    missing.status = 404;
-    server.route("/missing", missing);
-    Response busy = Response::ok("<html>later</html>", "text/html").withHeader("Retry-After", "120");
-    busy.status = 429;
-    server.route("/busy", busy);
+    server.route("/missing", with(Response::ok("<html>gone</html>", "text/html"), &Response::status, 404));
+    server.route("/busy", with(Response(), &Response::status, 429).withHeader("Retry-After", "120"));
 
     Completions done;
     Downloader same, locked, gone, throttled;
@@ -179,14 +176,11 @@ TEST(Downloader, NotModifiedIsItsOwnStateWhileChallengesAndErrorStatusesFailWith
 TEST(Downloader, FollowsRedirectsDecodesGzipAndCountsOnlyTheFinalBody)
 {
     LoopbackServer server;
-    Response first = Response::redirect("/second", 301);
-    first.body = "moved away, with a body of its own";
-    server.route("/first", first);
+    server.route("/first",
+                 with(Response::redirect("/second", 301), &Response::body, "moved, with a body of its own"));
     server.route("/second", Response::redirect(server.url("/final").toString(), 302));
     const QByteArray text = QByteArray("<item>news</item>").repeated(500);
-    Response zipped = Response::ok(text, "application/rss+xml");
-    zipped.gzip = true;
-    server.route("/final", zipped);
+    server.route("/final", with(Response::ok(text, "application/rss+xml"), &Response::gzip, true));
 
     Completions done;
     Downloader downloader;
@@ -206,10 +200,8 @@ TEST(Downloader, FileTransferNamesTheFileAndAnnouncesBeginProgressAndCompleteInO
 {
     LoopbackServer server;
     const QByteArray audio(30000, 'a');
-    Response episode = Response::ok(audio, "audio/mpeg");
-    episode.chunkSize = 10000;
-    episode.chunkDelayMs = 20;
-    server.route("/media/episode.mp3", episode);
+    server.route("/media/episode.mp3",
+                 with(with(Response::ok(audio), &Response::chunkSize, 10000), &Response::chunkDelayMs, 20));
     server.route("/get", Response::ok("named", "application/pdf")
                              .withHeader("Content-Disposition", "attachment; filename=\"../.notes.pdf\""));
     QTemporaryDir folder;
@@ -245,18 +237,11 @@ TEST(Downloader, FileTransferNamesTheFileAndAnnouncesBeginProgressAndCompleteInO
 TEST(Downloader, FilesNeverReplaceOthersAndAFailedOrCancelledDownloadLeavesTheEarlierCopy)
 {
     LoopbackServer server;
-    for (const char *path : {"/one/audio.mp3", "/two/audio.mp3"}) {
-        Response episode = Response::ok(QByteArray(20000, path[1]), "audio/mpeg");
-        episode.chunkSize = 5000;
-        episode.chunkDelayMs = 20;
-        server.route(path, episode);
-    }
-    Response cut = Response::ok(QByteArray(20000, 'c'), "audio/mpeg");
-    cut.closeMidBody = true;
-    server.route("/cut/audio.mp3", cut);
-    Response slow = Response::ok(QByteArray(20000, 's'), "audio/mpeg");
-    slow.delayMs = 2000;
-    server.route("/slow/audio.mp3", slow);
+    for (const char *path : {"/one/audio.mp3", "/two/audio.mp3"})
+        server.route(path, with(with(Response::ok(QByteArray(20000, path[1])), &Response::chunkSize, 5000),
+                                &Response::chunkDelayMs, 20));
+    server.route("/cut/audio.mp3", with(Response::ok(QByteArray(20000, 'c')), &Response::closeMidBody, true));
+    server.route("/slow/audio.mp3", with(Response::ok(QByteArray(20000, 's')), &Response::delayMs, 2000));
     QTemporaryDir folder;
     writeFile(folder.filePath("audio.mp3"), "the copy already there");
     const QVariantMap context{{DownloadTypeKey, int(Downloader::DownloadTypeEnclosure)}};
@@ -329,13 +314,9 @@ TEST(Downloader, OnlyAPictureBecomesTheIconStoredAsItsFormatUnderTheFeedIdentifi
 TEST(Downloader, CancelledTransfersNeverCompleteNorAnnounceCompletion)
 {
     LoopbackServer server;
-    Response slow = Response::ok("eventually");
-    slow.delayMs = 200;
-    server.route("/slow", slow);
-    Response big = Response::ok(QByteArray(50000, 'b'), "audio/mpeg");
-    big.chunkSize = 5000;
-    big.chunkDelayMs = 10;
-    server.route("/big.mp3", big);
+    server.route("/slow", with(Response::ok("eventually"), &Response::delayMs, 200));
+    server.route("/big.mp3", with(with(Response::ok(QByteArray(50000, 'b')), &Response::chunkSize, 5000),
+                                  &Response::chunkDelayMs, 10));
     QTemporaryDir folder;
 
     Completions done;

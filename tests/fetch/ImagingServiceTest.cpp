@@ -1,6 +1,6 @@
 #include "fetch/ImagingService.h"
 
-#include "LoopbackServer.h"
+#include "ResponseWith.h"
 #include "fetch/QBImageManipulator.h"
 #include "model/Article.h"
 #include "model/Feed.h"
@@ -219,9 +219,7 @@ TEST_F(ThumbnailWorker, AnIdleWorkerHibernatesAndANewArticleWakesIt)
 
 TEST_F(ThumbnailWorker, TerminateAbandonsTheFetchUnderWayAndEndsTheWorkerForGood)
 {
-    LoopbackServer::Response stalled;
-    stalled.stall = true;
-    server.route("/stall.png", stalled);
+    server.route("/stall.png", with(LoopbackServer::Response(), &LoopbackServer::Response::stall, true));
     const ArticlePtr waiting = queued("/stall.png");
     service.start();
     ASSERT_TRUE(waitUntil([this] { return server.requestCount("/stall.png") == 1; }));

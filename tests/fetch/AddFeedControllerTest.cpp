@@ -1,6 +1,6 @@
 #include "fetch/AddFeedController.h"
 
-#include "LoopbackServer.h"
+#include "ResponseWith.h"
 #include "db/FMDatabase.h"
 #include "db/FMResultSet.h"
 #include "fetch/DownloadItem.h"
@@ -36,36 +36,32 @@ TEST(WebsiteProperties, LinkTagsGiveIconsAndFeedsByKind)
     EXPECT_EQ(properties.size(), 5);
 }
 
-TEST(WebsiteProperties, HrefsResolveAsABrowserResolvesThem)
+TEST(WebsiteProperties, HrefsResolveAsABrowserResolvesThemAndOnlyTheLastLinkOutsideCommentsAndScriptsCounts)
 {
-    const auto resolve = [](const QString &href, const QString &base, const QString &head = {}) {
-        const QString page = head + "<link rel=\"icon\" href=\"" + href + "\">";
-        return AddFeedController::websitePropertiesFromHTML(page, QUrl(base)).value("icon");
-    };
     const QString article = "http://example.com/blog/2026/story.html";
-    EXPECT_EQ(resolve("img/i.png", article), QUrl("http://example.com/blog/2026/img/i.png"));
-    EXPECT_EQ(resolve("/i.png", article), QUrl("http://example.com/i.png"));
-    EXPECT_EQ(resolve("../i.png", article), QUrl("http://example.com/blog/i.png"));
-    EXPECT_EQ(resolve("//cdn.example/i.png", "https://example.com/"), QUrl("https://cdn.example/i.png"));
-    EXPECT_EQ(resolve(" https://other.example/i.png ", article), QUrl("https://other.example/i.png"));
-    EXPECT_EQ(resolve("i.png", article, "<base href=\"http://static.example/s/\">"),
-              QUrl("http://static.example/s/i.png"));
-    EXPECT_TRUE(resolve("javascript:alert(1)", article).isEmpty());
-    EXPECT_TRUE(resolve("data:image/png;base64,AAAA", article).isEmpty());
-}
+    const QList<std::tuple<QString, QString, QString>> rows = {
+        {"<link rel=\"icon\" href=\"img/i.png\">", article, "http://example.com/blog/2026/img/i.png"},
+        {"<link rel=\"icon\" href=\"/i.png\">", article, "http://example.com/i.png"},
+        {"<link rel=\"icon\" href=\"../i.png\">", article, "http://example.com/blog/i.png"},
+        {"<link rel=\"icon\" href=\"//cdn.example/i.png\">", "https://example.com/",
+         "https://cdn.example/i.png"},
+        {"<link rel=\"icon\" href=\" https://other.example/i.png \">", article,
+         "https://other.example/i.png"},
+        {"<base href=\"http://static.example/s/\"><link rel=\"icon\" href=\"i.png\">", article,
+         "http://static.example/s/i.png"},
+        {"<link rel=\"icon\" href=\"javascript:alert(1)\">", article, ""},
+        {"<link rel=\"icon\" href=\"data:image/png;base64,AAAA\">", article, ""},
+        {"<link rel=\"icon\" href=\"/first.ico\"><link rel=\"icon\" href=\"/second.ico\">", "http://h",
+         "http://h/second.ico"}};
+    for (const auto &[page, base, icon] : rows)
+        EXPECT_EQ(AddFeedController::websitePropertiesFromHTML(page, QUrl(base)).value("icon"), QUrl(icon))
+            << page.toStdString();
 
-TEST(WebsiteProperties, ALaterTagReplacesAnEarlierAndLinksInCommentsOrScriptsCountForNothing)
-{
-    const QString page = "<link rel=\"icon\" href=\"/first.ico\"><link rel=\"icon\" href=\"/second.ico\">"
-                         "<!-- <link rel=\"apple-touch-icon\" href=\"/commented.png\"> -->"
-                         "<script>document.write('<link rel=\"alternate\" type=\"application/rss+xml\" "
-                         "href=\"/scripted.xml\">')</script>";
-    const QMap<QString, QUrl> properties =
-        AddFeedController::websitePropertiesFromHTML(page, QUrl("http://h"));
-    EXPECT_EQ(properties.keys(), QStringList{"icon"});
-    EXPECT_EQ(properties.value("icon"), QUrl("http://h/second.ico"));
-    EXPECT_TRUE(AddFeedController::websitePropertiesFromHTML("<p>no links</p>", QUrl("http://h")).isEmpty());
-    EXPECT_TRUE(AddFeedController::websitePropertiesFromHTML("", QUrl("http://h")).isEmpty());
+    for (const char *page : {"<!-- <link rel=\"apple-touch-icon\" href=\"/commented.png\"> -->",
+                             "<script>document.write('<link rel=\"alternate\" type=\"application/rss+xml\" "
+                             "href=\"/scripted.xml\">')</script>",
+                             "<p>no links</p>", ""})
+        EXPECT_TRUE(AddFeedController::websitePropertiesFromHTML(page, QUrl("http://h")).isEmpty()) << page;
 }
 
 TEST(AddFeedController, TypedAddressesAreNormalisedBeforeTheyAreDownloaded)
@@ -271,9 +267,7 @@ TEST_F(AddFeedTest, APageWhoseLinkedFeedIsItselfIsFollowedFiveTimesThenTurnsRed)
 
 TEST_F(AddFeedTest, AFailedDownloadBeepsAndLeavesThePanelOpenForAnotherTry)
 {
-    Response broken = Response::ok(rssWithItem, "application/rss+xml");
-    broken.closeMidBody = true;
-    server.route("/broken.xml", broken);
+    server.route("/broken.xml", with(Response::ok(rssWithItem), &Response::closeMidBody, true));
     const qsizetype before = library.allFeeds().size();
 
     ASSERT_TRUE(add(server.url("/broken.xml")));
@@ -296,9 +290,7 @@ TEST_F(AddFeedTest, AFailedDownloadBeepsAndLeavesThePanelOpenForAnotherTry)
 
 TEST_F(AddFeedTest, CancellingDuringADownloadAddsNothingAndNoCompletionFollows)
 {
-    Response slow = Response::ok(rssWithItem, "application/rss+xml");
-    slow.delayMs = 300;
-    server.route("/slow.xml", slow);
+    server.route("/slow.xml", with(Response::ok(rssWithItem), &Response::delayMs, 300));
     const qsizetype before = library.allFeeds().size();
     controller.setAddress(server.url("/slow.xml").toString());
     ASSERT_TRUE(controller.doAddFeed());

@@ -2,7 +2,8 @@
 
 #include "LogCapture.h"
 #include "LoopbackServer.h"
-#include "fetch/DownloadItem.h"
+#include "ResponseWith.h"
+#include "TestFiles.h"
 #include "model/Feed.h"
 #include "model/FeedLibrary.h"
 #include "platform/Defaults.h"
@@ -85,13 +86,6 @@ QByteArray pictureBytes(const char *format)
     return bytes;
 }
 
-QVariantMap iconContext(const std::shared_ptr<Feed> &feed, int candidate)
-{
-    return {{DownloadTypeKey, int(Downloader::DownloadTypeIcon)},
-            {DownloadFeedKey, QVariant::fromValue(feed)},
-            {IconTypeKey, candidate}};
-}
-
 } // namespace
 
 TEST(Downloader, PageTransferSendsItsHeadersAndHandsBackBodyAndDeclaredCharsetOnALaterPass)
@@ -143,12 +137,8 @@ TEST(Downloader, NotModifiedIsItsOwnStateWhileChallengesAndErrorStatusesFailWith
     LoopbackServer server;
     server.route("/same", Response::notModified());
     server.route("/locked", Response::authenticationRequired());
-    Response missing = Response::ok("<html>gone</html>", "text/html");
-    missing.status = 404;
-    server.route("/missing", missing);
-    Response busy = Response::ok("<html>later</html>", "text/html").withHeader("Retry-After", "120");
-    busy.status = 429;
-    server.route("/busy", busy);
+    server.route("/missing", with(Response::ok("<html>gone</html>", "text/html"), &Response::status, 404));
+    server.route("/busy", with(Response(), &Response::status, 429).withHeader("Retry-After", "120"));
 
     Completions done;
     Downloader same, locked, gone, throttled;
@@ -175,8 +165,10 @@ TEST(Downloader, NotModifiedIsItsOwnStateWhileChallengesAndErrorStatusesFailWith
     EXPECT_EQ(throttled.responseHeader("retry-after"), "120");
 
     Downloader refused;
-    EXPECT_FALSE(refused.beginDownloadFromURL(QUrl("not a url at all"), {}, {}, nullptr, {}, done.completion()));
-    EXPECT_FALSE(refused.beginDownloadFromURL(QUrl("ftp://127.0.0.1/x"), {}, {}, nullptr, {}, done.completion()));
+    EXPECT_FALSE(
+        refused.beginDownloadFromURL(QUrl("not a url at all"), {}, {}, nullptr, {}, done.completion()));
+    EXPECT_FALSE(
+        refused.beginDownloadFromURL(QUrl("ftp://127.0.0.1/x"), {}, {}, nullptr, {}, done.completion()));
     spin(50);
     EXPECT_EQ(done.calls(), 4) << "a transfer that never started never completes";
 }
@@ -184,14 +176,11 @@ TEST(Downloader, NotModifiedIsItsOwnStateWhileChallengesAndErrorStatusesFailWith
 TEST(Downloader, FollowsRedirectsDecodesGzipAndCountsOnlyTheFinalBody)
 {
     LoopbackServer server;
-    Response first = Response::redirect("/second", 301);
-    first.body = "moved away, with a body of its own";
-    server.route("/first", first);
+    server.route("/first",
+                 with(Response::redirect("/second", 301), &Response::body, "moved, with a body of its own"));
     server.route("/second", Response::redirect(server.url("/final").toString(), 302));
     const QByteArray text = QByteArray("<item>news</item>").repeated(500);
-    Response zipped = Response::ok(text, "application/rss+xml");
-    zipped.gzip = true;
-    server.route("/final", zipped);
+    server.route("/final", with(Response::ok(text, "application/rss+xml"), &Response::gzip, true));
 
     Completions done;
     Downloader downloader;
@@ -211,10 +200,8 @@ TEST(Downloader, FileTransferNamesTheFileAndAnnouncesBeginProgressAndCompleteInO
 {
     LoopbackServer server;
     const QByteArray audio(30000, 'a');
-    Response episode = Response::ok(audio, "audio/mpeg");
-    episode.chunkSize = 10000;
-    episode.chunkDelayMs = 20;
-    server.route("/media/episode.mp3", episode);
+    server.route("/media/episode.mp3",
+                 with(with(Response::ok(audio), &Response::chunkSize, 10000), &Response::chunkDelayMs, 20));
     server.route("/get", Response::ok("named", "application/pdf")
                              .withHeader("Content-Disposition", "attachment; filename=\"../.notes.pdf\""));
     QTemporaryDir folder;
@@ -236,9 +223,7 @@ TEST(Downloader, FileTransferNamesTheFileAndAnnouncesBeginProgressAndCompleteInO
     EXPECT_EQ(downloader.fileName(), "episode.mp3") << "the query string is no part of the name";
     EXPECT_EQ(downloader.bytes(), double(audio.size()));
     EXPECT_TRUE(downloader.receivedData().isEmpty());
-    QFile saved(folder.filePath("episode.mp3"));
-    ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
-    EXPECT_EQ(saved.readAll(), audio);
+    EXPECT_EQ(fileBytes(folder.filePath("episode.mp3")), audio);
 
     Downloader named;
     ASSERT_TRUE(named.beginDownloadFromURL(server.url("/get"), folder.path(), {}, {}, nullptr, context,
@@ -252,23 +237,13 @@ TEST(Downloader, FileTransferNamesTheFileAndAnnouncesBeginProgressAndCompleteInO
 TEST(Downloader, FilesNeverReplaceOthersAndAFailedOrCancelledDownloadLeavesTheEarlierCopy)
 {
     LoopbackServer server;
-    for (const char *path : {"/one/audio.mp3", "/two/audio.mp3"}) {
-        Response episode = Response::ok(QByteArray(20000, path[1]), "audio/mpeg");
-        episode.chunkSize = 5000;
-        episode.chunkDelayMs = 20;
-        server.route(path, episode);
-    }
-    Response cut = Response::ok(QByteArray(20000, 'c'), "audio/mpeg");
-    cut.closeMidBody = true;
-    server.route("/cut/audio.mp3", cut);
-    Response slow = Response::ok(QByteArray(20000, 's'), "audio/mpeg");
-    slow.delayMs = 2000;
-    server.route("/slow/audio.mp3", slow);
+    for (const char *path : {"/one/audio.mp3", "/two/audio.mp3"})
+        server.route(path, with(with(Response::ok(QByteArray(20000, path[1])), &Response::chunkSize, 5000),
+                                &Response::chunkDelayMs, 20));
+    server.route("/cut/audio.mp3", with(Response::ok(QByteArray(20000, 'c')), &Response::closeMidBody, true));
+    server.route("/slow/audio.mp3", with(Response::ok(QByteArray(20000, 's')), &Response::delayMs, 2000));
     QTemporaryDir folder;
-    QFile earlier(folder.filePath("audio.mp3"));
-    ASSERT_TRUE(earlier.open(QIODevice::WriteOnly));
-    earlier.write("the copy already there");
-    earlier.close();
+    writeFile(folder.filePath("audio.mp3"), "the copy already there");
     const QVariantMap context{{DownloadTypeKey, int(Downloader::DownloadTypeEnclosure)}};
 
     LogCapture log;
@@ -288,15 +263,11 @@ TEST(Downloader, FilesNeverReplaceOthersAndAFailedOrCancelledDownloadLeavesTheEa
 
     EXPECT_EQ(QSet<QString>({files[0]->fileName(), files[1]->fileName()}),
               QSet<QString>({"audio (2).mp3", "audio (3).mp3"}));
-    for (int i = 0; i < 2; ++i) {
-        QFile saved(folder.filePath(files[i]->fileName()));
-        ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
-        EXPECT_EQ(saved.readAll(), QByteArray(20000, i == 0 ? 'o' : 't'));
-    }
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(fileBytes(folder.filePath(files[i]->fileName())), QByteArray(20000, i == 0 ? 'o' : 't'));
     EXPECT_EQ(files[2]->failureReason(), "Connection lost");
     EXPECT_EQ(files[3]->failureReason(), "404 Not Found");
-    ASSERT_TRUE(earlier.open(QIODevice::ReadOnly));
-    EXPECT_EQ(earlier.readAll(), "the copy already there");
+    EXPECT_EQ(fileBytes(folder.filePath("audio.mp3")), "the copy already there");
     EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files).size(), 3) << "no partial file is left behind";
     EXPECT_TRUE(log.contains("Failed downloading: " + server.url("/cut/audio.mp3").toString()));
     EXPECT_TRUE(log.contains("- Cause: 404 Not Found"));
@@ -314,25 +285,23 @@ TEST(Downloader, OnlyAPictureBecomesTheIconStoredAsItsFormatUnderTheFeedIdentifi
     feed->setUniqueID("FEED-X");
     feed->setCustomIconAvailable(false);
     feed->setFavIcon(QImage(4, 4, QImage::Format_RGB32));
-    QFile older(folder.filePath("FEED-X.png"));
-    ASSERT_TRUE(older.open(QIODevice::WriteOnly));
-    older.write("an older and longer picture");
-    older.close();
+    writeFile(folder.filePath("FEED-X.png"), "an older and longer picture");
+    const QVariantMap context{{DownloadTypeKey, int(Downloader::DownloadTypeIcon)},
+                              {DownloadFeedKey, QVariant::fromValue(feed)},
+                              {IconTypeKey, 5}};
 
     const auto fetchIcon = [&](const QString &path) {
         Completions done;
         Downloader downloader;
-        EXPECT_TRUE(downloader.beginDownloadFromURL(server.url(path), folder.path(), {}, {}, nullptr,
-                                                    iconContext(feed, 5), done.completion()));
+        EXPECT_TRUE(downloader.beginDownloadFromURL(server.url(path), folder.path(), {}, {}, nullptr, context,
+                                                    done.completion()));
         EXPECT_TRUE(done.waitFor(1));
         return std::make_pair(downloader.fileName(), downloader.failureReason());
     };
     EXPECT_EQ(fetchIcon("/touch.png").first, "FEED-X.png");
     EXPECT_TRUE(feed->customIconAvailable());
     EXPECT_TRUE(feed->favIcon().isNull()) << "the new icon is read afresh";
-    ASSERT_TRUE(older.open(QIODevice::ReadOnly));
-    EXPECT_EQ(older.readAll(), pictureBytes("PNG"));
-    older.close();
+    EXPECT_EQ(fileBytes(folder.filePath("FEED-X.png")), pictureBytes("PNG"));
 
     EXPECT_EQ(fetchIcon("/favicon.ico").first, "FEED-X.ico");
     EXPECT_FALSE(QFile::exists(folder.filePath("FEED-X.png"))) << "the older icon of another format goes";
@@ -345,13 +314,9 @@ TEST(Downloader, OnlyAPictureBecomesTheIconStoredAsItsFormatUnderTheFeedIdentifi
 TEST(Downloader, CancelledTransfersNeverCompleteNorAnnounceCompletion)
 {
     LoopbackServer server;
-    Response slow = Response::ok("eventually");
-    slow.delayMs = 200;
-    server.route("/slow", slow);
-    Response big = Response::ok(QByteArray(50000, 'b'), "audio/mpeg");
-    big.chunkSize = 5000;
-    big.chunkDelayMs = 10;
-    server.route("/big.mp3", big);
+    server.route("/slow", with(Response::ok("eventually"), &Response::delayMs, 200));
+    server.route("/big.mp3", with(with(Response::ok(QByteArray(50000, 'b')), &Response::chunkSize, 5000),
+                                  &Response::chunkDelayMs, 10));
     QTemporaryDir folder;
 
     Completions done;
@@ -372,13 +337,4 @@ TEST(Downloader, CancelledTransfersNeverCompleteNorAnnounceCompletion)
     EXPECT_EQ(names.count("FileDownloadProgressedNotification"), 1);
     EXPECT_FALSE(names.contains("FileDownloadCompleteNotification"));
     EXPECT_FALSE(QFile::exists(folder.filePath("big.mp3")));
-}
-
-TEST(DownloadItem, StartsUntitledWithNothingElseSet)
-{
-    const DownloadItem item;
-    EXPECT_EQ(item.title(), "Untitled download");
-    EXPECT_TRUE(item.downloadURL().isEmpty());
-    EXPECT_FALSE(item.representedObject().isValid());
-    EXPECT_TRUE(item.username().isEmpty() && item.password().isEmpty() && item.destination().isEmpty());
 }

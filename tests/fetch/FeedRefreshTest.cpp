@@ -1,4 +1,5 @@
 #include "LoopbackServer.h"
+#include "ResponseWith.h"
 #include "ShrunkLimits.h"
 #include "UpdaterFixture.h"
 #include "fetch/Downloader.h"
@@ -22,18 +23,6 @@ const QByteArray refreshedFeed = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><rss
                                  "<description>Second fresh text</description>"
                                  "<pubDate>Thu, 19 Mar 2026 12:00:00 +0000</pubDate></item>"
                                  "</channel></rss>";
-
-ArticlePtr storedArticle(const FeedPtr &feed, const QString &guid, const QDate &day, int state)
-{
-    auto article = std::make_shared<Article>();
-    article->setGuid(guid);
-    article->setTitle(guid);
-    article->setState(state);
-    article->setLegacyPublicationDate(CalendarDate(QDateTime(day, QTime(12, 0), Qt::UTC), 0));
-    article->setParent(feed);
-    feed->addChild(article);
-    return article;
-}
 
 // Runs the event loop until the condition holds, or a generous bound passes, so that a lost completion
 // fails the test instead of hanging it. Given the updater, it runs its processor far oftener than its
@@ -71,14 +60,6 @@ QByteArray pngBytes()
     return bytes;
 }
 
-QStringList guidsOf(const FeedPtr &feed)
-{
-    QStringList guids;
-    for (const TreeNodePtr &node : feed->children())
-        guids << std::dynamic_pointer_cast<Article>(node)->guid();
-    return guids;
-}
-
 } // namespace
 
 TEST_F(UpdaterTest, ARefreshFromTheNetworkMergesTheFeedExpiresOldArticlesAndAlertsOnce)
@@ -87,11 +68,9 @@ TEST_F(UpdaterTest, ARefreshFromTheNetworkMergesTheFeedExpiresOldArticlesAndAler
     server.route(QStringLiteral("/news.xml"),
                  Response::ok(refreshedFeed, "application/rss+xml; charset=utf-8"));
     const FeedPtr feed = addFeed(QStringLiteral("loopback"), server.url(QStringLiteral("/news.xml")));
-    const ArticlePtr earlierNew =
-        storedArticle(feed, "refresh-earlier-new", QDate(2026, 3, 18), Article::New);
-    const ArticlePtr earlierRead =
-        storedArticle(feed, "refresh-earlier-read", QDate(2026, 3, 18), Article::Read);
-    const ArticlePtr ancient = storedArticle(feed, "refresh-ancient", QDate(2026, 1, 2), Article::Read);
+    const ArticlePtr earlierNew = addArticle(feed, "refresh-earlier-new", 18);
+    const ArticlePtr earlierRead = addArticle(feed, "refresh-earlier-read", 18, false, Article::Read);
+    const ArticlePtr ancient = addArticle(feed, "refresh-ancient", 1, false, Article::Read);
     library.saveSummary(QStringLiteral("ancient text"), ancient);
     NotificationLog log;
     // Only the requests below run: a paused check queues nothing, while queued downloads still start.
@@ -138,49 +117,36 @@ TEST_F(UpdaterTest, HostileServersEndInFailedFeedsWithTheirReasonWhileTheRestOfT
     defaults.setInteger(QStringLiteral("downloadConcurrent"), 13);
     LoopbackServer server;
     server.route("/good.xml", Response::ok(refreshedFeed, "application/rss+xml; charset=utf-8"));
-    server.route("/bomb.xml", Response::gzipBomb(40 * 1024 * 1024));
-    Response endless = Response::ok(QByteArray(64 * 1024, 'e'), "application/rss+xml");
-    endless.endless = true;
-    server.route("/endless.xml", endless);
-    Response drip = Response::ok(refreshedFeed, "application/rss+xml");
-    drip.chunkSize = 1;
-    drip.chunkDelayMs = 100;
-    server.route("/drip.xml", drip);
-    Response stall;
-    stall.stall = true;
-    server.route("/stalled.xml", stall);
-    Response broken = Response::ok("<html><body>Oops</body></html>", "text/html");
-    broken.status = 500;
-    server.route("/broken.xml", broken);
-    Response busy = Response::ok("slow down", "text/plain").withHeader("Retry-After", "600");
-    busy.status = 429;
-    server.route("/busy.xml", busy);
-    server.route("/private.xml", Response::authenticationRequired());
-    server.route("/home.html",
-                 Response::ok("<!DOCTYPE html><html><body><p>A site</p></body></html>", "text/html"));
-    server.route("/declared.xml", Response::ok(QByteArray(2 * 1024 * 1024, 'd'), "application/rss+xml"));
-    Response cut = Response::ok(refreshedFeed, "application/rss+xml");
-    cut.closeMidBody = true;
-    server.route("/cut.xml", cut);
-    const QMap<QString, QString> reasons{{"/bomb.xml", "Too large"},
-                                         {"/endless.xml", "Too large"},
-                                         {"/drip.xml", "Timed out"},
-                                         {"/stalled.xml", "Timed out"},
-                                         {"/missing.xml", "404 Not Found"},
-                                         {"/broken.xml", "500 Internal Server Error"},
-                                         {"/busy.xml", "429 Too Many Requests"},
-                                         {"/private.xml", "401 Unauthorized"},
-                                         {"/home.html", "Not a feed"},
-                                         {"/declared.xml", "Too large"},
-                                         {"/cut.xml", "Connection lost"},
-                                         {"http://127.0.0.1:9/refused.xml", "Could not connect"}};
+    const QByteArray rss = "application/rss+xml";
+    const Response drip = with(Response::ok(refreshedFeed, rss), &Response::chunkSize, 1);
+    const QMap<QString, std::pair<Response, QString>> failures{
+        {"/bomb.xml", {Response::gzipBomb(40 * 1024 * 1024), "Too large"}},
+        {"/endless.xml",
+         {with(Response::ok(QByteArray(64 * 1024, 'e'), rss), &Response::endless, true), "Too large"}},
+        {"/drip.xml", {with(drip, &Response::chunkDelayMs, 100), "Timed out"}},
+        {"/stalled.xml", {with(Response(), &Response::stall, true), "Timed out"}},
+        {"/missing.xml", {with(Response(), &Response::status, 404), "404 Not Found"}},
+        {"/broken.xml",
+         {with(Response::ok("<html>Oops</html>", "text/html"), &Response::status, 500),
+          "500 Internal Server Error"}},
+        {"/busy.xml",
+         {with(Response(), &Response::status, 429).withHeader("Retry-After", "600"),
+          "429 Too Many Requests"}},
+        {"/private.xml", {Response::authenticationRequired(), "401 Unauthorized"}},
+        {"/home.html",
+         {Response::ok("<!DOCTYPE html><html><body><p>A site</p></body></html>", "text/html"), "Not a feed"}},
+        {"/declared.xml", {Response::ok(QByteArray(2 * 1024 * 1024, 'd'), rss), "Too large"}},
+        {"/cut.xml",
+         {with(Response::ok(refreshedFeed, rss), &Response::closeMidBody, true), "Connection lost"}},
+        {"http://127.0.0.1:9/refused.xml", {Response(), "Could not connect"}}};
     updater.setPauseScheduledUpdates(true);
     const FeedPtr good = addFeed("good", server.url("/good.xml"));
     updater.requestFeedDownload(good);
     QMap<QString, FeedPtr> failing;
-    for (const QString &path : reasons.keys()) {
+    for (const QString &path : failures.keys()) {
+        server.route(path, failures[path].first);
         failing[path] = addFeed(path, path.startsWith(u'/') ? server.url(path) : QUrl(path));
-        storedArticle(failing[path], "kept-" + path, QDate(2026, 3, 1), Article::New);
+        addArticle(failing[path], "kept-" + path, 1);
         updater.requestFeedDownload(failing[path]);
     }
     NotificationLog log;
@@ -196,7 +162,7 @@ TEST_F(UpdaterTest, HostileServersEndInFailedFeedsWithTheirReasonWhileTheRestOfT
     for (auto it = failing.cbegin(); it != failing.cend(); ++it) {
         const FeedPtr &feed = it.value();
         EXPECT_EQ(feed->state(), Feed::Failed) << it.key().toStdString();
-        EXPECT_EQ(feed->failureReason(), reasons.value(it.key())) << it.key().toStdString();
+        EXPECT_EQ(feed->failureReason(), failures[it.key()].second) << it.key().toStdString();
         EXPECT_FALSE(feed->lastSucceeded().isValid());
         ASSERT_EQ(feed->childCount(), 1) << "nothing of a failed answer is read";
         EXPECT_EQ(std::dynamic_pointer_cast<Article>(feed->children().first())->state(), Article::New);
@@ -215,11 +181,10 @@ TEST_F(UpdaterTest, HostileServersEndInFailedFeedsWithTheirReasonWhileTheRestOfT
 TEST_F(UpdaterTest, AnUnchangedFeedIsAskedConditionallyAndA304KeepsItsArticlesAsTheyAre)
 {
     LoopbackServer server;
-    Response validated = Response::ok(refreshedFeed, "application/rss+xml")
-                             .withHeader("ETag", "\"v1\"")
-                             .withHeader("Last-Modified", "Fri, 20 Mar 2026 12:00:00 GMT");
-    validated.notModifiedWhenConditional = true;
-    server.route("/news.xml", validated);
+    server.route("/news.xml", with(Response::ok(refreshedFeed, "application/rss+xml"),
+                                   &Response::notModifiedWhenConditional, true)
+                                  .withHeader("ETag", "\"v1\"")
+                                  .withHeader("Last-Modified", "Fri, 20 Mar 2026 12:00:00 GMT"));
     const FeedPtr feed = addFeed("conditional", server.url("/news.xml"));
     updater.setPauseScheduledUpdates(true);
     NotificationLog log;
@@ -254,8 +219,7 @@ TEST_F(UpdaterTest, SlowEnclosuresAndIconsNeverHoldUpARefresh)
 {
     defaults.setInteger(QStringLiteral("downloadConcurrent"), 1);
     LoopbackServer server;
-    Response stall;
-    stall.stall = true;
+    const Response stall = with(Response(), &Response::stall, true);
     server.route("/episode.mp3", stall);
     server.route("/apple-touch-icon-precomposed.png", stall);
     server.route("/news.xml", Response::ok(refreshedFeed, "application/rss+xml"));

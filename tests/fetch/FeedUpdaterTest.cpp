@@ -12,28 +12,6 @@
 
 namespace {
 
-ArticlePtr addArticle(const FeedPtr &feed, const QString &guid, int daysAfterFirstOfMarch, bool stillInFeed)
-{
-    auto article = std::make_shared<Article>();
-    article->setGuid(guid);
-    article->setTitle(guid);
-    article->setStillInFeed(stillInFeed);
-    if (daysAfterFirstOfMarch >= 0)
-        article->setLegacyPublicationDate(CalendarDate(
-            QDateTime(QDate(2026, 3, 1).addDays(daysAfterFirstOfMarch), QTime(12, 0), Qt::UTC), 3600));
-    article->setParent(feed);
-    feed->addChild(article);
-    return article;
-}
-
-QStringList childGuids(const FeedPtr &feed)
-{
-    QStringList guids;
-    for (const TreeNodePtr &node : feed->children())
-        guids << std::dynamic_pointer_cast<Article>(node)->guid();
-    return guids;
-}
-
 std::unique_ptr<Downloader> finishedDownload(const QVariant &context, int state)
 {
     auto downloader = std::make_unique<Downloader>();
@@ -144,7 +122,7 @@ TEST_F(UpdaterTest, AFinishedEnclosureIsStoredUnderItsSavedNamePlaysItsSoundAndN
     auto enclosure = std::make_shared<Enclosure>();
     enclosure->setTitle(QStringLiteral("Episode 12"));
     const ArticlePtr article =
-        addArticle(addFeed(QStringLiteral("podcast")), QStringLiteral("ep-12"), 1, true);
+        addArticle(addFeed(QStringLiteral("podcast")), QStringLiteral("ep-12"), 2, true);
     article->setEnclosure(enclosure);
     library.saveSummary(QStringLiteral("show notes"), article);
     const auto done = finishedDownload(QVariantMap{{DownloadTypeKey, Downloader::DownloadTypeEnclosure},
@@ -171,50 +149,53 @@ TEST_F(UpdaterTest, AFinishedEnclosureIsStoredUnderItsSavedNamePlaysItsSoundAndN
     EXPECT_EQ(notifier.delivered.size(), 2);
 }
 
-TEST_F(UpdaterTest, ExpiryRemovesOnlyDatedArticlesOlderThanTheRetentionThatLeftTheFeed)
+TEST_F(UpdaterTest, ExpiryRemovesDatedArticlesThatLeftTheFeedBeyondTheRetentionAndTheirStoredText)
 {
     const FeedPtr feed = addFeed(QStringLiteral("expiring"));
-    addArticle(feed, QStringLiteral("newest"), 20, true);
-    addArticle(feed, QStringLiteral("eight-days-older"), 12, false);
-    addArticle(feed, QStringLiteral("exactly-seven-days-older"), 13, false);
-    addArticle(feed, QStringLiteral("six-days-older"), 14, false);
-    addArticle(feed, QStringLiteral("old-but-still-in-feed"), 1, true);
-    addArticle(feed, QStringLiteral("undated"), -1, false);
+    addArticle(feed, QStringLiteral("newest"), 21, true);
+    const ArticlePtr old = addArticle(feed, QStringLiteral("eight-days-older"), 13);
+    addArticle(feed, QStringLiteral("exactly-seven-days-older"), 14);
+    addArticle(feed, QStringLiteral("six-days-older"), 15);
+    addArticle(feed, QStringLiteral("old-but-still-in-feed"), 2, true);
+    addArticle(feed, QStringLiteral("undated"), 0);
+    library.saveSummary(QStringLiteral("stored text"), old);
     library.setLibraryDirty(false);
 
     updater.expireOldArticlesForFeed(feed);
-    EXPECT_EQ(childGuids(feed),
-              QStringList({"newest", "six-days-older", "old-but-still-in-feed", "undated"}));
+    EXPECT_EQ(guidsOf(feed), QStringList({"newest", "six-days-older", "old-but-still-in-feed", "undated"}))
+        << "seven days unless set";
+    EXPECT_EQ(library.longSummaryForArticle(old), "");
     EXPECT_TRUE(library.libraryDirty());
 
     feed->setRetentionPeriod(30);
-    addArticle(feed, QStringLiteral("twenty-days-older"), 0, false);
+    addArticle(feed, QStringLiteral("twenty-days-older"), 1);
     updater.expireOldArticlesForFeed(feed);
     EXPECT_EQ(feed->childCount(), 5);
-}
 
-TEST_F(UpdaterTest, ExpiryDeletesTheStoredHistoryOfExpiredArticles)
-{
-    const FeedPtr feed = addFeed(QStringLiteral("history"));
-    addArticle(feed, QStringLiteral("history-newest"), 20, true);
-    const ArticlePtr old = addArticle(feed, QStringLiteral("history-old"), 1, false);
-    library.saveSummary(QStringLiteral("stored text"), old);
-    ASSERT_EQ(library.longSummaryForArticle(old), "stored text");
-
-    updater.expireOldArticlesForFeed(feed);
-    EXPECT_EQ(library.longSummaryForArticle(old), "");
-    EXPECT_EQ(feed->childCount(), 1);
-}
-
-TEST_F(UpdaterTest, WhenEveryArticleWouldExpireTheListStaysButTheirHistoryGoes)
-{
-    const FeedPtr feed = addFeed(QStringLiteral("all old"));
-    const ArticlePtr only = addArticle(feed, QStringLiteral("all-old-only"), 1, false);
-    feed->setRetentionPeriod(0);
+    // When every article would go, the list stays but the stored text goes.
+    const FeedPtr allOld = addFeed(QStringLiteral("all old"));
+    const ArticlePtr only = addArticle(allOld, QStringLiteral("all-old-only"), 2);
+    allOld->setRetentionPeriod(0);
     library.saveSummary(QStringLiteral("text"), only);
-    updater.expireOldArticlesForFeed(feed);
-    EXPECT_EQ(feed->childCount(), 1);
+    updater.expireOldArticlesForFeed(allOld);
+    EXPECT_EQ(allOld->childCount(), 1);
     EXPECT_EQ(library.longSummaryForArticle(only), "");
+
+    // The setting counts for feeds without a retention of their own.
+    const FeedPtr usesSetting = addFeed(QStringLiteral("global retention"));
+    const FeedPtr ownWeek = addFeed(QStringLiteral("own retention of seven days"));
+    ownWeek->setRetentionPeriod(7);
+    for (const FeedPtr &each : {usesSetting, ownWeek}) {
+        addArticle(each, each->title() + "/newest", 21, true);
+        addArticle(each, each->title() + "/two-days-older", 19);
+        addArticle(each, each->title() + "/exactly-three-days-older", 18);
+    }
+    defaults.setInteger(QStringLiteral("generalExpireAfter"), 3);
+    updater.expireOldArticlesForFeed(usesSetting);
+    updater.expireOldArticlesForFeed(ownWeek);
+    EXPECT_EQ(guidsOf(usesSetting),
+              QStringList({"global retention/newest", "global retention/two-days-older"}));
+    EXPECT_EQ(ownWeek->childCount(), 3) << "a feed's own retention wins over the setting";
 }
 
 TEST_F(UpdaterTest, IconRequestsQueueTheFirstCandidateAtTheSitesOwnOriginIntoTheIconFolder)
@@ -251,22 +232,17 @@ TEST_F(UpdaterTest, IconRequestsQueueTheFirstCandidateAtTheSitesOwnOriginIntoThe
               "http://127.0.0.1:8080/apple-touch-icon-precomposed.png");
 }
 
-TEST(DockBadge, CountsAreWrittenSmallerAsTheyGrowAndFourDigitsReadLots)
+TEST(DockBadge, CountsAreDrawnInBlackSmallerAsTheyGrowAndFourDigitsReadLots)
 {
-    EXPECT_EQ(QBDockBadge::layoutForCount(1).fontSize, 64);
-    EXPECT_EQ(QBDockBadge::layoutForCount(9).rect, QRectF(0, 29, 128, 70));
-    EXPECT_EQ(QBDockBadge::layoutForCount(10).fontSize, 50);
-    EXPECT_EQ(QBDockBadge::layoutForCount(99).rect, QRectF(0, 25, 128, 64));
-    EXPECT_EQ(QBDockBadge::layoutForCount(100).fontSize, 45);
+    int size = QBDockBadge::layoutForCount(1).fontSize;
+    for (int count : {10, 100, 1000}) {
+        EXPECT_LT(QBDockBadge::layoutForCount(count).fontSize, size) << count;
+        EXPECT_EQ(QBDockBadge::layoutForCount(count - 1).fontSize, size) << count - 1;
+        size = QBDockBadge::layoutForCount(count).fontSize;
+    }
     EXPECT_EQ(QBDockBadge::layoutForCount(999).text, "999");
-    EXPECT_EQ(QBDockBadge::layoutForCount(999).fontSize, 45);
     EXPECT_EQ(QBDockBadge::layoutForCount(1000).text, "Lots");
-    EXPECT_EQ(QBDockBadge::layoutForCount(1000).fontSize, 40);
-    EXPECT_EQ(QBDockBadge::layoutForCount(1000).rect, QRectF(0, 15, 128, 64));
-}
 
-TEST(DockBadge, TheCountIsDrawnInBlackInsideItsRectangleCountedFromTheBottom)
-{
     QImage dock(128, 128, QImage::Format_ARGB32_Premultiplied);
     dock.fill(Qt::white);
     const QImage badge = QBDockBadge::image(dock, 50);
@@ -290,7 +266,7 @@ TEST_F(UpdaterTest, TheDockIconShowsTheUnreadCountResetsAtZeroAndIsLeftAloneWhen
     EXPECT_EQ(tile.resets, 1);
     EXPECT_TRUE(tile.icons.isEmpty());
 
-    addArticle(feed, QStringLiteral("badge-a"), 1, true);
+    addArticle(feed, QStringLiteral("badge-a"), 2, true);
     feed->updateUnreadCount();
     updater.updateDockIcon();
     ASSERT_EQ(tile.icons.size(), 1);
@@ -321,27 +297,4 @@ TEST_F(UpdaterTest, AnAddressNoTransferCanBeMadeOfFailsAndFreesItsSlot)
     EXPECT_TRUE(updater.queuedDownloads().isEmpty()) << "each failure freed the one slot for the next";
     EXPECT_EQ(local->state(), Feed::Failed);
     EXPECT_EQ(broken->state(), Feed::Failed);
-}
-
-TEST_F(UpdaterTest, TheExpirySettingSetsTheRetentionOfFeedsWithoutOneOfTheirOwn)
-{
-    const FeedPtr usesSetting = addFeed(QStringLiteral("global retention"));
-    const FeedPtr ownWeek = addFeed(QStringLiteral("own retention of seven days"));
-    ownWeek->setRetentionPeriod(7);
-    for (const FeedPtr &feed : {usesSetting, ownWeek}) {
-        addArticle(feed, feed->title() + "/newest", 20, true);
-        addArticle(feed, feed->title() + "/two-days-older", 18, false);
-        addArticle(feed, feed->title() + "/exactly-three-days-older", 17, false);
-        addArticle(feed, feed->title() + "/five-days-older", 15, false);
-    }
-
-    updater.expireOldArticlesForFeed(usesSetting);
-    EXPECT_EQ(usesSetting->childCount(), 4) << "seven days unless set";
-
-    defaults.setInteger(QStringLiteral("generalExpireAfter"), 3);
-    updater.expireOldArticlesForFeed(usesSetting);
-    updater.expireOldArticlesForFeed(ownWeek);
-    EXPECT_EQ(childGuids(usesSetting),
-              QStringList({"global retention/newest", "global retention/two-days-older"}));
-    EXPECT_EQ(ownWeek->childCount(), 4) << "a feed's own retention wins over the setting";
 }

@@ -104,6 +104,31 @@ protected:
         return feed;
     }
 
+    // Dated at noon on that day of March 2026, or undated for day 0.
+    static ArticlePtr addArticle(const FeedPtr &feed, const QString &guid, int dayOfMarch,
+                                 bool stillInFeed = false, int state = Article::New)
+    {
+        auto article = std::make_shared<Article>();
+        article->setGuid(guid);
+        article->setTitle(guid);
+        article->setState(state);
+        article->setStillInFeed(stillInFeed);
+        if (dayOfMarch > 0)
+            article->setLegacyPublicationDate(
+                CalendarDate(QDateTime(QDate(2026, 3, dayOfMarch), QTime(12, 0), Qt::UTC), 0));
+        article->setParent(feed);
+        feed->addChild(article);
+        return article;
+    }
+
+    static QStringList guidsOf(const FeedPtr &feed)
+    {
+        QStringList guids;
+        for (const TreeNodePtr &node : feed->children())
+            guids << std::dynamic_pointer_cast<Article>(node)->guid();
+        return guids;
+    }
+
     QTemporaryDir scratch;
     Defaults defaults{scratch.filePath(QStringLiteral("settings.ini"))};
     FeedLibrary library;

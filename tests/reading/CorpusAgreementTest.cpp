@@ -10,32 +10,24 @@
 
 #include <QDir>
 #include <QFile>
-#include <QMap>
 #include <QRegularExpression>
 #include <gtest/gtest.h>
 #include <optional>
 
 namespace {
 
-// Documents about rules this program keeps as they were, matched by their path, with the reason.
-const QList<std::pair<QRegularExpression, const char *>> leftOut = {
-    {QRegularExpression("/(sanitize|cdf|itunes|geo|psc|lang|amp|chardet)/"),
-     "the other library's own model: its sanitiser, CDF, iTunes, geo, chapters, languages, statistical "
-     "character-set guessing"},
-    {QRegularExpression("base64"), "base64 content is not decoded"},
-    {QRegularExpression("dcterms|dc_title|dc_description|dc_author|fullitem|xhtml_body|item_body|media_title|"
-                        "author_homepage|rss/.*_and_"),
-     "elements the readers do not read"},
-    {QRegularExpression("guid.*(map|conflict)_link"),
-     "an item without a link takes the feed's, not its guid"},
-    {QRegularExpression("(created|updated)_multiple_values|date_overwriting"),
-     "an entry is dated by its first date element"},
-    {QRegularExpression("link_no_href|atom/.*(naked|inline)_markup|div_escaped_markup|inline_markup_2|"
-                        "atomsvgtitle|node_precedence|NoDefNS"),
-     "Atom 0.3 markup without mode, links without href, and element names read as written"},
-    {QRegularExpression("content_and_summary|description_code_br|not_a_doctype|escaped_apos"),
-     "content wins over summary, and an RSS text's entities are decoded once more"},
-};
+// Documents about rules this program keeps as they were, matched by their path: the other library's own
+// model (its sanitiser, CDF, iTunes, geo, chapters, languages, statistical character-set guessing); base64
+// content, which is not decoded; elements the readers do not read; an item without a link, which takes the
+// feed's link, not its guid; an entry, which is dated by its first date element; Atom 0.3 markup without
+// mode, links without href, and element names read as written; content winning over summary, and an RSS
+// text's entities decoded once more.
+const QRegularExpression leftOut(
+    "/(sanitize|cdf|itunes|geo|psc|lang|amp|chardet)/|base64|"
+    "dcterms|dc_title|dc_description|dc_author|fullitem|xhtml_body|item_body|media_title|author_homepage|"
+    "rss/.*_and_|guid.*(map|conflict)_link|(created|updated)_multiple_values|date_overwriting|"
+    "link_no_href|atom/.*(naked|inline)_markup|div_escaped_markup|inline_markup_2|atomsvgtitle|"
+    "node_precedence|NoDefNS|content_and_summary|description_code_br|not_a_doctype|escaped_apos");
 
 enum Field
 {
@@ -44,13 +36,10 @@ enum Field
     Enclosures,
     Dates,
     Authors,
-    Counts,
     Text,
-    Pictures,
-    FieldCount
+    Pictures
 };
-const char *const fieldNames[] = {"titles",  "links",  "enclosures", "dates",
-                                  "authors", "counts", "text",       "pictures"};
+const char *const fieldNames[] = {"titles", "links", "enclosures", "dates", "authors", "text", "pictures"};
 
 // One "path == value" statement: the path as its parts ("entries", "0", "title"), the value as the
 // text this program would show.
@@ -211,10 +200,8 @@ TEST(CorpusAgreement, TheFieldsRealFeedsDependOnAreReadAsTheReferenceLibraryRead
         GTEST_SKIP() << "no feed corpus at " << FeedCorpus::folder().toStdString();
     FeedLibrary library;
     library.load();
-    int agreed[FieldCount] = {};
-    int compared[FieldCount] = {};
+    int documents = 0;
     QStringList disagreements;
-    QMap<QString, int> leftOutCount;
     for (const QString &path : files) {
         QFile file(path);
         const QString relative = QDir(FeedCorpus::folder()).relativeFilePath(path);
@@ -223,17 +210,10 @@ TEST(CorpusAgreement, TheFieldsRealFeedsDependOnAreReadAsTheReferenceLibraryRead
                                    : QString();
         const QList<Statement> statements =
             statementsOf(header.section(QLatin1String("Expect:"), 1).section(u'\n', 0, 0));
-        const auto reason = std::find_if(leftOut.cbegin(), leftOut.cend(), [&relative](const auto &rule) {
-            return rule.first.match(relative).hasMatch();
-        });
-        if (statements.isEmpty() || reason != leftOut.cend()) {
-            leftOutCount[reason == leftOut.cend() ? QString() : QString::fromUtf8(reason->second)] +=
-                !statements.isEmpty();
+        if (statements.isEmpty() || leftOut.match(relative).hasMatch())
             continue;
-        }
         const FeedPtr feed = readDocument(library, path, relative, header);
-        QMap<Field, bool> fields;
-        int entriesNamed = 0;
+        ++documents;
         for (const Statement &statement : statements) {
             std::optional<Field> field;
             QString ours;
@@ -249,7 +229,6 @@ TEST(CorpusAgreement, TheFieldsRealFeedsDependOnAreReadAsTheReferenceLibraryRead
                                         : timeText(feed->publicationDate().moment());
             } else if ((field = entryField(statement.path))) {
                 const int index = statement.path.value(1).toInt();
-                entriesNamed = std::max(entriesNamed, index + 1);
                 const auto article = std::dynamic_pointer_cast<Article>(feed->children().value(index));
                 ours = article ? entryValue(*field, statement.path, article, library)
                                : QStringLiteral("no entry");
@@ -257,24 +236,11 @@ TEST(CorpusAgreement, TheFieldsRealFeedsDependOnAreReadAsTheReferenceLibraryRead
             if (!field)
                 continue;
             const QString expected = expectedValue(*field, statement.value);
-            fields[*field] = fields.value(*field, true) && ours == expected;
             if (ours != expected)
                 disagreements << QStringLiteral("%1 %2: read \"%3\", expected \"%4\"")
                                      .arg(fieldNames[*field], relative, ours, expected);
         }
-        for (auto field = fields.cbegin(); field != fields.cend(); ++field) {
-            ++compared[field.key()];
-            agreed[field.key()] += field.value();
-        }
-        if (entriesNamed > 0) {
-            ++compared[Counts];
-            agreed[Counts] += feed->childCount() >= entriesNamed;
-        }
     }
-    for (int field = 0; field < FieldCount; ++field)
-        std::printf("%-10s %d of %d documents agree\n", fieldNames[field], agreed[field], compared[field]);
-    for (auto reason = leftOutCount.cbegin(); reason != leftOutCount.cend(); ++reason)
-        if (!reason.key().isEmpty())
-            std::printf("left out, %d documents: %s\n", reason.value(), qPrintable(reason.key()));
+    EXPECT_GT(documents, 100) << "the headers were read";
     EXPECT_TRUE(disagreements.isEmpty()) << disagreements.join(u'\n').toStdString();
 }

@@ -39,7 +39,7 @@ OPMLImporter importedText(const QString &text)
 }
 } // namespace
 
-TEST(OPMLImporter, NestedFolderOutlinesBecomeNestedFoldersAndEndTagsClimbBackOut)
+TEST(OPMLImporter, NestedFolderOutlinesBecomeNestedFoldersEndTagsClimbBackOutAndUidsAreKept)
 {
     const OPMLImporter importer = OPMLImporter::importFeedsFromPath(fixture("nested.opml"));
     const auto top = importer.importedFeedsFolder();
@@ -56,54 +56,51 @@ TEST(OPMLImporter, NestedFolderOutlinesBecomeNestedFoldersAndEndTagsClimbBackOut
     ASSERT_TRUE(inner);
     EXPECT_EQ(inner->title(), "Inner") << "the title wins over the text";
     EXPECT_EQ(inner->parent(), outer);
-    const auto deep = feedAt(inner, 0);
-    ASSERT_TRUE(deep);
-    EXPECT_EQ(deep->parent(), inner);
+    ASSERT_TRUE(feedAt(inner, 0));
+    EXPECT_EQ(feedAt(inner, 0)->parent(), inner);
     EXPECT_EQ(feedAt(outer, 1)->title(), "Outer feed") << "a feed after the inner folder's end tag";
     EXPECT_EQ(folderAt(top, 1)->title(), "Untitled folder");
     EXPECT_EQ(folderAt(top, 1)->childCount(), 0);
     EXPECT_EQ(feedAt(top, 2)->title(), "Top feed");
-
+    EXPECT_EQ(feedAt(top, 2)->feedType(), Feed::RSSType);
     EXPECT_EQ(titlesOf(importer.feeds()), QStringList({"Deep feed", "Outer feed", "Top feed"}))
         << "the flat list is in document order";
+
+    // Importing twice gives twin feeds.
+    const OPMLImporter second = OPMLImporter::importFeedsFromPath(fixture("nested.opml"));
+    ASSERT_EQ(second.feeds().size(), 3);
+    const QStringList uids = {"DEEP-0001", "OUTER-0002", "TOP-0003"};
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(importer.feeds().at(i)->uniqueID(), uids.at(i));
+        EXPECT_EQ(second.feeds().at(i)->uniqueID(), uids.at(i));
+        EXPECT_NE(importer.feeds().at(i), second.feeds().at(i)) << "two separate feeds";
+    }
 }
 
-TEST(OPMLImporter, AnOutlineWithOnlyAHomePageTakesItAsItsAddress)
-{
-    const OPMLImporter importer = OPMLImporter::importFeedsFromPath(fixture("quirks.opml"));
-    ASSERT_FALSE(importer.feeds().isEmpty());
-    const auto feed = importer.feeds().first();
-    EXPECT_EQ(feed->title(), "Home page only");
-    EXPECT_EQ(feed->feed(), QUrl("http://pages.example/home")) << "looking for url finds the end of htmlUrl";
-    EXPECT_EQ(feed->link(), QUrl("http://pages.example/home"));
-}
-
-TEST(OPMLImporter, AFeedOutlineWithASeparateEndTagMakesNoFeedAndLeavesTheFolder)
-{
-    const OPMLImporter importer = OPMLImporter::importFeedsFromPath(fixture("quirks.opml"));
-    const auto top = importer.importedFeedsFolder();
-    EXPECT_FALSE(titlesOf(importer.feeds()).contains("Written open"));
-    const auto folder = folderAt(top, 0);
-    ASSERT_TRUE(folder);
-    EXPECT_EQ(folder->childCount(), 1) << "only the feed before the open outline";
-    EXPECT_EQ(feedAt(top, 1)->title(), "After the open one") << "its end tag closed the folder early";
-    EXPECT_EQ(feedAt(top, 1)->parent(), top);
-    EXPECT_EQ(importer.currentFolder(), top) << "the folder's own end tag cannot climb above the top";
-}
-
-TEST(OPMLImporter, AttributesAreDecodedAndDefaultedOutlineByOutline)
+TEST(OPMLImporter, QuirkyOutlinesAreReadAttributeByAttributeAndAnOpenFeedOutlineClosesItsFolderEarly)
 {
     const OPMLImporter importer = OPMLImporter::importFeedsFromPath(fixture("quirks.opml"));
     ASSERT_EQ(titlesOf(importer.feeds()),
               QStringList({"Home page only", "After the open one", "Café & Bar", "single quoted"}))
-        << "an outline with neither title, text nor address makes nothing at all";
+        << "an outline with neither title, text nor address makes nothing at all, and one written open "
+           "makes no feed";
+    const auto top = importer.importedFeedsFolder();
+    ASSERT_TRUE(folderAt(top, 0));
+    EXPECT_EQ(folderAt(top, 0)->childCount(), 1) << "only the feed before the open outline";
+    EXPECT_EQ(feedAt(top, 1)->title(), "After the open one") << "its end tag closed the folder early";
+    EXPECT_EQ(feedAt(top, 1)->parent(), top);
+    EXPECT_EQ(importer.currentFolder(), top) << "the folder's own end tag cannot climb above the top";
 
     const auto home = importer.feeds().at(0);
+    EXPECT_EQ(home->feed(), QUrl("http://pages.example/home")) << "looking for url finds the end of htmlUrl";
+    EXPECT_EQ(home->link(), QUrl("http://pages.example/home"));
     EXPECT_EQ(home->feedType(), Feed::AtomType) << "no type";
     EXPECT_EQ(home->description(), "");
     EXPECT_FALSE(home->description().isNull());
     EXPECT_EQ(home->language(), "en-us");
     EXPECT_TRUE(home->keywords().isEmpty());
+    EXPECT_EQ(home->uniqueID().size(), 36) << "a feed without uid gets its own";
+    EXPECT_NE(home->uniqueID(), importer.feeds().at(1)->uniqueID());
     EXPECT_EQ(importer.feeds().at(1)->feedType(), Feed::AtomType) << "\"rss\" is not \"RSS\"";
 
     const auto cafe = importer.feeds().at(2);
@@ -138,60 +135,29 @@ TEST(OPMLImporter, EntitiesEscapedTwiceInTitlesStillBecomeTheirCharacters)
     EXPECT_EQ(again.feeds().first()->keywords(), QStringList({"&eacute;"})) << "keywords get no extra pass";
 }
 
-TEST(OPMLImporter, UidsAreKeptSoThatImportingTwiceGivesTwinFeeds)
+TEST(OPMLImporter, TheDeclaredEncodingIsHonouredLatin1IsAssumedAndAnUnusableFileImportsNothingAndSaysSo)
 {
-    const OPMLImporter first = OPMLImporter::importFeedsFromPath(fixture("nested.opml"));
-    const OPMLImporter second = OPMLImporter::importFeedsFromPath(fixture("nested.opml"));
-    ASSERT_EQ(first.feeds().size(), 3);
-    ASSERT_EQ(second.feeds().size(), 3);
-    const QStringList uids = {"DEEP-0001", "OUTER-0002", "TOP-0003"};
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(first.feeds().at(i)->uniqueID(), uids.at(i));
-        EXPECT_EQ(second.feeds().at(i)->uniqueID(), uids.at(i));
-        EXPECT_NE(first.feeds().at(i), second.feeds().at(i)) << "two separate feeds";
-    }
-    EXPECT_EQ(first.feeds().at(2)->feedType(), Feed::RSSType);
+    EXPECT_EQ(titlesOf(OPMLImporter::importFeedsFromPath(fixture("declared-utf8.opml")).feeds()),
+              QStringList{"Café – Nachrichten"});
+    EXPECT_EQ(titlesOf(OPMLImporter::importFeedsFromPath(fixture("undeclared-latin1.opml")).feeds()),
+              QStringList{"Café"});
 
-    const OPMLImporter withoutUids = OPMLImporter::importFeedsFromPath(fixture("quirks.opml"));
-    EXPECT_EQ(withoutUids.feeds().first()->uniqueID().size(), 36) << "a feed without uid gets its own";
-    EXPECT_NE(withoutUids.feeds().first()->uniqueID(), withoutUids.feeds().at(1)->uniqueID());
-}
-
-TEST(OPMLImporter, TheDeclaredEncodingIsHonouredAndLatin1IsAssumedWithoutOne)
-{
-    const OPMLImporter utf8 = OPMLImporter::importFeedsFromPath(fixture("declared-utf8.opml"));
-    ASSERT_EQ(utf8.feeds().size(), 1);
-    EXPECT_EQ(utf8.feeds().first()->title(), "Café – Nachrichten");
-
-    const OPMLImporter latin1 = OPMLImporter::importFeedsFromPath(fixture("undeclared-latin1.opml"));
-    ASSERT_EQ(latin1.feeds().size(), 1);
-    EXPECT_EQ(latin1.feeds().first()->title(), "Café");
-}
-
-TEST(OPMLImporter, AnUnusableDeclaredEncodingImportsNothingAndSaysSo)
-{
-    for (const char *name : {"unknown-encoding.opml", "invalid-utf8.opml"}) {
-        LogCapture log;
-        const OPMLImporter importer = OPMLImporter::importFeedsFromPath(fixture(name));
-        EXPECT_TRUE(importer.feeds().isEmpty()) << name;
-        EXPECT_EQ(importer.importedFeedsFolder()->childCount(), 0) << name;
-        EXPECT_EQ(log.lines(), QStringList({"-[OPMLImporter parseOPML] no XML to parse, aborting."})) << name;
-    }
-}
-
-TEST(OPMLImporter, AnUnreadableFileIsNamedInTheLogAndImportsNothing)
-{
     QTemporaryDir scratch;
     const QString missing = scratch.filePath("missing.opml");
-    for (const QString &path : {missing, scratch.path()}) {
+    for (const QString &path :
+         {fixture("unknown-encoding.opml"), fixture("invalid-utf8.opml"), missing, scratch.path()}) {
+        SCOPED_TRACE(path.toStdString());
         LogCapture log;
         const OPMLImporter importer = OPMLImporter::importFeedsFromPath(path);
         EXPECT_TRUE(importer.feeds().isEmpty());
-        ASSERT_EQ(log.lines().size(), 2) << path.toStdString();
-        EXPECT_TRUE(
-            log.lines().at(0).startsWith("-[OPMLImporter importFeedsFromPath:] cannot read " + path + ": "))
-            << log.lines().at(0).toStdString();
-        EXPECT_EQ(log.lines().at(1), "-[OPMLImporter parseOPML] no XML to parse, aborting.");
+        EXPECT_EQ(importer.importedFeedsFolder()->childCount(), 0);
+        const bool unreadable = path.startsWith(scratch.path());
+        ASSERT_EQ(log.lines().size(), unreadable ? 2 : 1);
+        EXPECT_EQ(log.lines().last(), "-[OPMLImporter parseOPML] no XML to parse, aborting.");
+        EXPECT_EQ(
+            log.lines().first().startsWith("-[OPMLImporter importFeedsFromPath:] cannot read " + path + ": "),
+            unreadable)
+            << "an unreadable file is named";
     }
 }
 

@@ -117,7 +117,7 @@ TEST_F(AtomReader, AnEntryIsDatedByItsFirstDateAndOtherwiseByTheFeedsDateAtThatP
     EXPECT_EQ(feed->publicationDate().moment(), utc(5, 20, 9, 0)) << "at feed level the last date wins";
 }
 
-TEST_F(AtomReader, KnownEntriesAreOnlyMarkedAndEntriesWithoutIdAreNewAtEveryReading)
+TEST_F(AtomReader, KnownEntriesAreOnlyMarkedEntriesWithoutIdAreNewAtEveryReadingAndAFeedIdIsTheFirstGuid)
 {
     ASSERT_TRUE(read(
         feed, "<entry><title>Anonymous</title></entry><entry><id>tag:k</id><title>Kept</title></entry>"));
@@ -140,14 +140,12 @@ TEST_F(AtomReader, KnownEntriesAreOnlyMarkedAndEntriesWithoutIdAreNewAtEveryRead
     EXPECT_EQ(articleAt(feed, 2), known);
     EXPECT_TRUE(known->stillInFeed());
     EXPECT_EQ(known->title(), "Kept");
-}
 
-TEST_F(AtomReader, AFeedLevelIdBecomesTheFirstEntrysGuid)
-{
+    auto withId = std::make_shared<Feed>();
     ASSERT_TRUE(
-        read(feed, "<id>urn:feed</id><entry><title>one</title></entry><entry><title>two</title></entry>"));
-    EXPECT_EQ(articleAt(feed, 0)->guid(), "urn:feed");
-    EXPECT_EQ(articleAt(feed, 1)->guid().size(), 36);
+        read(withId, "<id>urn:feed</id><entry><title>one</title></entry><entry><title>two</title></entry>"));
+    EXPECT_EQ(articleAt(withId, 0)->guid(), "urn:feed") << "a feed-level id becomes the first entry's guid";
+    EXPECT_EQ(articleAt(withId, 1)->guid().size(), 36);
 }
 
 TEST_F(AtomReader, TheFeedTitleIsTakenOnlyWhenTheFeedHasNone)
@@ -209,8 +207,9 @@ TEST_F(AtomReader, APlanetEntryKeepsItsOwnTitleIdAndLinkWhateverItsSourceSays)
     EXPECT_EQ(feed->title(), "Planet Example");
 }
 
-TEST_F(AtomReader, EnclosureLinksAndMediaElementsGiveAttachmentsPicturesAndText)
+TEST_F(AtomReader, EnclosureLinksMediaElementsAndContentGiveAttachmentsPicturesAndText)
 {
+    feed->setLink(QUrl("http://example.org/blog/"));
     ASSERT_TRUE(read(
         feed, "<entry><id>ep</id><link rel=\"alternate\" href=\"http://casts.example/ep1\"/>"
               "<link rel=\"enclosure\" type=\"audio/mpeg\" length=\"4096\" "
@@ -220,8 +219,9 @@ TEST_F(AtomReader, EnclosureLinksAndMediaElementsGiveAttachmentsPicturesAndText)
               "<media:group><media:title>Video</media:title>"
               "<media:content url=\"https://video.example/v/1\" type=\"application/x-shockwave-flash\"/>"
               "<media:thumbnail url=\"https://i.video.example/1/hq.jpg\" width=\"480\"/>"
-              "<media:description>What the video shows</media:description></media:group></entry>"));
-    ASSERT_EQ(feed->childCount(), 2);
+              "<media:description>What the video shows</media:description></media:group></entry>"
+              "<entry><id>p</id><content type=\"html\">&lt;img src='/i/x.png'&gt;</content></entry>"));
+    ASSERT_EQ(feed->childCount(), 3);
     const auto audio = articleAt(feed, 0)->enclosure();
     ASSERT_TRUE(audio);
     EXPECT_EQ(audio->link(), QUrl("http://cdn.example/ep1.mp3?token=a&b=c"));
@@ -234,26 +234,12 @@ TEST_F(AtomReader, EnclosureLinksAndMediaElementsGiveAttachmentsPicturesAndText)
     EXPECT_FALSE(video->enclosure()) << "a player is no media file";
     EXPECT_EQ(video->summary(), "What the video shows");
     EXPECT_EQ(video->imageURL(), QUrl("https://i.video.example/1/hq.jpg"));
-    EXPECT_TRUE(ImagingService::sharedImagingService().queue().contains(video));
-    ImagingService::sharedImagingService().removeFromQueue(video);
-}
-
-TEST_F(AtomReader, APictureInTheContentIsQueuedForAThumbnail)
-{
-    feed->setLink(QUrl("http://example.org/blog/"));
-    ASSERT_TRUE(
-        read(feed, "<entry><id>p</id><content type=\"html\">&lt;img src='/i/x.png'&gt;</content></entry>"));
-    const ArticlePtr article = articleAt(feed, 0);
-    EXPECT_EQ(article->imageURL(), QUrl("http://example.org/i/x.png"));
-    EXPECT_TRUE(ImagingService::sharedImagingService().queue().contains(article));
-    ImagingService::sharedImagingService().removeFromQueue(article);
-}
-
-TEST_F(AtomReader, TheDocumentsOwnEncodingDeclarationIsHonoured)
-{
-    ASSERT_TRUE(read(
-        feed, "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><feed><title>Caf\xe9</title></feed>", false));
-    EXPECT_EQ(feed->title(), "Café");
+    EXPECT_EQ(articleAt(feed, 2)->imageURL(), QUrl("http://example.org/i/x.png"))
+        << "a picture in the content";
+    for (int i : {1, 2}) {
+        EXPECT_TRUE(ImagingService::sharedImagingService().queue().contains(articleAt(feed, i)));
+        ImagingService::sharedImagingService().removeFromQueue(articleAt(feed, i));
+    }
 }
 
 TEST_F(AtomReader, ADocumentThatIsNotQuiteXmlIsMendedAndRecoveredFrom)
@@ -278,16 +264,19 @@ TEST_F(AtomReader, ADocumentThatIsNotQuiteXmlIsMendedAndRecoveredFrom)
     ASSERT_TRUE(read(unnamed, "<feed><entry><id>x</id><title>No namespace</title></entry></feed>", false));
     ASSERT_EQ(unnamed->childCount(), 1);
     EXPECT_EQ(articleAt(unnamed, 0)->title(), "No namespace");
-}
 
-TEST_F(AtomReader, PrefixedElementNamesAreNotRecognised)
-{
-    ASSERT_TRUE(read(feed,
+    auto latin1 = std::make_shared<Feed>();
+    ASSERT_TRUE(read(
+        latin1, "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><feed><title>Caf\xe9</title></feed>", false));
+    EXPECT_EQ(latin1->title(), "Café") << "the document's own declaration is honoured";
+
+    auto prefixed = std::make_shared<Feed>();
+    ASSERT_TRUE(read(prefixed,
                      "<atom:feed xmlns:atom=\"http://www.w3.org/2005/Atom\"><atom:title>T</atom:title>"
                      "<atom:entry><atom:id>1</atom:id></atom:entry></atom:feed>",
                      false));
-    EXPECT_EQ(feed->childCount(), 0);
-    EXPECT_TRUE(feed->title().isEmpty());
+    EXPECT_EQ(prefixed->childCount(), 0) << "prefixed element names are not recognised";
+    EXPECT_TRUE(prefixed->title().isEmpty());
 }
 
 TEST_F(AtomReader, DeclaredEntitiesAreNeverExpandedSoABillionLaughsIsRefused)

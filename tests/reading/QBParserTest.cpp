@@ -44,63 +44,39 @@ const QByteArray rssBody = "<rss version=\"2.0\"><channel><title>Caf\xc3\xa9</ti
 
 } // namespace
 
-TEST_F(ParserFront, UndeclaredAndUnservedBytesAreUtf8WhenTheyAreValidUtf8AndLatin1Otherwise)
+TEST_F(ParserFront, TheTextIsDecodedByMarkDeclarationStoredSetOrContentAndAFewBadBytesBecomeReplacements)
 {
-    process(rssBody, QString());
-    EXPECT_EQ(feed->encoding(), "utf-8");
-    EXPECT_EQ(feed->title(), QString::fromUtf8("Caf\xc3\xa9"));
-    EXPECT_EQ(format, QBParser::RSSFormat);
-
-    feed = std::make_shared<Feed>();
-    process("<rss><channel><title>\x93"
-            "Caf\xe9\x94</title></channel></rss>",
-            QString());
-    EXPECT_EQ(feed->encoding(), "iso-8859-1");
-    EXPECT_EQ(feed->title(), u"\u201CCaf\u00E9\u201D")
-        << "with the quotes Windows puts in Latin-1's control range";
-}
-
-TEST_F(ParserFront, AFewBadBytesBecomeReplacementCharactersAndAByteOrderMarkOrBlankLinesChangeNothing)
-{
-    process("<?xml version=\"1.0\" encoding=\"UTF-8\"?><rss version=\"2.0\"><channel><title>Caf\xe9</title>"
-            "<item><title>Cr\xc3\xa8me \x93"
-            "br\xfb"
-            "l\xe9"
-            "e\x94</title><guid>g1</guid></item></channel></rss>\n",
-            QString());
-    EXPECT_EQ(feed->encoding(), "UTF-8");
-    EXPECT_EQ(feed->title(), u"Caf\uFFFD");
-    EXPECT_EQ(firstTitle(), u"Cr\u00E8me \uFFFDbr\uFFFDl\uFFFDe\uFFFD");
-
-    for (const QByteArray &lead : {QByteArray("\xef\xbb\xbf"), QByteArray("\n\n  \r\n")}) {
-        feed = std::make_shared<Feed>();
-        process(lead + "<?xml version=\"1.0\" encoding=\"UTF-8\"?>" + rssBody, QStringLiteral("iso-8859-1"));
-        EXPECT_EQ(feed->title(), QString::fromUtf8("Caf\xc3\xa9"));
-        EXPECT_EQ(firstTitle(), QString::fromUtf8("Cr\xc3\xa8me"));
-    }
-    feed = std::make_shared<Feed>();
+    const QByteArray declared = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
+    const QString cafe = QString::fromUtf8("Caf\xc3\xa9");
     QStringEncoder utf16(QStringEncoder::Utf16LE);
-    process("\xff\xfe" + QByteArray(utf16(QString::fromUtf8(rssBody))), QStringLiteral("iso-8859-1"));
-    EXPECT_EQ(firstTitle(), QString::fromUtf8("Cr\xc3\xa8me")) << "the mark wins over the served set";
-}
-
-TEST_F(ParserFront, ADeclaredEncodingReplacesTheStoredOneWhetherDoubleOrSingleQuoted)
-{
-    process("<?xml version=\"1.0\" encoding=\"UTF-8\"?>" + rssBody, QStringLiteral("iso-8859-1"));
-    EXPECT_EQ(feed->encoding(), "UTF-8");
-    EXPECT_EQ(firstTitle(), QString::fromUtf8("Cr\xc3\xa8me"));
-
-    feed = std::make_shared<Feed>();
-    process("<?xml version='1.0' encoding='utf-8'?>" + rssBody, QStringLiteral("iso-8859-1"));
-    EXPECT_EQ(feed->encoding(), "utf-8");
-    EXPECT_EQ(feed->title(), QString::fromUtf8("Caf\xc3\xa9"));
-}
-
-TEST_F(ParserFront, BytesInvalidInTheStoredEncodingFallBackToUtf8WithoutReadingTheDeclaration)
-{
-    process("<?xml version=\"1.0\" encoding=\"windows-1252\"?>" + rssBody, QStringLiteral("us-ascii"));
-    EXPECT_EQ(feed->encoding(), Feed().encoding());
-    EXPECT_EQ(firstTitle(), QString::fromUtf8("Cr\xc3\xa8me"));
+    // Bytes, the encoding stored with the feed, the encoding it has afterwards (null: any) and its title.
+    const QList<std::tuple<QByteArray, QString, QString, QString>> rows = {
+        {rssBody, QString(), "utf-8", cafe},
+        {"<rss><channel><title>\x93"
+         "Caf\xe9\x94</title></channel></rss>",
+         QString(), "iso-8859-1",
+         QString::fromUtf16(
+             u"\u201CCaf\u00E9\u201D")}, // with the quotes Windows puts in Latin-1's control range
+        {declared + rssBody, "iso-8859-1", "UTF-8", cafe},
+        {"<?xml version='1.0' encoding='utf-8'?>" + rssBody, "iso-8859-1", "utf-8", cafe},
+        {"\xef\xbb\xbf" + declared + rssBody, "iso-8859-1", QString(), cafe},
+        {"\n\n  \r\n" + declared + rssBody, "iso-8859-1", QString(), cafe},
+        {"\xff\xfe" + QByteArray(utf16(QString::fromUtf8(rssBody))), "iso-8859-1", QString(), cafe},
+        // Bytes invalid in the stored set fall back to UTF-8 without reading the declaration.
+        {"<?xml version=\"1.0\" encoding=\"windows-1252\"?>" + rssBody, "us-ascii", Feed().encoding(), cafe},
+        {declared + "<rss version=\"2.0\"><channel><title>Caf\xe9</title><item><title>Cr\xc3\xa8me \x93"
+                    "br\xfbl\xe9"
+                    "e\x94</title><guid>g1</guid></item></channel></rss>\n",
+         QString(), "UTF-8", QString::fromUtf16(u"Caf\uFFFD")}};
+    for (const auto &[bytes, stored, encoding, title] : rows) {
+        SCOPED_TRACE(bytes.left(60).toStdString());
+        feed = std::make_shared<Feed>();
+        process(bytes, stored);
+        EXPECT_EQ(feed->title(), title);
+        EXPECT_TRUE(encoding.isNull() || feed->encoding() == encoding) << feed->encoding().toStdString();
+        EXPECT_EQ(format, QBParser::RSSFormat);
+    }
+    EXPECT_EQ(firstTitle(), u"Cr\u00E8me \uFFFDbr\uFFFDl\uFFFDe\uFFFD");
 }
 
 TEST_F(ParserFront, AnUnknownDeclaredEncodingAddsNothingAndTheRSSReaderSaysSo)

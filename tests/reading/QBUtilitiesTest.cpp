@@ -48,57 +48,42 @@ private:
 };
 } // namespace
 
-TEST(FriendlyDate, TodayAndTheDaysAroundItAreNamed)
+TEST(FriendlyDate, TodayAndTheDaysAroundItAreNamedOtherYearsShowTheYearAndNothingBefore1980IsKnown)
 {
     const TimeZoneOfTheUser utc("UTC");
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 17, 10, 30), true, mondayNoon),
-              "Today, " + timeText(10, 30));
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 17, 23, 59), false, mondayNoon), "Today");
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 20, 8, 0), false, mondayNoon),
-              "Thursday, 20 May");
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 12, 31, 8, 0), false, mondayNoon),
-              "Friday, 31 December");
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 11, 8, 0), true, mondayNoon),
-              "Tuesday, 11 May, " + timeText(8, 0));
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 10, 8, 0), false, mondayNoon), "10 May");
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 10, 8, 0), true, mondayNoon),
-              "10 May, " + timeText(8, 0));
-
+    const QDateTime thursday(QDate(2012, 3, 8), QTime(9, 0), Qt::UTC);
+    const QDateTime newYear(QDate(2011, 1, 2), QTime(9, 0), Qt::UTC);
     // The day and the time are the user's, wherever the feed wrote the date.
     const CalendarDate sundayNightInChicago = dateAt(2010, 5, 16, 23, 30, -5 * 3600);
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(sundayNightInChicago, true, mondayNoon),
-              "Today, " + timeText(4, 30));
-    {
-        const TimeZoneOfTheUser tokyo("Asia/Tokyo");
-        EXPECT_EQ(QBUtilities::dateToFriendlyDate(sundayNightInChicago, true, mondayNoon),
-                  "Today, " + timeText(13, 30));
-        EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 17, 20, 0), false, mondayNoon),
-                  "Tuesday, 18 May")
-            << "already tomorrow in Tokyo";
-    }
-
-    const QDateTime thursday(QDate(2012, 3, 8), QTime(9, 0), Qt::UTC);
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2012, 3, 5, 10, 30), true, thursday),
-              "Monday, 5 March, " + timeText(10, 30));
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2012, 3, 5, 10, 30), false, thursday),
-              "Monday, 05 March");
-}
-
-TEST(FriendlyDate, OtherYearsShowTheYearAndNothingBefore1980IsKnown)
-{
-    const TimeZoneOfTheUser utc("UTC");
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2009, 3, 5, 10, 30), false, mondayNoon), "5 March 2009");
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2009, 3, 5, 10, 30), true, mondayNoon),
-              "5 March 2009, " + timeText(10, 30));
-    const QDateTime newYear(QDate(2011, 1, 2), QTime(9, 0), Qt::UTC);
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 12, 30, 9, 0), false, newYear),
-              "30 December 2010");
-
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(1979, 12, 31, 23, 59), true, mondayNoon),
-              "Unknown date");
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(CalendarDate(), false, mondayNoon), "Unknown date");
-    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(1980, 1, 1, 0, 0), false, mondayNoon), "1 January 1980");
+    const QList<std::tuple<CalendarDate, bool, QDateTime, QString>> rows = {
+        {dateAt(2010, 5, 17, 10, 30), true, mondayNoon, "Today, " + timeText(10, 30)},
+        {dateAt(2010, 5, 17, 23, 59), false, mondayNoon, "Today"},
+        {dateAt(2010, 5, 20, 8, 0), false, mondayNoon, "Thursday, 20 May"},
+        {dateAt(2010, 12, 31, 8, 0), false, mondayNoon, "Friday, 31 December"},
+        {dateAt(2010, 5, 11, 8, 0), true, mondayNoon, "Tuesday, 11 May, " + timeText(8, 0)},
+        {dateAt(2010, 5, 10, 8, 0), false, mondayNoon, "10 May"},
+        {dateAt(2010, 5, 10, 8, 0), true, mondayNoon, "10 May, " + timeText(8, 0)},
+        {sundayNightInChicago, true, mondayNoon, "Today, " + timeText(4, 30)},
+        {dateAt(2012, 3, 5, 10, 30), true, thursday, "Monday, 5 March, " + timeText(10, 30)},
+        {dateAt(2012, 3, 5, 10, 30), false, thursday, "Monday, 05 March"},
+        {dateAt(2009, 3, 5, 10, 30), false, mondayNoon, "5 March 2009"},
+        {dateAt(2009, 3, 5, 10, 30), true, mondayNoon, "5 March 2009, " + timeText(10, 30)},
+        {dateAt(2010, 12, 30, 9, 0), false, newYear, "30 December 2010"},
+        {dateAt(1979, 12, 31, 23, 59), true, mondayNoon, "Unknown date"},
+        {CalendarDate(), false, mondayNoon, "Unknown date"},
+        {dateAt(1980, 1, 1, 0, 0), false, mondayNoon, "1 January 1980"}};
+    for (const auto &[date, withTime, now, expected] : rows)
+        EXPECT_EQ(QBUtilities::dateToFriendlyDate(date, withTime, now), expected)
+            << date.moment().toString(Qt::ISODate).toStdString() << " seen on "
+            << now.toString().toStdString();
     EXPECT_EQ(QBUtilities::dateToFriendlyDate(CalendarDate::now(), false), "Today");
+
+    const TimeZoneOfTheUser tokyo("Asia/Tokyo");
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(sundayNightInChicago, true, mondayNoon),
+              "Today, " + timeText(13, 30));
+    EXPECT_EQ(QBUtilities::dateToFriendlyDate(dateAt(2010, 5, 17, 20, 0), false, mondayNoon),
+              "Tuesday, 18 May")
+        << "already tomorrow in Tokyo";
 }
 
 TEST(EntityDecoding, NamedEntitiesOfTheWholeHtmlSetAreDecodedExactlyAsWritten)
@@ -165,39 +150,32 @@ TEST(FileSize, TruncatesAndSwitchesToMegabytesOneKilobyteLate)
     EXPECT_EQ(QBUtilities::longToFileSize(std::numeric_limits<quint64>::max()), "17592186044415 MB");
 }
 
-TEST(FeedDateRule, IsoTextIsReadWholeToTheSecondWithItsOffset)
+TEST(FeedDateRule, IsoTextIsReadWholeToTheSecondWithItsOffsetOtherTextLenientlyAndEmptyTextMeansNow)
 {
-    const auto read = [](const char *text) { return QBUtilities::dateFromCurrentValue(text).localMoment(); };
-    EXPECT_EQ(read("2006-05-17T14:32:59Z").toString(Qt::ISODate), "2006-05-17T14:32:59Z");
-    EXPECT_EQ(read("2006-05-17T14:32:10-05:30").toString(Qt::ISODate), "2006-05-17T14:32:10-05:30");
-    EXPECT_EQ(read("2006-05-17T14:32:10.25+02:00").toString(Qt::ISODate), "2006-05-17T14:32:10+02:00");
-    EXPECT_EQ(read("2024-03-01T10:11:12.123-07:00").toString(Qt::ISODate), "2024-03-01T10:11:12-07:00")
-        << "as Blogger writes it";
-    EXPECT_EQ(read("2006-05-17T14:32:10-0530").toString(Qt::ISODate), "2006-05-17T14:32:10-05:30");
-    EXPECT_EQ(read("2006-05-17 14:32:10+02").toString(Qt::ISODate), "2006-05-17T14:32:10+02:00");
-    EXPECT_EQ(read("2006-05-17t14:32:10z").toString(Qt::ISODate), "2006-05-17T14:32:10Z");
-    EXPECT_EQ(read("20060517T143210Z").toString(Qt::ISODate), "2006-05-17T14:32:10Z");
-    EXPECT_EQ(read("2006-05-17").toString(Qt::ISODate), "2006-05-17T00:00:00Z");
+    const QList<std::pair<const char *, const char *>> rows = {
+        {"2006-05-17T14:32:59Z", "2006-05-17T14:32:59Z"},
+        {"2006-05-17T14:32:10-05:30", "2006-05-17T14:32:10-05:30"},
+        {"2006-05-17T14:32:10.25+02:00", "2006-05-17T14:32:10+02:00"},
+        {"2024-03-01T10:11:12.123-07:00", "2024-03-01T10:11:12-07:00"}, // as Blogger writes it
+        {"2006-05-17T14:32:10-0530", "2006-05-17T14:32:10-05:30"},
+        {"2006-05-17 14:32:10+02", "2006-05-17T14:32:10+02:00"},
+        {"2006-05-17t14:32:10z", "2006-05-17T14:32:10Z"},
+        {"20060517T143210Z", "2006-05-17T14:32:10Z"},
+        {"2006-05-17", "2006-05-17T00:00:00Z"},
+        {"Wed, 17 May 2006 14:32:10 +0200", "2006-05-17T14:32:10+02:00"},
+        {"2006-05-17 14:32", "2006-05-17T14:32:00Z"}};
+    LogCapture log;
+    for (const auto &[text, expected] : rows)
+        EXPECT_EQ(QBUtilities::dateFromCurrentValue(text).localMoment().toString(Qt::ISODate), expected)
+            << text;
     EXPECT_EQ(QBUtilities::dateFromCurrentValue("2006-05-17T14:32").calendarFormat(),
               CalendarDate::defaultFormat());
-
-    LogCapture log;
-    for (const char *unreadable : {"2006-05-17T14:3", "2006-05-17T14:32:10x02:00", "2006-05-17T25:00:00Z"})
-        EXPECT_TRUE(QBUtilities::dateFromCurrentValue(unreadable).isNull())
-            << "never a wrong instant: " << unreadable;
-}
-
-TEST(FeedDateRule, OtherTextGoesToTheLenientReaderAndEmptyTextMeansNow)
-{
-    LogCapture log;
-    EXPECT_EQ(QBUtilities::dateFromCurrentValue("Wed, 17 May 2006 14:32:10 +0200").offsetSeconds(), 7200);
-    EXPECT_EQ(QBUtilities::dateFromCurrentValue("2006-05-17 14:32").moment(),
-              QDateTime(QDate(2006, 5, 17), QTime(14, 32), Qt::UTC));
     EXPECT_TRUE(log.lines().isEmpty());
 
-    EXPECT_TRUE(QBUtilities::dateFromCurrentValue("T006-05-17T14:32:10Z").isNull());
-    EXPECT_TRUE(QBUtilities::dateFromCurrentValue("2006-13-17T14:32:10Z").isNull());
-    EXPECT_TRUE(QBUtilities::dateFromCurrentValue("soon").isNull());
+    for (const char *unreadable : {"2006-05-17T14:3", "2006-05-17T14:32:10x02:00", "2006-05-17T25:00:00Z",
+                                   "T006-05-17T14:32:10Z", "2006-13-17T14:32:10Z", "soon"})
+        EXPECT_TRUE(QBUtilities::dateFromCurrentValue(unreadable).isNull())
+            << "never a wrong instant: " << unreadable;
     EXPECT_TRUE(log.contains("-[QBUtilities dateFromCurrentValue] cannot read the date \"soon\""));
 
     const CalendarDate now = QBUtilities::dateFromCurrentValue("");

@@ -5,7 +5,6 @@
 #include "TestFiles.h"
 
 #include <QComboBox>
-#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QTableWidget>

@@ -2,8 +2,6 @@
 
 #include "LogCapture.h"
 
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 

@@ -383,15 +383,15 @@ TEST_F(HeadlinePageTest, APhotoSiteArticleGetsTheDarkPhotoPageWithItsLargePictur
     const ArticlePtr photo = addArticle(feed, "Dusk");
     photo->setLink(QUrl("http://www.flickr.com/photos/someone/123"));
     library.saveSummary("<p>By someone</p><img src=\"http://farm.example/1234_abcd_m.jpg\" width=\"240\" "
-                        "height=\"180\" alt=\"Dusk\" />",
+                        "height=\"180\" alt=\"Dusk\" /><p>more</p>",
                         photo);
     const QString html = render({photo});
     EXPECT_TRUE(page.photoMode());
     for (const char *part : {"<body class=\"photoPage\">", "sortBarPhotoMode", "/photomode.png\"",
                              "<div class=\"singleArticlePhotoMode\">"})
         EXPECT_TRUE(html.contains(part)) << part;
-    EXPECT_TRUE(
-        html.contains("<p>By someone</p><img src=\"http://farm.example/1234_abcd_z.jpg\" alt=\"Dusk\">"));
+    EXPECT_TRUE(html.contains(
+        "<p>By someone</p><img src=\"http://farm.example/1234_abcd_z.jpg\" alt=\"Dusk\"><p>more</p>"));
 
     // 500px pages already show the large picture; their summary keeps it, sizes included.
     photo->setLink(QUrl("http://500px.com/photo/99"));

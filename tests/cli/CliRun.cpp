@@ -1,6 +1,5 @@
 #include "CliRun.h"
 
-#include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonParseError>
 #include <QProcess>
@@ -10,11 +9,8 @@ CliRun::CliRun(const QStringList &arguments, int timeoutMs, const QProcessEnviro
 {
     QProcess process;
     process.setProcessEnvironment(environment);
-    QElapsedTimer clock;
-    clock.start();
     process.start(QStringLiteral(QB_CLI_PATH), arguments);
     m_finished = process.waitForFinished(timeoutMs);
-    m_elapsedMs = clock.elapsed();
     if (!m_finished) {
         process.kill();
         process.waitForFinished();

@@ -15,7 +15,6 @@ public:
 
     bool finished() const { return m_finished; }
     int exitCode() const { return m_exitCode; }
-    qint64 elapsedMs() const { return m_elapsedMs; }
     QByteArray output() const { return m_output; }
     QString outputText() const { return QString::fromUtf8(m_output); }
     QString errorText() const { return QString::fromUtf8(m_error); }
@@ -30,7 +29,6 @@ public:
 private:
     bool m_finished = false;
     int m_exitCode = -1;
-    qint64 m_elapsedMs = 0;
     QByteArray m_output;
     QByteArray m_error;
 };

@@ -1,7 +1,7 @@
 #include "CliRun.h"
+#include "TestFiles.h"
 
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -61,9 +61,7 @@ TEST(CommandLine, AnInputThatCannotBeReadEndsWithItsPathAndStatusOne)
     QTemporaryDir scratch;
     const QString missing = scratch.filePath("missing.xml");
     const QString notAFolder = scratch.filePath("plain-file");
-    QFile file(notAFolder);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.close();
+    writeFile(notAFolder, "");
 
     struct Case
     {

@@ -1,5 +1,4 @@
 #include "CliRun.h"
-#include "HarbourLibrary.h"
 #include "TestFiles.h"
 #include "model/FeedLibrary.h"
 #include "reading/OPMLImporter.h"
@@ -102,31 +101,4 @@ TEST(ImportListAndExport, ALibraryNamedOnTheCommandLineGrowsByEachImportAndExpor
             line.endsWith(QString(": copy it over %1 to restore it, or start QuillBay to choose").arg(tree)));
     }
     EXPECT_EQ(fileBytes(tree), "damaged");
-}
-
-TEST(SearchAndList, StoredArticlesAreFoundByTitleOrTextAndCountedAsUnread)
-{
-    storeFeedFromFixture("harbour-rss.xml", "Coast");
-    const QString folder = FeedLibrary::libraryPath();
-    const auto search = [&](const QString &text) {
-        const CliRun run({"--library", folder, "search", text});
-        EXPECT_EQ(run.exitCode(), 0) << run.errorText().toStdString();
-        return run.outputText();
-    };
-    const QString spring = QStringLiteral("Harbour Notes\tSpring tide\thttp://harbour.example/spring\n");
-    const QString neap = QStringLiteral("Harbour Notes\tNeap tide\thttp://harbour.example/neap\n");
-
-    const QString bothTides = search("tide");
-    EXPECT_EQ(bothTides.size(), (spring + neap).size());
-    EXPECT_TRUE(bothTides.contains(spring) && bothTides.contains(neap)) << bothTides.toStdString();
-    EXPECT_EQ(search("SPRING"), spring);
-    // Only the stored full text holds these words, not the title or the short summary.
-    EXPECT_EQ(search("harbour master"), spring);
-    EXPECT_EQ(search("no such words anywhere"), QString());
-
-    const QString tree = CliRun({"--library", folder, "list"}).outputText();
-    EXPECT_TRUE(
-        tree.contains(QStringLiteral("Coast/  (2 unread)\n"
-                                     "  Harbour Notes  <http://harbour.example/rss.xml>  (2 unread)\n")))
-        << tree.toStdString();
 }

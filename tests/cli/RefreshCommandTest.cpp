@@ -1,5 +1,6 @@
 #include "CliRun.h"
 #include "LoopbackServer.h"
+#include "TestFiles.h"
 #include "db/FMDatabase.h"
 #include "db/FMResultSet.h"
 
@@ -7,8 +8,8 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QProcess>
 #include <QImage>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
 #include <csignal>
@@ -23,21 +24,16 @@ QProcessEnvironment resourcesWithDefaultFeeds(const QString &folder, const QList
     QDir().mkpath(folder);
     for (const QString &name : QDir(QStringLiteral(QB_RESOURCE_DIR)).entryList(QDir::Files))
         QFile::copy(QStringLiteral(QB_RESOURCE_DIR) + "/" + name, folder + "/" + name);
-    QFile::remove(folder + "/DefaultFeeds.opml");
-    QFile opml(folder + "/DefaultFeeds.opml");
-    opml.open(QIODevice::WriteOnly);
-    opml.write("<?xml version=\"1.0\"?><opml version=\"1.0\"><head><title>t</title></head><body>");
+    QByteArray opml = "<?xml version=\"1.0\"?><opml version=\"1.0\"><head><title>t</title></head><body>";
     for (const QUrl &url : feeds)
-        opml.write("<outline text=\"" + url.path().toUtf8() + "\" type=\"rss\" xmlUrl=\"" + url.toEncoded() +
-                   "\"/>");
-    opml.write("</body></opml>");
-    opml.close();
+        opml +=
+            "<outline text=\"" + url.path().toUtf8() + "\" type=\"rss\" xmlUrl=\"" + url.toEncoded() + "\"/>";
+    QFile::remove(folder + "/DefaultFeeds.opml");
+    writeFile(folder + "/DefaultFeeds.opml", opml + "</body></opml>");
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("QUILLBAY_RESOURCES"), folder);
     return environment;
 }
-
-} // namespace
 
 QByteArray pngBytes()
 {
@@ -50,18 +46,25 @@ QByteArray pngBytes()
     return bytes;
 }
 
-TEST(RefreshCommand, FetchesEveryFeedOnceSaysWhyOneFailedFetchesNewIconsAndSavesTheLibrary)
+} // namespace
+
+// The add command shares the refresh's server: an article page links its feed root-relatively.
+TEST(RefreshAndAddCommands, FetchEveryFeedOnceSayWhyOneFailedFetchNewIconsFindLinkedFeedsAndSaveTheLibrary)
 {
     LoopbackServer server;
-    server.route(
-        QStringLiteral("/good.xml"),
-        LoopbackServer::Response::ok("<rss version=\"2.0\"><channel><title>Good</title>"
-                                     "<item><title>A</title><guid>cli-a</guid></item>"
-                                     "<item><title>B</title><guid>cli-b</guid></item></channel></rss>",
-                                     "application/rss+xml"));
+    const QByteArray rss =
+        "<rss version=\"2.0\"><channel><title>Good</title><item><title>A</title><guid>cli-a"
+        "</guid></item><item><title>B</title><guid>cli-b</guid></item></channel></rss>";
+    server.route("/good.xml", LoopbackServer::Response::ok(rss, "application/rss+xml"));
+    server.route("/linked.xml", LoopbackServer::Response::ok(rss, "application/rss+xml"));
     // The first icon address answers with the server's HTML 404 page, the second with a picture.
     server.route(QStringLiteral("/apple-touch-icon.png"),
                  LoopbackServer::Response::ok(pngBytes(), "image/png"));
+    server.route(
+        "/2026/04/story.html",
+        LoopbackServer::Response::ok("<html><head><link rel=\"alternate\" type=\"application/rss+xml\" "
+                                     "href=\"/linked.xml\"></head><body>A story</body></html>",
+                                     "text/html"));
     QTemporaryDir scratch;
     const QProcessEnvironment environment = resourcesWithDefaultFeeds(
         scratch.filePath("resources"), {server.url("/good.xml"), server.url("/gone.xml")});
@@ -87,6 +90,23 @@ TEST(RefreshCommand, FetchesEveryFeedOnceSaysWhyOneFailedFetchesNewIconsAndSaves
     EXPECT_EQ(wrong.exitCode(), 2);
     const CliRun misplaced({"list", "--library", library, "--concurrent", "2"}, 30000, environment);
     EXPECT_EQ(misplaced.exitCode(), 2);
+
+    const auto add = [&](const QStringList &arguments) {
+        return CliRun(QStringList{"add", "--library", library} + arguments, 30000, environment);
+    };
+    const CliRun noFolder = add({server.url("/2026/04/story.html").toString(), "--folder", "Coast"});
+    EXPECT_EQ(noFolder.exitCode(), 2);
+    EXPECT_TRUE(noFolder.errorText().contains("no folder named 'Coast'"));
+    const CliRun found = add({server.url("/2026/04/story.html").toString()});
+    EXPECT_EQ(found.exitCode(), 0) << found.errorText().toStdString();
+    EXPECT_EQ(found.outputText(), "Added Good  <" + server.url("/linked.xml").toString() + ">\n");
+    const CliRun missing = add({server.url("/missing.xml").toString()});
+    EXPECT_EQ(missing.exitCode(), 4);
+    EXPECT_TRUE(missing.outputText().isEmpty());
+    EXPECT_TRUE(missing.errorText().contains(": 404 Not Found")) << missing.errorText().toStdString();
+    EXPECT_TRUE(CliRun({"list", "--library", library}, 30000, environment)
+                    .outputText()
+                    .startsWith("Good  <" + server.url("/linked.xml").toString() + ">  (2 unread)\n"));
 }
 
 TEST(RefreshCommand, ARefreshKilledHalfWayKeepsEveryArticleStoredInADatabaseThatOpensAndFreesTheLibrary)
@@ -104,13 +124,11 @@ TEST(RefreshCommand, ARefreshKilledHalfWayKeepsEveryArticleStoredInADatabaseThat
     QTemporaryDir scratch;
     const QProcessEnvironment environment = resourcesWithDefaultFeeds(scratch.filePath("resources"), {});
     const QString library = scratch.filePath("library");
-    QFile opml(scratch.filePath("two.opml"));
-    ASSERT_TRUE(opml.open(QIODevice::WriteOnly));
-    opml.write("<opml version=\"1.0\"><body><outline text=\"Quick\" xmlUrl=\"" +
-               server.url("/quick.xml").toEncoded() + "\"/><outline text=\"Never\" xmlUrl=\"" +
-               server.url("/never.xml").toEncoded() + "\"/></body></opml>");
-    opml.close();
-    ASSERT_EQ(CliRun({"--library", library, "import", opml.fileName()}, 30000, environment).exitCode(), 0);
+    const QString opml = scratch.filePath("two.opml");
+    writeFile(opml, "<opml version=\"1.0\"><body><outline text=\"Quick\" xmlUrl=\"" +
+                        server.url("/quick.xml").toEncoded() + "\"/><outline text=\"Never\" xmlUrl=\"" +
+                        server.url("/never.xml").toEncoded() + "\"/></body></opml>");
+    ASSERT_EQ(CliRun({"--library", library, "import", opml}, 30000, environment).exitCode(), 0);
 
     QProcess refresh;
     refresh.setProcessEnvironment(environment);
@@ -139,43 +157,6 @@ TEST(RefreshCommand, ARefreshKilledHalfWayKeepsEveryArticleStoredInADatabaseThat
     EXPECT_EQ(list.outputText(),
               QString("Quick  <%1>  (2 unread)\nNever  <%2>  (0 unread)\n")
                   .arg(server.url("/quick.xml").toString(), server.url("/never.xml").toString()));
-    EXPECT_EQ(CliRun({"--library", library, "import", opml.fileName()}, 30000, environment).exitCode(), 0)
+    EXPECT_EQ(CliRun({"--library", library, "import", opml}, 30000, environment).exitCode(), 0)
         << "the lock of the killed refresh is taken over";
-}
-
-TEST(AddCommand, FindsTheFeedAnArticlePageLinksRootRelativelyOrSaysWhyItFoundNone)
-{
-    LoopbackServer server;
-    server.route(
-        "/2026/04/story.html",
-        LoopbackServer::Response::ok("<html><head><link rel=\"alternate\" type=\"application/rss+xml\" "
-                                     "href=\"/feed.xml\"></head><body>A story</body></html>",
-                                     "text/html"));
-    server.route("/feed.xml",
-                 LoopbackServer::Response::ok("<rss version=\"2.0\"><channel><title>Stories</title>"
-                                              "<item><title>A</title><guid>add-a</guid></item>"
-                                              "</channel></rss>",
-                                              "application/rss+xml"));
-    QTemporaryDir scratch;
-    const QProcessEnvironment environment = resourcesWithDefaultFeeds(scratch.filePath("resources"), {});
-    const QString library = scratch.filePath("library");
-    const auto add = [&](const QStringList &arguments) {
-        return CliRun(QStringList{"add", "--library", library} + arguments, 30000, environment);
-    };
-
-    const CliRun noFolder = add({server.url("/2026/04/story.html").toString(), "--folder", "Coast"});
-    EXPECT_EQ(noFolder.exitCode(), 2);
-    EXPECT_TRUE(noFolder.errorText().contains("no folder named 'Coast'"));
-
-    const CliRun found = add({server.url("/2026/04/story.html").toString()});
-    EXPECT_EQ(found.exitCode(), 0) << found.errorText().toStdString();
-    EXPECT_EQ(found.outputText(), "Added Stories  <" + server.url("/feed.xml").toString() + ">\n");
-
-    const CliRun missing = add({server.url("/missing.xml").toString()});
-    EXPECT_EQ(missing.exitCode(), 4);
-    EXPECT_TRUE(missing.outputText().isEmpty());
-    EXPECT_TRUE(missing.errorText().contains(": 404 Not Found")) << missing.errorText().toStdString();
-
-    const CliRun list({"list", "--library", library}, 30000, environment);
-    EXPECT_EQ(list.outputText(), "Stories  <" + server.url("/feed.xml").toString() + ">  (1 unread)\n");
 }

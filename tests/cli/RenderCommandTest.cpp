@@ -1,7 +1,7 @@
 #include "CliRun.h"
-#include "HarbourLibrary.h"
 #include "TestFiles.h"
 #include "model/FeedLibrary.h"
+#include "reading/QBParser.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -9,6 +9,43 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+struct StoredFeed
+{
+    QString folder;
+    QString feed;
+    QStringList articles; // in the feed's order
+};
+
+// Reads a fixture of tests/data/cli into a new feed at the top of the saved library, or inside a new
+// folder at its end when one is named. The harbour fixture gives "Harbour Notes", holding "Spring tide"
+// and "Neap tide", both unread.
+StoredFeed storeFeedFromFixture(const QString &fixture, const QString &folderTitle = {})
+{
+    FeedLibrary library;
+    library.load();
+    StoredFeed stored;
+    TreeNodePtr into = library.root();
+    if (!folderTitle.isEmpty()) {
+        auto folder = std::make_shared<Folder>();
+        folder->setTitle(folderTitle);
+        library.add(folder, library.root(), library.root()->childCount());
+        stored.folder = folder->uniqueID();
+        into = folder;
+    }
+    auto feed = std::make_shared<Feed>();
+    feed->setFeed(QUrl("http://harbour.example/rss.xml"));
+    library.add(feed, into, 0);
+    QBParser parser(library);
+    parser.setFeed(feed);
+    parser.setEncoding(feed->encoding());
+    parser.processData(fileBytes(CliRun::dataFile(fixture)));
+    library.save();
+    stored.feed = feed->uniqueID();
+    for (const TreeNodePtr &child : feed->children())
+        stored.articles << child->uniqueID();
+    return stored;
+}
 
 QString render(QStringList arguments)
 {
@@ -22,7 +59,7 @@ QString render(QStringList arguments)
 } // namespace
 
 // What each page holds is the headline page's own business; here, which page each choice asks for.
-TEST(RenderCommand, EachSelectionModeSortAndFilterChoiceReachesThePageAndWrongOnesEndWithStatusTwo)
+TEST(RenderSearchAndList, EachRenderChoiceReachesThePageWrongOnesEndWithTwoAndSearchFindsTitleOrText)
 {
     const StoredFeed ids = storeFeedFromFixture("harbour-rss.xml", "Coast");
     const QString spring = ids.articles.value(0);
@@ -61,6 +98,25 @@ TEST(RenderCommand, EachSelectionModeSortAndFilterChoiceReachesThePageAndWrongOn
     EXPECT_EQ(unknown.exitCode(), 1);
     EXPECT_TRUE(unknown.errorText().contains("no feed with identifier " + spring));
     EXPECT_TRUE(unknown.outputText().isEmpty());
+
+    // The same library searched by title or stored full text, and listed with its unread counts.
+    const auto search = [&](const QString &text) {
+        const CliRun run({"--library", library, "search", text});
+        EXPECT_EQ(run.exitCode(), 0) << run.errorText().toStdString();
+        return run.outputText();
+    };
+    const QString springLine = "Harbour Notes\tSpring tide\thttp://harbour.example/spring\n";
+    const QString neapLine = "Harbour Notes\tNeap tide\thttp://harbour.example/neap\n";
+    const QString bothTides = search("tide");
+    EXPECT_EQ(bothTides.size(), (springLine + neapLine).size());
+    EXPECT_TRUE(bothTides.contains(springLine) && bothTides.contains(neapLine)) << bothTides.toStdString();
+    EXPECT_EQ(search("SPRING"), springLine);
+    EXPECT_EQ(search("harbour master"), springLine) << "only the stored full text holds these words";
+    EXPECT_EQ(search("no such words anywhere"), QString());
+    const QString tree = CliRun({"--library", library, "list"}).outputText();
+    EXPECT_TRUE(
+        tree.contains("Coast/  (2 unread)\n  Harbour Notes  <http://harbour.example/rss.xml>  (2 unread)\n"))
+        << tree.toStdString();
 }
 
 // Every trick of the hostile fixture, in every kind of page: nothing that styles, positions, runs, frames,

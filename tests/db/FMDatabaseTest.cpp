@@ -54,7 +54,7 @@ QVariant firstValue(const std::shared_ptr<FMDatabase> &db, const QString &sql)
 }
 } // namespace
 
-TEST(FMDatabase, OpensOnceAndRefusesWorkWhenNotOpen)
+TEST(FMDatabase, OpensOnceRefusesWorkWhenNotOpenAndClosingFinalizesEverythingLeftOpen)
 {
     LogCapture log;
     const std::shared_ptr<FMDatabase> db = FMDatabase::databaseWithPath(QString());
@@ -74,6 +74,18 @@ TEST(FMDatabase, OpensOnceAndRefusesWorkWhenNotOpen)
         FMDatabase::databaseWithPath("/nonexistent/x/Articles.db");
     EXPECT_FALSE(unreachable->open());
     EXPECT_TRUE(log.contains(QStringLiteral("error opening!: %1").arg(SQLITE_CANTOPEN)));
+
+    // Closing closes the result sets and finalizes statements leaked past the wrapper.
+    log.clear();
+    const std::shared_ptr<FMResultSet> rows = db->executeQuery("select 1");
+    ASSERT_TRUE(rows->next());
+    sqlite3_stmt *leaked = nullptr;
+    ASSERT_EQ(sqlite3_prepare_v2(db->sqliteHandle(), "select 2", -1, &leaked, nullptr), SQLITE_OK);
+    EXPECT_TRUE(db->close());
+    EXPECT_EQ(db->sqliteHandle(), nullptr);
+    EXPECT_TRUE(rows->isClosed());
+    EXPECT_FALSE(db->hasOpenResultSets());
+    EXPECT_EQ(log.lines(), QStringList({"Closing leaked statement"}));
 }
 
 TEST(FMDatabase, BindsEachValueByItsTypeOnlyAsManyAsThereAreParametersAndReadsThemBackExactly)
@@ -204,22 +216,6 @@ TEST(FMDatabase, CachedStatementsRebindAndNeverShareACursorAndTransactionsCommit
     }
 }
 
-TEST(FMDatabase, ClosingClosesResultSetsAndFinalizesLeakedStatements)
-{
-    LogCapture log;
-    const std::shared_ptr<FMDatabase> db = openedDatabase();
-    const std::shared_ptr<FMResultSet> rows = db->executeQuery("select 1");
-    ASSERT_TRUE(rows->next());
-    sqlite3_stmt *leaked = nullptr;
-    ASSERT_EQ(sqlite3_prepare_v2(db->sqliteHandle(), "select 2", -1, &leaked, nullptr), SQLITE_OK);
-
-    EXPECT_TRUE(db->close());
-    EXPECT_EQ(db->sqliteHandle(), nullptr);
-    EXPECT_TRUE(rows->isClosed());
-    EXPECT_FALSE(db->hasOpenResultSets());
-    EXPECT_EQ(log.lines(), QStringList({"Closing leaked statement"}));
-}
-
 TEST(FMDatabaseBusy, ALimitedRetryGivesUpWhileAnotherConnectionHoldsTheLock)
 {
     QTemporaryDir folder;
@@ -268,4 +264,48 @@ TEST(FMDatabaseBusy, AnUnlimitedRetryWaitsUntilTheLockIsReleased)
     releaser.join();
     EXPECT_TRUE(log.lines().isEmpty());
     EXPECT_EQ(firstValue(db, "select count(*) as x from t").toInt(), 2);
+}
+
+TEST(FMResultSet, FindsColumnsInAnyLetterCaseWarnsAboutMissingOnesAndClosesItselfWhenDone)
+{
+    LogCapture log;
+    const std::shared_ptr<FMDatabase> db = openedDatabase();
+    ASSERT_TRUE(
+        db->executeUpdate("create table articles (id integer primary key, uniqueID text, state number)"));
+    ASSERT_TRUE(db->executeUpdate("insert into articles (uniqueID, state) values (?, ?)", "A-1", 1));
+    ASSERT_TRUE(db->executeUpdate("insert into articles (uniqueID, state) values (?, ?)", QString(), 0));
+    const std::shared_ptr<FMResultSet> rows = db->executeQuery("select * from articles order by id");
+    ASSERT_TRUE(rows->next());
+    EXPECT_EQ(rows->stringForColumn("UniqueID"), "A-1");
+    EXPECT_EQ(rows->intForColumn("STATE"), 1);
+    EXPECT_EQ(rows->resultDictionary(), QVariantHash({{"id", 1LL}, {"uniqueid", "A-1"}, {"state", 1LL}}));
+    EXPECT_TRUE(log.lines().isEmpty());
+    EXPECT_TRUE(rows->stringForColumn("title").isNull());
+    EXPECT_TRUE(log.contains("Warning: I could not find the column named 'title'."));
+
+    ASSERT_TRUE(rows->next());
+    EXPECT_TRUE(rows->stringForColumn("uniqueID").isNull());
+    EXPECT_TRUE(rows->resultDictionary().contains("uniqueid"));
+    EXPECT_FALSE(rows->resultDictionary().value("uniqueid").isValid());
+    EXPECT_FALSE(rows->next());
+    EXPECT_TRUE(rows->isClosed());
+
+    // A set closes itself after the last row, when let go and after an error, and leaves the open sets.
+    const std::shared_ptr<FMResultSet> none =
+        db->executeQuery("SELECT * FROM articles where uniqueID = ?", "B-9");
+    EXPECT_TRUE(db->hasOpenResultSets());
+    EXPECT_FALSE(none->next());
+    EXPECT_TRUE(none->isClosed());
+    EXPECT_FALSE(db->hasOpenResultSets());
+
+    std::shared_ptr<FMResultSet> early = db->executeQuery("select * from articles");
+    ASSERT_TRUE(early->next());
+    early.reset(); // letting go closes it as well
+    EXPECT_FALSE(db->hasOpenResultSets());
+    EXPECT_TRUE(db->executeUpdate("drop table articles")); // no statement was left reading the table
+
+    const std::shared_ptr<FMResultSet> failing = db->executeQuery("select abs(-9223372036854775808) as x");
+    EXPECT_FALSE(failing->next());
+    EXPECT_TRUE(failing->isClosed());
+    EXPECT_TRUE(log.contains("Error calling sqlite3_step (1: integer overflow) rs"));
 }

@@ -99,7 +99,7 @@ protected:
 
 } // namespace
 
-TEST_F(HeadlineLinkPolicyTest, OpenMarksTheArticleReadStoresItAndOpensItsPageAlsoForANewsClipping)
+TEST_F(HeadlineLinkPolicyTest, OpenAndOutsideLinksMarkTheArticleReadAndStoreItAlsoForANewsClipping)
 {
     const ArticlePtr article = addArticle("Ferry returns");
     EXPECT_EQ(click("quillbay:open=" + article->uniqueID()), Policy::CarriedOutCommand);
@@ -118,14 +118,35 @@ TEST_F(HeadlineLinkPolicyTest, OpenMarksTheArticleReadStoresItAndOpensItsPageAls
     EXPECT_EQ(storedState(clipping, "clippings"), Article::Read);
     EXPECT_EQ(actions.calls.last(), "open http://kept.example/");
 
-    defaults.setBoolean("behaviorLinkClick", false);
+    // A clicked outside link opens in the browser and marks the last selected article read.
     const ArticlePtr other = addArticle("Pier repaired");
+    const ArticlePtr last = addArticle("Buoy lit");
+    library.setSelectedItems({other, last});
+    actions.calls.clear();
+    notes.clear();
+    EXPECT_EQ(click("https://elsewhere.example/story"), Policy::OpenedOutside);
+    EXPECT_EQ(last->state(), Article::Read);
+    EXPECT_EQ(storedState(last), Article::Read);
+    EXPECT_EQ(other->state(), Article::Unread);
+    EXPECT_EQ(actions.calls, (QStringList{"reload", "open https://elsewhere.example/story"}));
+    EXPECT_EQ(noteNames(), QStringList{"FeedUnreadCountChangedNotification"});
+    EXPECT_EQ(click("http://elsewhere.example/", Qt::AltModifier), Policy::OpenedOutside);
+    EXPECT_EQ(actions.calls.last(), "open http://elsewhere.example/ in background");
+    EXPECT_EQ(click("mailto:ann@harbour.example", Qt::ShiftModifier), Policy::OpenedOutside);
+    EXPECT_EQ(actions.calls.last(), "open mailto:ann@harbour.example");
+
+    // Without the preference pages open but stay unread.
+    defaults.setBoolean("behaviorLinkClick", false);
+    library.setSelectedItems({other});
+    actions.calls.clear();
     click("quillbay:open=" + other->uniqueID());
-    EXPECT_EQ(other->state(), Article::Unread) << "without the preference the page opens but stays unread";
-    EXPECT_EQ(actions.calls.last(), "open http://news.example/Pier-repaired");
+    click("http://elsewhere.example/");
+    EXPECT_EQ(other->state(), Article::Unread);
+    EXPECT_EQ(actions.calls,
+              (QStringList{"open http://news.example/Pier-repaired", "open http://elsewhere.example/"}));
 }
 
-TEST_F(HeadlineLinkPolicyTest, UnknownIdentifiersAndCommandsAreOnlyLoggedAndTheMoreArticlesBarKeepsTheOffset)
+TEST_F(HeadlineLinkPolicyTest, UnknownIdentifiersAreLoggedTheMoreArticlesBarKeepsTheOffsetAndEnclosuresShow)
 {
     const ArticlePtr article = addArticle("Ferry returns");
     library.setSelectedItems({article});
@@ -149,21 +170,18 @@ TEST_F(HeadlineLinkPolicyTest, UnknownIdentifiersAndCommandsAreOnlyLoggedAndTheM
 
     click("quillbay:displayArticlesFromOffset");
     EXPECT_EQ(actions.calls.last(), "reload respecting offset");
-}
 
-TEST_F(HeadlineLinkPolicyTest, EnclosureGoesToTheDownloadWindowEvenWhenTheArticleIsUnknown)
-{
-    const ArticlePtr article = addArticle("Episode 4");
+    // An enclosure goes to the download window even when its article is unknown.
     auto enclosure = std::make_shared<Enclosure>();
     article->setEnclosure(enclosure);
-    click("quillbay:enclosure=" + article->uniqueID());
-    ASSERT_EQ(noteNames(), QStringList{"EnclosureSelectionChanged"});
-    EXPECT_EQ(notes.first().object.value<std::shared_ptr<Enclosure>>(), enclosure);
-    EXPECT_EQ(actions.calls, QStringList{"show enclosure window"});
-
-    click("quillbay:enclosure=NOPE");
-    ASSERT_EQ(notes.size(), 2);
-    EXPECT_EQ(notes.last().object.value<std::shared_ptr<Enclosure>>(), nullptr);
+    for (const QString &id : {article->uniqueID(), QString("NOPE")}) {
+        notes.clear();
+        click("quillbay:enclosure=" + id);
+        ASSERT_EQ(noteNames(), QStringList{"EnclosureSelectionChanged"});
+        EXPECT_EQ(notes.first().object.value<std::shared_ptr<Enclosure>>(),
+                  id == "NOPE" ? nullptr : enclosure);
+        EXPECT_EQ(actions.calls.last(), "show enclosure window");
+    }
     EXPECT_EQ(article->state(), Article::Unread);
 }
 
@@ -264,29 +282,4 @@ TEST_F(HeadlineLinkPolicyTest, PageLoadsStayInTheViewAndNeitherThemNorScriptsMay
     policy.processURLCommandString("quillbay:open=" + article->uniqueID());
     EXPECT_EQ(actions.calls.last(), "open file:///etc/passwd");
     EXPECT_EQ(article->state(), Article::Unread);
-}
-TEST_F(HeadlineLinkPolicyTest, ClickedOutsideLinksOpenInTheBrowserAndMarkTheArticleBeingRead)
-{
-    const ArticlePtr first = addArticle("Ferry returns");
-    const ArticlePtr last = addArticle("Pier repaired");
-    library.setSelectedItems({first, last});
-    EXPECT_EQ(click("https://elsewhere.example/story"), Policy::OpenedOutside);
-    EXPECT_EQ(last->state(), Article::Read);
-    EXPECT_EQ(storedState(last), Article::Read);
-    EXPECT_EQ(first->state(), Article::Unread);
-    EXPECT_EQ(actions.calls, (QStringList{"reload", "open https://elsewhere.example/story"}));
-    EXPECT_EQ(noteNames(), QStringList{"FeedUnreadCountChangedNotification"});
-
-    actions.calls.clear();
-    EXPECT_EQ(click("http://elsewhere.example/", Qt::AltModifier), Policy::OpenedOutside);
-    EXPECT_EQ(actions.calls.last(), "open http://elsewhere.example/ in background");
-    EXPECT_EQ(click("mailto:ann@harbour.example", Qt::ShiftModifier), Policy::OpenedOutside);
-    EXPECT_EQ(actions.calls.last(), "open mailto:ann@harbour.example");
-
-    defaults.setBoolean("behaviorLinkClick", false);
-    library.setSelectedItems({first});
-    actions.calls.clear();
-    click("http://elsewhere.example/");
-    EXPECT_EQ(first->state(), Article::Unread);
-    EXPECT_EQ(actions.calls, QStringList{"open http://elsewhere.example/"});
 }

@@ -153,15 +153,12 @@ TEST_F(HeadlinePageTest, ListEntriesShowStateTitleSummaryInfoBarAndEnclosureNewe
     unread->setEnclosure(enclosure);
 
     const QString html = render({feed});
-    EXPECT_TRUE(
-        html.startsWith("<!DOCTYPE html><html>\n<head>\n<title>QuillBay</title>\n<meta charset=\"UTF-8\">"));
-    EXPECT_TRUE(html.contains("<link href=\"" +
-                              QUrl::fromLocalFile(Resources::path("stylesheet", "css")).toString() +
-                              "\" rel=\"stylesheet\""));
-    EXPECT_TRUE(html.endsWith("</div>\n</body>\n</html>\n"));
+    EXPECT_TRUE(html.startsWith("<!DOCTYPE html><html>\n<head>\n<title>QuillBay</title>"));
+    EXPECT_TRUE(html.contains(QUrl::fromLocalFile(Resources::path("stylesheet", "css")).toString()));
+    EXPECT_TRUE(html.endsWith("</body>\n</html>\n"));
     EXPECT_EQ(occurrences(html, "<body"), 1);
     EXPECT_EQ(occurrences(html, "<div class=\"sortbar\">"), 1);
-    EXPECT_TRUE(html.contains("class=\"statusIcon\" /> 14 March 2025</div>\n<div class=\"articles\">"));
+    EXPECT_LT(html.indexOf("14 March 2025</div>"), html.indexOf("<div class=\"articles\">"));
 
     const QStringList list = entries(html);
     ASSERT_EQ(list.size(), 3);
@@ -174,39 +171,44 @@ TEST_F(HeadlinePageTest, ListEntriesShowStateTitleSummaryInfoBarAndEnclosureNewe
         const CalendarDate date = article->legacyPublicationDate();
         SCOPED_TRACE(entry.toStdString());
         EXPECT_TRUE(entry.startsWith(" data-command=\"quillbay:article=" + id + "\">"));
-        EXPECT_TRUE(entry.contains("<img src=\"" + R + icon + "\""));
-        EXPECT_TRUE(entry.contains("<a href=\"quillbay:article=" + id + "\">" + article->title() +
-                                   "</a>&nbsp;" + "<a href=\"quillbay:open=" + id + "\"><img src=\"" + R +
-                                   "followlink.png\""));
-        EXPECT_TRUE(entry.contains("<div class=\"summary\">\nSummary of " + article->title() + "\n</div>"));
-        EXPECT_TRUE(entry.contains("<b>Published:</b> <a href=\"quillbay:date=" + date.toString() + "\">" +
+        EXPECT_TRUE(entry.contains(R + icon + "\""));
+        EXPECT_TRUE(entry.contains("quillbay:article=" + id + "\">" + article->title() + "</a>"));
+        EXPECT_TRUE(entry.contains("quillbay:open=" + id + "\"><img src=\"" + R + "followlink.png\""));
+        EXPECT_TRUE(entry.contains("<div class=\"summary\">\nSummary of " + article->title()));
+        EXPECT_TRUE(entry.contains("quillbay:date=" + date.toString() + "\">" +
                                    QBUtilities::dateToFriendlyDate(date, true) + "</a>"));
-        EXPECT_TRUE(entry.contains("<b>Source:</b> <a href=\"quillbay:feed=" + feed->uniqueID() +
-                                   "\">Harbour Notes</a>"));
-        EXPECT_EQ(entry.contains("<div class=\"divider\"></div>"), i < 2)
-            << "dividers go between entries only";
+        EXPECT_TRUE(entry.contains("quillbay:feed=" + feed->uniqueID() + "\">Harbour Notes</a>"));
+        EXPECT_EQ(entry.contains("class=\"divider\""), i < 2) << "dividers go between entries only";
     }
-    EXPECT_TRUE(
-        list.at(1).contains("<b>Author:</b> <a href=\"quillbay:author=Ann%20Keeper\">Ann Keeper</a>&nbsp;"
-                            "<a href=\"mailto:ann@harbour.example\">"));
+    EXPECT_TRUE(list.at(1).contains("quillbay:author=Ann%20Keeper\">Ann Keeper</a>"));
+    EXPECT_TRUE(list.at(1).contains("mailto:ann@harbour.example"));
     EXPECT_FALSE(html.contains("http://harbour.example/ann")) << "the mail address wins over the web address";
-    EXPECT_TRUE(list.at(2).contains("<a href=\"quillbay:enclosure=" + unread->uniqueID() +
-                                    "\">Interview</a></span>\n"
-                                    "<span><b>Size:</b> " +
-                                    QBUtilities::longToFileSize(2500000) +
-                                    "</span>\n<span><b>Type:</b> audio/mpeg</span>\n</div>"));
+    for (const QString &part : {"quillbay:enclosure=" + unread->uniqueID() + "\">Interview</a>",
+                                QBUtilities::longToFileSize(2500000), QString("audio/mpeg")})
+        EXPECT_TRUE(list.at(2).contains(part)) << part.toStdString();
     EXPECT_EQ(occurrences(html, "class=\"enclosure\""), 1);
     EXPECT_EQ(page.offset(), 0);
     EXPECT_TRUE(render({fresh}).contains("<div class=\"articleInfo\">"));
 
-    // Turned off, only the bar goes: each entry still closes right after its summary or enclosure line.
+    // Turned off, only the bar goes: each entry still closes right after its summary.
     defaults.setBoolean("displayShowInfoBar", false);
     const QString bare = render({feed});
     for (const char *absent : {"articleInfo", "quillbay:date=", "quillbay:feed=", "quillbay:author="})
         EXPECT_FALSE(bare.contains(absent)) << absent;
     EXPECT_TRUE(bare.contains("Summary of Ferry returns\n</div>\n\n</div>\n"));
-    EXPECT_TRUE(bare.contains("<span><b>Type:</b> audio/mpeg</span>\n</div>\n\n</div>\n"));
     EXPECT_FALSE(render({fresh}).contains("articleInfo"));
+
+    // Opening in the browser makes titles and clicks open the web page, in tiles too.
+    defaults.setBoolean("behaviorOpenInBrowser", true);
+    for (const int mode : {HeadlinePage::ListMode, HeadlinePage::TileMode}) {
+        page.setDisplayMode(mode);
+        const QString opening = render({feed});
+        EXPECT_TRUE(opening.contains("quillbay:open=" + fresh->uniqueID() + "\">Ferry returns</a>"));
+        EXPECT_FALSE(opening.contains("quillbay:article="));
+        EXPECT_FALSE(opening.contains("followlink.png"));
+        EXPECT_EQ(opening.contains("data-command=\"quillbay:open=" + fresh->uniqueID()),
+                  mode == HeadlinePage::ListMode);
+    }
 }
 
 TEST_F(HeadlinePageTest, ThePagesOneScriptAndStyleAreAllowedByTheirDigestsAndNothingElseIs)
@@ -331,28 +333,22 @@ TEST_F(HeadlinePageTest, TilesShowThePictureWithAStatusIconOrElseTheTitleAsTextA
     EXPECT_TRUE(html.endsWith("<div class=\"tilesEnd\"></div>\n</body>\n</html>\n"));
     const QStringList tiles = entries(html, "<div class='newsItem");
     ASSERT_EQ(tiles.size(), 5);
-    EXPECT_TRUE(
-        tiles.at(4).contains("<div class='imageCell tileUnread'>\n<img src=\"" + R + "qb-unread.png\""));
-    EXPECT_TRUE(tiles.at(0).contains("<div class='calendarCell'><h1>14</h1><h3>March<br>Friday</h3></div>"));
-    EXPECT_TRUE(tiles.at(1).startsWith("'>\n<div class='imageCell tileNew'>\n<img src=\"" + R +
-                                       "qb-new-unread.png\""));
-    EXPECT_TRUE(tiles.at(1).contains("<a href=\"quillbay:open=" + pictured->uniqueID() + "\"><img src=\"" +
-                                     R + "qb-followlink.png\""));
-    EXPECT_TRUE(tiles.at(1).contains("<a href=\"quillbay:article=" + pictured->uniqueID() + "\"><img src=\"" +
-                                     thumbnailURL(feed, pictured) +
-                                     "\" alt=\"Ferry returns\" class=\"thumbnail\""));
-    EXPECT_TRUE(
-        tiles.at(2).startsWith("Read'>\n<div class='imageCell tileRead'>\n<div class=\"textOnlyCell\">"));
-    EXPECT_TRUE(tiles.at(2).contains("<a href=\"quillbay:open=" + bare->uniqueID() + "\">"));
-    EXPECT_TRUE(tiles.at(2).contains("<div class=\"textCellPadding\"><a href=\"quillbay:article=" +
-                                     bare->uniqueID() + "\">Pier repaired</a></div>"));
+    EXPECT_TRUE(tiles.at(4).contains("tileUnread'>\n<img src=\"" + R + "qb-unread.png\""));
+    EXPECT_TRUE(tiles.at(0).contains("<h1>14</h1><h3>March<br>Friday</h3>"));
+    EXPECT_TRUE(tiles.at(1).contains("tileNew'>\n<img src=\"" + R + "qb-new-unread.png\""));
+    EXPECT_TRUE(tiles.at(1).contains("quillbay:open=" + pictured->uniqueID() + "\"><img src=\"" + R +
+                                     "qb-followlink.png\""));
+    EXPECT_TRUE(tiles.at(1).contains("quillbay:article=" + pictured->uniqueID() + "\"><img src=\"" +
+                                     thumbnailURL(feed, pictured) + "\" alt=\"Ferry returns\""));
+    EXPECT_TRUE(tiles.at(2).contains("tileRead'>\n<div class=\"textOnlyCell\">"));
+    EXPECT_TRUE(tiles.at(2).contains("quillbay:open=" + bare->uniqueID() + "\">"));
+    EXPECT_TRUE(tiles.at(2).contains("quillbay:article=" + bare->uniqueID() + "\">Pier repaired</a>"));
     EXPECT_FALSE(tiles.at(2).contains("statusIconPM")) << "a text tile shows no status icon";
     for (const char *absent : {"class=\"summary\"", "articleInfo", "divider", "data-command"})
         EXPECT_FALSE(bodyOf(html).contains(absent)) << absent;
 
     page.setSortMethod(2);
-    EXPECT_TRUE(render({feed}).contains(
-        "<div class='newsItem'><div class='feedCell'><h1>Harbour Notes</h1></div></div>"));
+    EXPECT_TRUE(render({feed}).contains("<div class='feedCell'><h1>Harbour Notes</h1>"));
 }
 
 TEST_F(HeadlinePageTest, ASingleArticleShowsItsFullSanitisedSummaryOnALightPageInEitherMode)
@@ -372,11 +368,10 @@ TEST_F(HeadlinePageTest, ASingleArticleShowsItsFullSanitisedSummaryOnALightPageI
         EXPECT_EQ(bodyOf(html).left(14), "<body>\n<div cl");
         EXPECT_FALSE(html.contains("tilePage"));
         EXPECT_TRUE(html.contains("<div class=\"sortbar\">"));
-        EXPECT_TRUE(html.contains(
-            "<div class=\"singlearticle\" >\n<div class=\"singlearticleTitle\">\n<img src=\"" + R +
-            "read.png\" class=\"statusIcon\" />\n<a href=\"quillbay:open=" + article->uniqueID() +
-            "\">Ferry returns</a>\n</div>\n<div class=\"summary\">\n<div>Full <b>text</b><img "
-            "src=\"http://news.example/f.jpg\" alt=\"ferry\" width=\"900\"></div>\n</div>\n"));
+        EXPECT_TRUE(html.contains("<div class=\"singlearticleTitle\">\n<img src=\"" + R + "read.png\""));
+        EXPECT_TRUE(html.contains("quillbay:open=" + article->uniqueID() + "\">Ferry returns</a>"));
+        EXPECT_TRUE(html.contains("<div>Full <b>text</b><img src=\"http://news.example/f.jpg\" alt=\"ferry\" "
+                                  "width=\"900\"></div>"));
         EXPECT_FALSE(html.contains("class=\"thumbnail\""));
         EXPECT_FALSE(html.contains("followlink.png\" width=\"16\" height=\"16\" class=\"statusIcon\""));
     }
@@ -388,15 +383,15 @@ TEST_F(HeadlinePageTest, APhotoSiteArticleGetsTheDarkPhotoPageWithItsLargePictur
     const ArticlePtr photo = addArticle(feed, "Dusk");
     photo->setLink(QUrl("http://www.flickr.com/photos/someone/123"));
     library.saveSummary("<p>By someone</p><img src=\"http://farm.example/1234_abcd_m.jpg\" width=\"240\" "
-                        "height=\"180\" alt=\"Dusk\" />",
+                        "height=\"180\" alt=\"Dusk\" /><p>more</p>",
                         photo);
     const QString html = render({photo});
     EXPECT_TRUE(page.photoMode());
-    EXPECT_TRUE(html.contains("</head><body class=\"photoPage\">\n<div class=\"sortBarPhotoMode\">"));
-    EXPECT_TRUE(html.contains("/photomode.png\""));
-    EXPECT_TRUE(html.contains("<div class=\"singleArticlePhotoMode\">"));
-    EXPECT_TRUE(
-        html.contains("<p>By someone</p><img src=\"http://farm.example/1234_abcd_z.jpg\" alt=\"Dusk\">"));
+    for (const char *part : {"<body class=\"photoPage\">", "sortBarPhotoMode", "/photomode.png\"",
+                             "<div class=\"singleArticlePhotoMode\">"})
+        EXPECT_TRUE(html.contains(part)) << part;
+    EXPECT_TRUE(html.contains(
+        "<p>By someone</p><img src=\"http://farm.example/1234_abcd_z.jpg\" alt=\"Dusk\"><p>more</p>"));
 
     // 500px pages already show the large picture; their summary keeps it, sizes included.
     photo->setLink(QUrl("http://500px.com/photo/99"));
@@ -415,9 +410,9 @@ TEST_F(HeadlinePageTest, ADayIsNeverSplitAndTheCutFallsAfterTheDayThatPassesTheC
     const QString oneDay = render({feed});
     EXPECT_EQ(occurrences(oneDay, "<div class=\"article\" "), 250);
     EXPECT_EQ(occurrences(oneDay, "moreArticlesBar"), 1);
-    EXPECT_TRUE(oneDay.contains("</div>\n<br clear=\"all\" /><div class=\"moreArticlesBar\"><a "
-                                "href=\"quillbay:displayArticlesFromOffset\">"));
-    EXPECT_TRUE(oneDay.endsWith("</div> </body>\n</html>\n")) << "the bar ends the page";
+    EXPECT_TRUE(oneDay.contains("moreArticlesBar\"><a href=\"quillbay:displayArticlesFromOffset\">"));
+    EXPECT_GT(oneDay.indexOf("moreArticlesBar"), oneDay.lastIndexOf("<div class=\"article\" "))
+        << "the bar ends the page";
     EXPECT_EQ(page.offset(), 1);
 
     // With a cap of 260 the second day passes it: the page ends there and leaves the third day out.
@@ -436,7 +431,7 @@ TEST_F(HeadlinePageTest, ADayIsNeverSplitAndTheCutFallsAfterTheDayThatPassesTheC
     EXPECT_EQ(page.offset(), 1);
 }
 
-TEST_F(HeadlinePageTest, GroupingByFeedCutsEachLongFeedAndRaisesTheCounterOncePerFeed)
+TEST_F(HeadlinePageTest, GroupingByFeedCutsEachLongFeedOncePerFeedAndGroupingByStateNeverCuts)
 {
     page.setSortMethod(2);
     const FeedPtr zeta = addFeed("Zeta");
@@ -456,9 +451,9 @@ TEST_F(HeadlinePageTest, GroupingByFeedCutsEachLongFeedAndRaisesTheCounterOncePe
     EXPECT_EQ(page.offset(), 2);
     // Plain character order: capitals first.
     const qsizetype betaAt =
-        html.indexOf("/feed32.png\" width=\"16\" height=\"16\" class=\"statusIcon\" /> Beta</div>");
-    const qsizetype zetaAt = html.indexOf("statusIcon\" /> Zeta</div>");
-    const qsizetype alphaAt = html.indexOf("statusIcon\" /> alpha</div>");
+        html.indexOf("/feed32.png\" width=\"16\" height=\"16\" class=\"statusIcon\" /> Beta<");
+    const qsizetype zetaAt = html.indexOf("/> Zeta</div>");
+    const qsizetype alphaAt = html.indexOf("/> alpha</div>");
     EXPECT_GE(betaAt, 0);
     EXPECT_LT(betaAt, zetaAt);
     EXPECT_LT(zetaAt, alphaAt);
@@ -467,21 +462,19 @@ TEST_F(HeadlinePageTest, GroupingByFeedCutsEachLongFeedAndRaisesTheCounterOncePe
     EXPECT_EQ(occurrences(next, "<div class=\"article\" "), 301);
     EXPECT_FALSE(next.contains("moreArticlesBar"));
     EXPECT_EQ(page.offset(), 2);
-}
 
-TEST_F(HeadlinePageTest, GroupingByStateNeverCutsAndLeavesOutEmptyGroups)
-{
+    // Grouping by state never cuts and leaves out empty groups.
+    page.resetOffset();
     page.setSortMethod(3);
-    const FeedPtr feed = addFeed("Busy");
-    for (int i = 0; i < 260; ++i)
-        addArticle(feed, QStringLiteral("S%1").arg(i), i % 2 ? Article::Read : Article::Unread);
-    const QString html = render({feed});
-    EXPECT_EQ(occurrences(html, "<div class=\"article\" "), 260);
-    EXPECT_FALSE(html.contains("moreArticlesBar"));
-    EXPECT_FALSE(html.contains("New Unread Articles"));
+    for (int i = 0; i < 150; ++i)
+        std::static_pointer_cast<Article>(beta->children().at(i))->setState(Article::Read);
+    const QString states = render({zeta, beta});
+    EXPECT_EQ(occurrences(states, "<div class=\"article\" "), 300);
+    EXPECT_FALSE(states.contains("moreArticlesBar"));
+    EXPECT_FALSE(states.contains("New Unread Articles"));
     EXPECT_LT(
-        html.indexOf("/state.png\" width=\"16\" height=\"16\" class=\"statusIcon\" /> Unread Articles</div>"),
-        html.indexOf("> Read Articles</div>"));
+        states.indexOf("/state.png\" width=\"16\" height=\"16\" class=\"statusIcon\" /> Unread Articles<"),
+        states.indexOf("> Read Articles</div>"));
     EXPECT_EQ(page.offset(), 0);
 }
 
@@ -555,52 +548,26 @@ TEST(HeadlineFilter, TodayAndThisWeekCompareDaysOfTheYearWithinTheCurrentYearOnl
     EXPECT_EQ(HeadlineFilter::filterArticles(items, 5, thirdOfJanuary), items);
 }
 
-TEST_F(HeadlinePageTest, OpeningInTheBrowserMakesTitlesAndClicksOpenTheWebPage)
-{
-    defaults.setBoolean("behaviorOpenInBrowser", true);
-    const FeedPtr feed = addFeed("Harbour Notes");
-    const ArticlePtr first = addArticle(feed, "Ferry returns");
-    addArticle(feed, "Pier repaired");
-    QString html = render({feed});
-    EXPECT_TRUE(
-        html.contains("<div class=\"article\" data-command=\"quillbay:open=" + first->uniqueID() + "\">"));
-    EXPECT_TRUE(
-        html.contains("<a href=\"quillbay:open=" + first->uniqueID() + "\">Ferry returns</a>\n</div>"));
-    EXPECT_FALSE(html.contains("quillbay:article="));
-    EXPECT_FALSE(html.contains("followlink.png"));
-
-    page.setDisplayMode(HeadlinePage::TileMode);
-    html = render({feed});
-    EXPECT_TRUE(
-        html.contains("<div class=\"textOnlyCell\"><div class=\"textCellPadding\"><a href=\"quillbay:open=" +
-                      first->uniqueID() + "\">Ferry returns</a></div></div>"));
-    EXPECT_FALSE(html.contains("qb-followlink.png"));
-}
-
 TEST_F(HeadlinePageTest, TheArticleLengthSliderShortensListSummariesButNeverASingleArticle)
 {
     const FeedPtr feed = addFeed("Slider");
     const ArticlePtr first = addArticle(feed, "Long read");
     first->setSummary("<p>" + QString("word ").repeated(200) + "</p>");
     addArticle(feed, "Short read");
-    library.setSelectedItems({feed});
-
-    QString html = page.generateHTML();
-    EXPECT_TRUE(html.contains("<p>" + QString("word ").repeated(200))) << "no slider yet: whole summaries";
+    EXPECT_TRUE(render({feed}).contains("<p>" + QString("word ").repeated(200)))
+        << "no slider yet: all of it";
 
     defaults.setDouble("articleLength", 0.1);
-    html = page.generateHTML();
+    QString html = render({feed});
     EXPECT_FALSE(html.contains("<p>word"));
     EXPECT_TRUE(html.contains(QString("word ").repeated(11) + "word…"));
     EXPECT_TRUE(html.contains("Summary of Short read"));
 
     defaults.setDouble("articleLength", 0.0);
-    html = page.generateHTML();
-    EXPECT_FALSE(html.contains("word"));
-    EXPECT_FALSE(html.contains("Summary of Short read"));
+    html = render({feed});
+    EXPECT_FALSE(html.contains("word") || html.contains("Summary of Short read"));
     EXPECT_TRUE(html.contains("Short read")) << "the titles stay";
 
-    library.setSelectedItems({first});
     library.saveSummary(first->summary(), first);
-    EXPECT_TRUE(page.generateHTML().contains(QString("word ").repeated(200)));
+    EXPECT_TRUE(render({first}).contains(QString("word ").repeated(200)));
 }

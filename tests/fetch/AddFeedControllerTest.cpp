@@ -1,5 +1,6 @@
 #include "fetch/AddFeedController.h"
 
+#include "EventLoopWait.h"
 #include "ResponseWith.h"
 #include "db/FMDatabase.h"
 #include "db/FMResultSet.h"
@@ -10,9 +11,7 @@
 #include "platform/Defaults.h"
 #include "platform/NotificationCenter.h"
 
-#include <QEventLoop>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <gtest/gtest.h>
 
 TEST(WebsiteProperties, LinkTagsGiveIconsAndFeedsByKind)
@@ -113,26 +112,17 @@ protected:
     }
     void TearDown() override { center.removeObserver(modifiedToken); }
 
-    // Runs the event loop until the controller has nothing left to download or the panel closed,
-    // with a bound so that a lost completion fails the test instead of hanging it.
-    void settle(int guardMs = 5000)
+    // Until the controller has nothing left to download or the panel closed.
+    void settleDownloads()
     {
-        QEventLoop loop;
-        QTimer poll;
-        QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-            if (!controller.download())
-                loop.quit();
-        });
-        QTimer::singleShot(guardMs, &loop, &QEventLoop::quit);
-        poll.start(5);
-        loop.exec();
+        waitUntil([this] { return !controller.download(); }, 5000);
     }
 
     bool add(const QUrl &url)
     {
         controller.setAddress(url.toString());
         const bool started = controller.doAddFeed();
-        settle();
+        settleDownloads();
         return started;
     }
 
@@ -284,7 +274,7 @@ TEST_F(AddFeedTest, AFailedDownloadBeepsAndLeavesThePanelOpenForAnotherTry)
 
     server.route("/broken.xml", Response::ok(rssWithItem, "application/rss+xml"));
     ASSERT_TRUE(controller.doAddFeed());
-    settle();
+    settleDownloads();
     EXPECT_EQ(results, QList<int>{1});
 }
 
@@ -300,9 +290,7 @@ TEST_F(AddFeedTest, CancellingDuringADownloadAddsNothingAndNoCompletionFollows)
     EXPECT_TRUE(controller.spinning());
 
     controller.doCancel();
-    QEventLoop loop;
-    QTimer::singleShot(600, &loop, &QEventLoop::quit);
-    loop.exec();
+    settle(600);
 
     EXPECT_EQ(results, QList<int>{0});
     EXPECT_EQ(library.allFeeds().size(), before);

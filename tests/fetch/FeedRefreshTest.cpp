@@ -1,14 +1,12 @@
+#include "EventLoopWait.h"
 #include "LoopbackServer.h"
 #include "ResponseWith.h"
 #include "ShrunkLimits.h"
+#include "TestFiles.h"
 #include "UpdaterFixture.h"
 #include "fetch/Downloader.h"
 
-#include <QBuffer>
 #include <QElapsedTimer>
-#include <QEventLoop>
-#include <QTimer>
-#include <functional>
 
 namespace {
 
@@ -24,40 +22,15 @@ const QByteArray refreshedFeed = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><rss
                                  "<pubDate>Thu, 19 Mar 2026 12:00:00 +0000</pubDate></item>"
                                  "</channel></rss>";
 
-// Runs the event loop until the condition holds, or a generous bound passes, so that a lost completion
-// fails the test instead of hanging it. Given the updater, it runs its processor far oftener than its
-// own timer does, so that a batch of many feeds starts at once.
-bool waitUntil(const std::function<bool()> &done, FeedUpdater *updater = nullptr, int guardMs = 20000)
-{
-    QEventLoop loop;
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, [&] {
-        if (done())
-            loop.quit();
-        else if (updater)
-            updater->processQueuedDownloads();
-    });
-    poll.start(20);
-    QTimer::singleShot(guardMs, &loop, &QEventLoop::quit);
-    loop.exec();
-    return done();
-}
-
+// Given the updater, runs its processor far oftener than its own timer does, so that a batch of many feeds
+// starts at once.
 bool waitForFeeds(const NotificationLog &log, int feeds, FeedUpdater *updater = nullptr, int guardMs = 20000)
 {
-    return waitUntil([&] { return log.names().count(QStringLiteral("feedDownloaded")) >= feeds; }, updater,
-                     guardMs);
-}
-
-QByteArray pngBytes()
-{
-    QImage image(32, 32, QImage::Format_ARGB32);
-    image.fill(Qt::darkRed);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
+    return waitUntil([&] { return log.names().count(QStringLiteral("feedDownloaded")) >= feeds; }, guardMs,
+                     [updater] {
+                         if (updater)
+                             updater->processQueuedDownloads();
+                     });
 }
 
 } // namespace
@@ -132,7 +105,9 @@ TEST_F(UpdaterTest, HostileServersEndInFailedFeedsWithTheirReasonWhileTheRestOfT
         {"/busy.xml",
          {with(Response(), &Response::status, 429).withHeader("Retry-After", "600"),
           "429 Too Many Requests"}},
-        {"/private.xml", {Response::authenticationRequired(), "401 Unauthorized"}},
+        {"/private.xml",
+         {with(Response(), &Response::status, 401).withHeader("WWW-Authenticate", "Basic realm=\"x\""),
+          "401 Unauthorized"}},
         {"/home.html",
          {Response::ok("<!DOCTYPE html><html><body><p>A site</p></body></html>", "text/html"), "Not a feed"}},
         {"/declared.xml", {Response::ok(QByteArray(2 * 1024 * 1024, 'd'), rss), "Too large"}},
@@ -245,12 +220,12 @@ TEST_F(UpdaterTest, SlowEnclosuresAndIconsNeverHoldUpARefresh)
 TEST_F(UpdaterTest, AFeedRefreshedForTheFirstTimeGetsItsIconAndLooksAgainAfterThirtyDays)
 {
     LoopbackServer site;
-    site.route("/apple-touch-icon.png", Response::ok(pngBytes(), "image/png"));
+    site.route("/apple-touch-icon.png", Response::ok(pictureBytes("PNG"), "image/png"));
     LoopbackServer pageSite;
     pageSite.route("/", Response::ok("<html><head><link rel=\"shortcut icon\" href=\"/static/i.png\">"
                                      "</head></html>",
                                      "text/html"));
-    pageSite.route("/static/i.png", Response::ok(pngBytes(), "image/png"));
+    pageSite.route("/static/i.png", Response::ok(pictureBytes("PNG"), "image/png"));
     updater.setPauseScheduledUpdates(true);
     QList<FeedPtr> feeds;
     for (LoopbackServer *server : {&site, &pageSite}) {
@@ -264,7 +239,8 @@ TEST_F(UpdaterTest, AFeedRefreshedForTheFirstTimeGetsItsIconAndLooksAgainAfterTh
     NotificationLog log;
     const auto refreshAndSettle = [&](int feedsSoFar) {
         EXPECT_TRUE(waitForFeeds(log, feedsSoFar, &updater));
-        EXPECT_TRUE(waitUntil([&] { return updater.isIdle(FeedUpdater::IconLane); }, &updater));
+        EXPECT_TRUE(waitUntil([&] { return updater.isIdle(FeedUpdater::IconLane); }, 20000,
+                              [&] { updater.processQueuedDownloads(); }));
     };
 
     refreshAndSettle(2);

@@ -1,15 +1,15 @@
 #include "fetch/ImagingService.h"
 
+#include "EventLoopWait.h"
 #include "ResponseWith.h"
+#include "TestFiles.h"
 #include "fetch/QBImageManipulator.h"
 #include "model/Article.h"
 #include "model/Feed.h"
 #include "platform/Defaults.h"
 #include "platform/NotificationCenter.h"
 
-#include <QBuffer>
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QImageReader>
@@ -18,15 +18,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-QByteArray encoded(const QImage &image, const char *format)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format);
-    return bytes;
-}
-
 // Green in the centred square, red outside it, so a thumbnail shows whether it was cropped there.
 QImage centredGreen(int width, int height)
 {
@@ -39,21 +30,10 @@ QImage centredGreen(int width, int height)
     return image;
 }
 
-bool waitUntil(const std::function<bool()> &done, int milliseconds = 15000)
+LoopbackServer::Response served(int width, int height, const char *format = "PNG")
 {
-    const QDeadlineTimer deadline(milliseconds);
-    while (!done()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QThread::msleep(5);
-    }
-    return true;
-}
-
-void settle(int milliseconds)
-{
-    waitUntil([] { return false; }, milliseconds);
+    return LoopbackServer::Response::ok(pictureBytes(format, centredGreen(width, height)),
+                                        "image/" + QByteArray(format).toLower());
 }
 
 class ThumbnailWorker : public testing::Test
@@ -113,12 +93,9 @@ protected:
 TEST_F(ThumbnailWorker,
        PicturesAreCroppedSquareTinyOrUnfetchableOnesAreForgottenAndUndecodableOnesGetTheStandIn)
 {
-    server.route("/wide.png",
-                 LoopbackServer::Response::ok(encoded(centredGreen(1000, 500), "PNG"), "image/png"));
-    server.route("/small.jpg",
-                 LoopbackServer::Response::ok(encoded(centredGreen(200, 100), "JPEG"), "image/jpeg"));
-    server.route("/thin.png",
-                 LoopbackServer::Response::ok(encoded(centredGreen(49, 400), "PNG"), "image/png"));
+    server.route("/wide.png", served(1000, 500));
+    server.route("/small.jpg", served(200, 100, "JPEG"));
+    server.route("/thin.png", served(49, 400));
     server.route("/garbage.jpg", LoopbackServer::Response::ok("this is not a picture", "image/jpeg"));
     const ArticlePtr wide = queued("/wide.png");
     const ArticlePtr small = queued("/small.jpg");
@@ -151,7 +128,7 @@ TEST_F(ThumbnailWorker,
 
 TEST_F(ThumbnailWorker, TheHeadlinePageIsReloadedEveryTenthThumbnailAndWhenTheQueueDrains)
 {
-    server.route("/p.jpg", LoopbackServer::Response::ok(encoded(centredGreen(80, 60), "JPEG"), "image/jpeg"));
+    server.route("/p.jpg", served(80, 60, "JPEG"));
     QList<ArticlePtr> articles;
     for (int i = 0; i < 23; ++i)
         articles.append(queued("/p.jpg"));
@@ -173,8 +150,7 @@ TEST_F(ThumbnailWorker, NothingIsFetchedBeforeStartRemovedArticlesNeverAndAHiber
     EXPECT_EQ(service.heartBeat(), 2);
     service.wake();
     EXPECT_EQ(service.heartBeat(), 0);
-    server.route("/keep.png",
-                 LoopbackServer::Response::ok(encoded(centredGreen(64, 64), "PNG"), "image/png"));
+    server.route("/keep.png", served(64, 64));
     service.hibernate();
     const ArticlePtr kept = queued("/keep.png");
     EXPECT_EQ(service.heartBeat(), 0) << "queueing wakes the worker";
@@ -192,8 +168,7 @@ TEST_F(ThumbnailWorker, NothingIsFetchedBeforeStartRemovedArticlesNeverAndAHiber
     EXPECT_TRUE(QFile::exists(thumbnailPath(kept)));
 
     ASSERT_TRUE(waitUntil([this] { return service.heartBeat() == ImagingService::hibernatingHeartBeat; }));
-    server.route("/late.png",
-                 LoopbackServer::Response::ok(encoded(centredGreen(90, 70), "PNG"), "image/png"));
+    server.route("/late.png", served(90, 70));
     const ArticlePtr late = queued("/late.png");
     ASSERT_TRUE(waitUntil([this] { return reloads == 2; }))
         << "an article queued while hibernating is picked up";
@@ -215,8 +190,7 @@ TEST_F(ThumbnailWorker, TerminateAbandonsTheFetchUnderWayAndEndsTheWorkerForGood
     EXPECT_FALSE(waiting->imageURL().isEmpty()) << "an interrupted fetch is not a failed one";
     EXPECT_EQ(service.count(), 0);
 
-    server.route("/after.png",
-                 LoopbackServer::Response::ok(encoded(centredGreen(64, 64), "PNG"), "image/png"));
+    server.route("/after.png", served(64, 64));
     queued("/after.png");
     service.start();
     settle(300);

@@ -22,14 +22,16 @@ void writeFile(const QString &path, const QByteArray &bytes)
 
 QByteArray pictureBytes(const char *format, const QImage &picture)
 {
-    QImage image = picture;
-    if (image.isNull()) {
-        image = QImage(32, 32, QImage::Format_ARGB32);
-        image.fill(Qt::darkCyan);
-    }
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format);
+    picture.save(&buffer, format);
     return bytes;
+}
+
+QByteArray pictureBytes(const char *format, const QColor &colour, int side)
+{
+    QImage square(side, side, QImage::Format_ARGB32);
+    square.fill(colour);
+    return pictureBytes(format, square);
 }

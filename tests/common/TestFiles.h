@@ -9,5 +9,7 @@
 QByteArray fileBytes(const QString &path);
 // Makes the folders on the way; a failed write fails the test.
 void writeFile(const QString &path, const QByteArray &bytes);
-// The picture encoded in the format (by default a plain 32-pixel square), as a server or a file holds it.
-QByteArray pictureBytes(const char *format, const QImage &picture = {});
+// The picture encoded in the format, as a server or a file holds it.
+QByteArray pictureBytes(const char *format, const QImage &picture);
+// A plain square of that colour.
+QByteArray pictureBytes(const char *format, const QColor &colour = Qt::darkCyan, int side = 32);

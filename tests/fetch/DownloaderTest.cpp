@@ -3,12 +3,12 @@
 #include "EventLoopWait.h"
 #include "LogCapture.h"
 #include "LoopbackServer.h"
+#include "NotificationLog.h"
 #include "ResponseWith.h"
 #include "TestFiles.h"
 #include "model/Feed.h"
 #include "model/FeedLibrary.h"
 #include "platform/Defaults.h"
-#include "platform/NotificationCenter.h"
 
 #include <QDir>
 #include <QFile>
@@ -39,19 +39,6 @@ struct Completions
         return waitUntil([&] { return calls >= count; });
     }
 };
-
-QStringList fileNotificationsWhile(const std::function<void()> &work)
-{
-    QStringList names;
-    NotificationCenter &center = NotificationCenter::defaultCenter();
-    const int token = center.addObserver({}, [&](const Notification &note) {
-        if (note.name.startsWith(QStringLiteral("FileDownload")))
-            names.append(note.name);
-    });
-    work();
-    center.removeObserver(token);
-    return names;
-}
 
 } // namespace
 
@@ -178,12 +165,12 @@ TEST(Downloader, FileTransferNamesTheFileAndAnnouncesBeginProgressAndCompleteInO
 
     Completions done;
     Downloader downloader;
-    const QStringList names = fileNotificationsWhile([&] {
-        ASSERT_TRUE(downloader.beginDownloadFromURL(
-            QUrl(server.url("/media/episode.mp3").toString() + "?id=7&utm_source=feed"), folder.path(), {},
-            {}, nullptr, context, done.completion()));
-        ASSERT_TRUE(done.waitFor(1));
-    });
+    NotificationLog log({"FileDownload"});
+    ASSERT_TRUE(downloader.beginDownloadFromURL(
+        QUrl(server.url("/media/episode.mp3").toString() + "?id=7&utm_source=feed"), folder.path(), {}, {},
+        nullptr, context, done.completion()));
+    ASSERT_TRUE(done.waitFor(1));
+    const QStringList names = log.names();
     ASSERT_GE(names.size(), 3);
     EXPECT_EQ(names.first(), "FileDownloadBeginingNotification");
     EXPECT_EQ(names.last(), "FileDownloadCompleteNotification");
@@ -296,12 +283,12 @@ TEST(Downloader, CancelledTransfersNeverCompleteNorAnnounceCompletion)
     Downloader file;
     const int token = NotificationCenter::defaultCenter().addObserver(
         "FileDownloadProgressedNotification", [&](const Notification &) { file.cancel(); });
-    const QStringList names = fileNotificationsWhile([&] {
-        ASSERT_TRUE(file.beginDownloadFromURL(server.url("/big.mp3"), folder.path(), {}, {}, nullptr,
-                                              QVariantMap{{DownloadTypeKey, 1}}, done.completion()));
-        settle(800);
-    });
+    NotificationLog log({"FileDownload"});
+    ASSERT_TRUE(file.beginDownloadFromURL(server.url("/big.mp3"), folder.path(), {}, {}, nullptr,
+                                          QVariantMap{{DownloadTypeKey, 1}}, done.completion()));
+    settle(800);
     NotificationCenter::defaultCenter().removeObserver(token);
+    const QStringList names = log.names();
     EXPECT_EQ(done.calls, 0);
     EXPECT_EQ(names.count("FileDownloadProgressedNotification"), 1);
     EXPECT_FALSE(names.contains("FileDownloadCompleteNotification"));

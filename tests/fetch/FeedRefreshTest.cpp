@@ -45,7 +45,7 @@ TEST_F(UpdaterTest, ARefreshFromTheNetworkMergesTheFeedExpiresOldArticlesAndAler
     const ArticlePtr earlierRead = addArticle(feed, "refresh-earlier-read", 18, false, Article::Read);
     const ArticlePtr ancient = addArticle(feed, "refresh-ancient", 1, false, Article::Read);
     library.saveSummary(QStringLiteral("ancient text"), ancient);
-    NotificationLog log;
+    NotificationLog log(updaterNotes);
     // Only the requests below run: a paused check queues nothing, while queued downloads still start.
     updater.setPauseScheduledUpdates(true);
 
@@ -124,7 +124,7 @@ TEST_F(UpdaterTest, HostileServersEndInFailedFeedsWithTheirReasonWhileTheRestOfT
         addArticle(failing[path], "kept-" + path, 1);
         updater.requestFeedDownload(failing[path]);
     }
-    NotificationLog log;
+    NotificationLog log(updaterNotes);
     QElapsedTimer clock;
     clock.start();
 
@@ -162,7 +162,7 @@ TEST_F(UpdaterTest, AnUnchangedFeedIsAskedConditionallyAndA304KeepsItsArticlesAs
                                   .withHeader("Last-Modified", "Fri, 20 Mar 2026 12:00:00 GMT"));
     const FeedPtr feed = addFeed("conditional", server.url("/news.xml"));
     updater.setPauseScheduledUpdates(true);
-    NotificationLog log;
+    NotificationLog log(updaterNotes);
 
     updater.requestFeedDownload(feed);
     ASSERT_TRUE(waitForFeeds(log, 1, &updater));
@@ -208,7 +208,7 @@ TEST_F(UpdaterTest, SlowEnclosuresAndIconsNeverHoldUpARefresh)
     const FeedPtr feed = addFeed("news", server.url("/news.xml"));
     feed->setIconChecked(QDateTime::currentDateTimeUtc());
     updater.requestFeedDownload(feed);
-    NotificationLog log;
+    NotificationLog log(updaterNotes);
 
     ASSERT_TRUE(waitForFeeds(log, 1, &updater, 3000));
     EXPECT_EQ(feed->state(), Feed::Parsed);
@@ -236,7 +236,7 @@ TEST_F(UpdaterTest, AFeedRefreshedForTheFirstTimeGetsItsIconAndLooksAgainAfterTh
         feeds << addFeed("site", server->url("/news.xml"));
         updater.requestFeedDownload(feeds.last());
     }
-    NotificationLog log;
+    NotificationLog log(updaterNotes);
     const auto refreshAndSettle = [&](int feedsSoFar) {
         EXPECT_TRUE(waitForFeeds(log, feedsSoFar, &updater));
         EXPECT_TRUE(waitUntil([&] { return updater.isIdle(FeedUpdater::IconLane); }, 20000,
@@ -267,7 +267,7 @@ TEST_F(UpdaterTest, TheNewArticlesAlertPlaysTheChosenSoundBeepsForAMissingOneAnd
     LoopbackServer server;
     const FeedPtr feed = addFeed(QStringLiteral("alerting"), server.url(QStringLiteral("/alerts.xml")));
     alert.knownSounds = QStringList({"New Articles", "Chime"});
-    NotificationLog log;
+    NotificationLog log(updaterNotes);
     updater.setPauseScheduledUpdates(true);
     int batches = 0;
     // Each batch serves one article not seen before, so that every batch ends with an alert.

@@ -1,6 +1,7 @@
 #include "model/FeedLibrary.h"
 
 #include "LogCapture.h"
+#include "NotificationLog.h"
 #include "TestFiles.h"
 #include "TestTree.h"
 #include "db/FMDatabase.h"
@@ -8,7 +9,6 @@
 #include "model/ArticleRow.h"
 #include "model/LibraryArchive.h"
 #include "model/LibraryBackups.h"
-#include "platform/NotificationCenter.h"
 #include "platform/Resources.h"
 #include "reading/OPMLImporter.h"
 
@@ -304,9 +304,6 @@ TEST(FeedLibrarySearch, LikeWildcardsWorkAndAnEmptyResultStillSelectsASearchFold
     storeArticle(library, feed, "Sales", "a 50% rise");
     storeArticle(library, feed, "Other", "nothing here");
 
-    QStringList heard;
-    const int token =
-        NotificationCenter::defaultCenter().addObserver({}, [&](const Notification &n) { heard << n.name; });
     library.performSearchWithString("50%");
     EXPECT_EQ(library.searchFolder()->childCount(), 2) << "% in the text is a wildcard";
     library.performSearchWithString("RATES");
@@ -317,13 +314,12 @@ TEST(FeedLibrarySearch, LikeWildcardsWorkAndAnEmptyResultStillSelectsASearchFold
     EXPECT_EQ(hit->parent(), library.searchFolder());
     EXPECT_EQ(hit->source(), feed);
 
-    heard.clear();
+    NotificationLog heard;
     library.performSearchWithString("no such words");
-    NotificationCenter::defaultCenter().removeObserver(token);
     EXPECT_EQ(library.searchFolder()->title(), "Search: no such words");
     EXPECT_EQ(library.searchFolder()->childCount(), 0);
     EXPECT_EQ(library.selectedItems(), TreeNodeList({library.searchFolder()}));
-    EXPECT_EQ(heard, QStringList({"FeedSearchPerformedWithString", "feedSelectionChanged"}));
+    EXPECT_EQ(heard.names(), QStringList({"FeedSearchPerformedWithString", "feedSelectionChanged"}));
 }
 
 TEST(FeedLibraryQueries, SelectionNavigationAndMovesFollowTheTreeOrder)
@@ -397,18 +393,15 @@ TEST(FeedLibraryHistory, DeletingHistoryTakesRowsAndThumbnailsAndTheCleanUpOnlyP
     EXPECT_FALSE(QFile::exists(images + "/" + dropped->uniqueID() + ".jpg"));
     EXPECT_EQ(storedRows("articles").size(), 1);
 
-    int progressPosts = 0;
-    const int token = NotificationCenter::defaultCenter().addObserver(
-        "ActiveTaskNotification", [&](const Notification &) { ++progressPosts; });
+    NotificationLog progress({"ActiveTaskNotification"});
     std::thread worker([&] { library.removeOrphanedThumbnailImages(std::chrono::milliseconds(0)); });
     // The tree keeps changing on this thread while the clean-up reads it.
     for (int i = 0; i < 200; ++i)
         storeArticle(library, makeFeed(library, QString::number(i)), "busy", "");
     worker.join();
-    NotificationCenter::defaultCenter().removeObserver(token);
+    EXPECT_GE(progress.notes.size(), 2);
     EXPECT_FALSE(QFile::exists(images + "/abc.jpg"));
     EXPECT_TRUE(QFile::exists(images + "/" + kept->uniqueID() + ".jpg"));
-    EXPECT_GE(progressPosts, 2);
 
     library.removeChildrenForItem(feed, true);
     EXPECT_FALSE(QDir(images).exists());

@@ -75,14 +75,6 @@ LoopbackServer::Response LoopbackServer::Response::gzipBomb(qint64 inflatedBytes
     return response;
 }
 
-LoopbackServer::Response LoopbackServer::Response::redirect(const QString &location, int status)
-{
-    Response response;
-    response.status = status;
-    response.withHeader("Location", location.toUtf8());
-    return response;
-}
-
 LoopbackServer::Response &LoopbackServer::Response::withHeader(const QByteArray &name,
                                                                const QByteArray &value)
 {

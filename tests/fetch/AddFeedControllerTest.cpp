@@ -2,16 +2,13 @@
 
 #include "EventLoopWait.h"
 #include "ResponseWith.h"
+#include "UpdaterFixture.h"
 #include "db/FMDatabase.h"
 #include "db/FMResultSet.h"
 #include "fetch/DownloadItem.h"
 #include "fetch/Downloader.h"
-#include "fetch/FeedUpdater.h"
-#include "model/SettingsTable.h"
-#include "platform/Defaults.h"
 #include "platform/NotificationCenter.h"
 
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 TEST(WebsiteProperties, LinkTagsGiveIconsAndFeedsByKind)
@@ -65,17 +62,16 @@ TEST(WebsiteProperties, HrefsResolveAsABrowserResolvesThemAndOnlyTheLastLinkOuts
 
 TEST(AddFeedController, TypedAddressesAreNormalisedBeforeTheyAreDownloaded)
 {
-    EXPECT_EQ(AddFeedController::normalisedAddress("harbour"), "http://harbour.com");
-    EXPECT_EQ(AddFeedController::normalisedAddress(" feed://news.example.org/rss "),
-              "http://news.example.org/rss");
-    EXPECT_EQ(AddFeedController::normalisedAddress("feed:https://news.example.org/x"),
-              "https://news.example.org/x");
-    EXPECT_EQ(AddFeedController::normalisedAddress("feed:news.example.org"), "http://news.example.org");
-    EXPECT_EQ(AddFeedController::normalisedAddress("https://news.example.org/a b"),
-              "https://news.example.org/ab");
-    EXPECT_EQ(AddFeedController::normalisedAddress("http://localhost/feed"), "http://localhost/feed")
-        << "a host without a dot is kept as typed";
-    EXPECT_EQ(AddFeedController::normalisedAddress("intranet:8080"), "http://intranet:8080");
+    const QList<std::pair<QString, QString>> rows = {
+        {"harbour", "http://harbour.com"},
+        {" feed://news.example.org/rss ", "http://news.example.org/rss"},
+        {"feed:https://news.example.org/x", "https://news.example.org/x"},
+        {"feed:news.example.org", "http://news.example.org"},
+        {"https://news.example.org/a b", "https://news.example.org/ab"},
+        {"http://localhost/feed", "http://localhost/feed"}, // a host without a dot is kept as typed
+        {"intranet:8080", "http://intranet:8080"}};
+    for (const auto &[typed, address] : rows)
+        EXPECT_EQ(AddFeedController::normalisedAddress(typed), address) << typed.toStdString();
 }
 
 namespace {
@@ -93,14 +89,12 @@ const QByteArray atomWithEntry =
     "<link href=\"http://127.0.0.1/\"/><entry><title>Beam</title><id>urn:beam</id>"
     "<updated>2026-03-01T12:00:00Z</updated><content>Bright.</content></entry></feed>";
 
-class AddFeedTest : public ::testing::Test
+class AddFeedTest : public UpdaterTest
 {
 protected:
     void SetUp() override
     {
-        SettingsTable::registerWith(defaults);
-        library.load();
-        library.root()->setChildren({});
+        UpdaterTest::SetUp();
         folder = std::make_shared<Folder>();
         folder->setTitle("Coast");
         library.add(folder, nullptr, 0);
@@ -134,10 +128,6 @@ protected:
         return addresses;
     }
 
-    QTemporaryDir scratch;
-    Defaults defaults{scratch.filePath("settings.ini")};
-    FeedLibrary library;
-    FeedUpdater updater{library, defaults};
     NotificationCenter center;
     AddFeedController controller{library, updater, center};
     LoopbackServer server;

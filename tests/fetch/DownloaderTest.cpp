@@ -132,9 +132,10 @@ TEST(Downloader, NotModifiedIsItsOwnStateWhileChallengesAndErrorStatusesFailWith
 TEST(Downloader, FollowsRedirectsDecodesGzipAndCountsOnlyTheFinalBody)
 {
     LoopbackServer server;
-    server.route("/first",
-                 with(Response::redirect("/second", 301), &Response::body, "moved, with a body of its own"));
-    server.route("/second", Response::redirect(server.url("/final").toString(), 302));
+    const Response moved = with(Response(), &Response::body, "moved, with a body of its own");
+    server.route("/first", with(moved, &Response::status, 301).withHeader("Location", "/second"));
+    server.route("/second", with(Response(), &Response::status, 302)
+                                .withHeader("Location", server.url("/final").toString().toUtf8()));
     const QByteArray text = QByteArray("<item>news</item>").repeated(500);
     server.route("/final", with(Response::ok(text, "application/rss+xml"), &Response::gzip, true));
 

@@ -16,6 +16,7 @@
 #include <QTemporaryDir>
 #include <QThread>
 #include <gtest/gtest.h>
+#include <optional>
 
 namespace {
 // Green in the centred square, red outside it, so a thumbnail shows whether it was cropped there.
@@ -60,8 +61,11 @@ protected:
         FeedLibrary::setLibraryPath(QString());
     }
 
-    ArticlePtr queued(const QString &path)
+    // Served as given, or answered 404 without an answer.
+    ArticlePtr queued(const QString &path, const std::optional<LoopbackServer::Response> &answer = {})
     {
+        if (answer)
+            server.route(path, *answer);
         auto article = std::make_shared<Article>();
         article->setSource(feed);
         article->setImageURL(server.url(path));
@@ -93,15 +97,12 @@ protected:
 TEST_F(ThumbnailWorker,
        PicturesAreCroppedSquareTinyOrUnfetchableOnesAreForgottenAndUndecodableOnesGetTheStandIn)
 {
-    server.route("/wide.png", served(1000, 500));
-    server.route("/small.jpg", served(200, 100, "JPEG"));
-    server.route("/thin.png", served(49, 400));
-    server.route("/garbage.jpg", LoopbackServer::Response::ok("this is not a picture", "image/jpeg"));
-    const ArticlePtr wide = queued("/wide.png");
-    const ArticlePtr small = queued("/small.jpg");
-    const ArticlePtr thin = queued("/thin.png");
+    const ArticlePtr wide = queued("/wide.png", served(1000, 500));
+    const ArticlePtr small = queued("/small.jpg", served(200, 100, "JPEG"));
+    const ArticlePtr thin = queued("/thin.png", served(49, 400));
     const ArticlePtr missing = queued("/missing.jpg");
-    const ArticlePtr garbage = queued("/garbage.jpg");
+    const ArticlePtr garbage =
+        queued("/garbage.jpg", LoopbackServer::Response::ok("this is not a picture", "image/jpeg"));
     service.start();
     ASSERT_TRUE(drained());
 
@@ -150,9 +151,8 @@ TEST_F(ThumbnailWorker, NothingIsFetchedBeforeStartRemovedArticlesNeverAndAHiber
     EXPECT_EQ(service.heartBeat(), 2);
     service.wake();
     EXPECT_EQ(service.heartBeat(), 0);
-    server.route("/keep.png", served(64, 64));
     service.hibernate();
-    const ArticlePtr kept = queued("/keep.png");
+    const ArticlePtr kept = queued("/keep.png", served(64, 64));
     EXPECT_EQ(service.heartBeat(), 0) << "queueing wakes the worker";
     const ArticlePtr removed = queued("/removed.png");
     service.addToQueue(nullptr);
@@ -168,8 +168,7 @@ TEST_F(ThumbnailWorker, NothingIsFetchedBeforeStartRemovedArticlesNeverAndAHiber
     EXPECT_TRUE(QFile::exists(thumbnailPath(kept)));
 
     ASSERT_TRUE(waitUntil([this] { return service.heartBeat() == ImagingService::hibernatingHeartBeat; }));
-    server.route("/late.png", served(90, 70));
-    const ArticlePtr late = queued("/late.png");
+    const ArticlePtr late = queued("/late.png", served(90, 70));
     ASSERT_TRUE(waitUntil([this] { return reloads == 2; }))
         << "an article queued while hibernating is picked up";
     EXPECT_EQ(QImageReader(thumbnailPath(late)).size(), QSize(90, 90));
@@ -190,8 +189,7 @@ TEST_F(ThumbnailWorker, TerminateAbandonsTheFetchUnderWayAndEndsTheWorkerForGood
     EXPECT_FALSE(waiting->imageURL().isEmpty()) << "an interrupted fetch is not a failed one";
     EXPECT_EQ(service.count(), 0);
 
-    server.route("/after.png", served(64, 64));
-    queued("/after.png");
+    queued("/after.png", served(64, 64));
     service.start();
     settle(300);
     EXPECT_EQ(server.requestCount("/after.png"), 0) << "a terminated worker never starts again";

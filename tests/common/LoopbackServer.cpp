@@ -18,35 +18,19 @@ namespace {
 constexpr int PollSliceMs = 50;
 constexpr int MaxRequestBytes = 1 << 20;
 
-QByteArray gzipped(const QByteArray &bytes)
+// The piece over and over until the total is reached, deflated as it goes, so that a bomb never exists
+// unpacked in the test's memory either.
+QByteArray gzipped(const QByteArray &piece, qint64 total)
 {
     z_stream stream{};
     // 16 added to the window bits asks zlib for a gzip wrapper instead of a zlib one.
-    if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK)
-        return {};
-    QByteArray out(int(deflateBound(&stream, uLong(bytes.size()))) + 32, '\0');
-    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(bytes.constData()));
-    stream.avail_in = uInt(bytes.size());
-    stream.next_out = reinterpret_cast<Bytef *>(out.data());
-    stream.avail_out = uInt(out.size());
-    deflate(&stream, Z_FINISH);
-    out.truncate(int(stream.total_out));
-    deflateEnd(&stream);
-    return out;
-}
-
-// Deflated piece by piece, so that the bomb never exists unpacked in the test's memory either.
-QByteArray gzippedZeros(qint64 count)
-{
-    z_stream stream{};
     deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
-    const QByteArray zeros(1 << 20, '\0');
     QByteArray out;
     char buffer[1 << 16];
-    for (qint64 left = count; left >= 0; left -= zeros.size()) {
-        const bool last = left <= zeros.size();
-        stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(zeros.constData()));
-        stream.avail_in = uInt(last ? left : zeros.size());
+    for (qint64 left = total;; left -= piece.size()) {
+        const bool last = left <= piece.size();
+        stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(piece.constData()));
+        stream.avail_in = uInt(last ? left : piece.size());
         do {
             stream.next_out = reinterpret_cast<Bytef *>(buffer);
             stream.avail_out = sizeof buffer;
@@ -86,33 +70,8 @@ LoopbackServer::Response LoopbackServer::Response::ok(const QByteArray &body, co
 
 LoopbackServer::Response LoopbackServer::Response::gzipBomb(qint64 inflatedBytes)
 {
-    Response response = ok(gzippedZeros(inflatedBytes), "application/rss+xml");
+    Response response = ok(gzipped(QByteArray(1 << 20, '\0'), inflatedBytes), "application/rss+xml");
     response.withHeader("Content-Encoding", "gzip");
-    return response;
-}
-
-LoopbackServer::Response LoopbackServer::Response::redirect(const QString &location, int status)
-{
-    Response response;
-    response.status = status;
-    response.withHeader("Location", location.toUtf8());
-    return response;
-}
-
-LoopbackServer::Response LoopbackServer::Response::authenticationRequired(const QString &realm)
-{
-    Response response;
-    response.status = 401;
-    response.withHeader("WWW-Authenticate", "Basic realm=\"" + realm.toUtf8() + "\"");
-    response.withHeader("Content-Type", "text/html");
-    response.body = "<html><body>Authorization required</body></html>";
-    return response;
-}
-
-LoopbackServer::Response LoopbackServer::Response::notModified()
-{
-    Response response;
-    response.status = 304;
     return response;
 }
 
@@ -288,8 +247,11 @@ LoopbackServer::Response LoopbackServer::responseFor(const Request &request) con
     }
     const bool conditional =
         request.headers.contains("if-none-match") || request.headers.contains("if-modified-since");
-    if (found->notModifiedWhenConditional && conditional)
-        return Response::notModified();
+    if (found->notModifiedWhenConditional && conditional) {
+        Response notModified;
+        notModified.status = 304;
+        return notModified;
+    }
     return *found;
 }
 
@@ -302,7 +264,7 @@ void LoopbackServer::answer(int socket, const Response &response)
     }
     if (!pause(response.delayMs))
         return;
-    const QByteArray body = response.gzip ? gzipped(response.body) : response.body;
+    const QByteArray body = response.gzip ? gzipped(response.body, response.body.size()) : response.body;
     QByteArray head =
         "HTTP/1.1 " + QByteArray::number(response.status) + ' ' + reasonPhrase(response.status) + "\r\n";
     for (const auto &[name, value] : response.headers)

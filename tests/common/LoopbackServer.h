@@ -42,9 +42,6 @@ public:
         static Response ok(const QByteArray &body, const QByteArray &contentType = "text/plain");
         // A small gzip answer that unpacks to this many zero bytes.
         static Response gzipBomb(qint64 inflatedBytes);
-        static Response redirect(const QString &location, int status = 302);
-        static Response authenticationRequired(const QString &realm = "QuillBay test");
-        static Response notModified();
         Response &withHeader(const QByteArray &name, const QByteArray &value);
     };
 

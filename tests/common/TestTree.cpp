@@ -4,7 +4,8 @@ FolderPtr makeFolder(FeedLibrary &library, const QString &title, const TreeNodeP
 {
     auto folder = std::make_shared<Folder>();
     folder->setTitle(title);
-    library.add(folder, into, into->childCount());
+    const TreeNodePtr parent = into ? into : library.root();
+    library.add(folder, parent, parent->childCount());
     return folder;
 }
 
@@ -13,6 +14,7 @@ FeedPtr makeFeed(FeedLibrary &library, const QString &title, const TreeNodePtr &
     auto feed = std::make_shared<Feed>();
     feed->setTitle(title);
     feed->setFeed(QUrl("https://example.org/" + title + ".xml"));
-    library.add(feed, into, into->childCount());
+    const TreeNodePtr parent = into ? into : library.root();
+    library.add(feed, parent, parent->childCount());
     return feed;
 }

@@ -3,7 +3,7 @@
 
 #include "model/FeedLibrary.h"
 
-// Appended as the last child of the given node.
-FolderPtr makeFolder(FeedLibrary &library, const QString &title, const TreeNodePtr &into);
+// Appended as the last child of the given node, or of the root without one.
+FolderPtr makeFolder(FeedLibrary &library, const QString &title, const TreeNodePtr &into = nullptr);
 // With an address on example.org named after the title.
-FeedPtr makeFeed(FeedLibrary &library, const QString &title, const TreeNodePtr &into);
+FeedPtr makeFeed(FeedLibrary &library, const QString &title, const TreeNodePtr &into = nullptr);

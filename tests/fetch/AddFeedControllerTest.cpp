@@ -1,18 +1,14 @@
 #include "fetch/AddFeedController.h"
 
+#include "EventLoopWait.h"
 #include "ResponseWith.h"
+#include "UpdaterFixture.h"
 #include "db/FMDatabase.h"
 #include "db/FMResultSet.h"
 #include "fetch/DownloadItem.h"
 #include "fetch/Downloader.h"
-#include "fetch/FeedUpdater.h"
-#include "model/SettingsTable.h"
-#include "platform/Defaults.h"
 #include "platform/NotificationCenter.h"
 
-#include <QEventLoop>
-#include <QTemporaryDir>
-#include <QTimer>
 #include <gtest/gtest.h>
 
 TEST(WebsiteProperties, LinkTagsGiveIconsAndFeedsByKind)
@@ -66,17 +62,16 @@ TEST(WebsiteProperties, HrefsResolveAsABrowserResolvesThemAndOnlyTheLastLinkOuts
 
 TEST(AddFeedController, TypedAddressesAreNormalisedBeforeTheyAreDownloaded)
 {
-    EXPECT_EQ(AddFeedController::normalisedAddress("harbour"), "http://harbour.com");
-    EXPECT_EQ(AddFeedController::normalisedAddress(" feed://news.example.org/rss "),
-              "http://news.example.org/rss");
-    EXPECT_EQ(AddFeedController::normalisedAddress("feed:https://news.example.org/x"),
-              "https://news.example.org/x");
-    EXPECT_EQ(AddFeedController::normalisedAddress("feed:news.example.org"), "http://news.example.org");
-    EXPECT_EQ(AddFeedController::normalisedAddress("https://news.example.org/a b"),
-              "https://news.example.org/ab");
-    EXPECT_EQ(AddFeedController::normalisedAddress("http://localhost/feed"), "http://localhost/feed")
-        << "a host without a dot is kept as typed";
-    EXPECT_EQ(AddFeedController::normalisedAddress("intranet:8080"), "http://intranet:8080");
+    const QList<std::pair<QString, QString>> rows = {
+        {"harbour", "http://harbour.com"},
+        {" feed://news.example.org/rss ", "http://news.example.org/rss"},
+        {"feed:https://news.example.org/x", "https://news.example.org/x"},
+        {"feed:news.example.org", "http://news.example.org"},
+        {"https://news.example.org/a b", "https://news.example.org/ab"},
+        {"http://localhost/feed", "http://localhost/feed"}, // a host without a dot is kept as typed
+        {"intranet:8080", "http://intranet:8080"}};
+    for (const auto &[typed, address] : rows)
+        EXPECT_EQ(AddFeedController::normalisedAddress(typed), address) << typed.toStdString();
 }
 
 namespace {
@@ -94,14 +89,12 @@ const QByteArray atomWithEntry =
     "<link href=\"http://127.0.0.1/\"/><entry><title>Beam</title><id>urn:beam</id>"
     "<updated>2026-03-01T12:00:00Z</updated><content>Bright.</content></entry></feed>";
 
-class AddFeedTest : public ::testing::Test
+class AddFeedTest : public UpdaterTest
 {
 protected:
     void SetUp() override
     {
-        SettingsTable::registerWith(defaults);
-        library.load();
-        library.root()->setChildren({});
+        UpdaterTest::SetUp();
         folder = std::make_shared<Folder>();
         folder->setTitle("Coast");
         library.add(folder, nullptr, 0);
@@ -113,26 +106,17 @@ protected:
     }
     void TearDown() override { center.removeObserver(modifiedToken); }
 
-    // Runs the event loop until the controller has nothing left to download or the panel closed,
-    // with a bound so that a lost completion fails the test instead of hanging it.
-    void settle(int guardMs = 5000)
+    // Until the controller has nothing left to download or the panel closed.
+    void settleDownloads()
     {
-        QEventLoop loop;
-        QTimer poll;
-        QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-            if (!controller.download())
-                loop.quit();
-        });
-        QTimer::singleShot(guardMs, &loop, &QEventLoop::quit);
-        poll.start(5);
-        loop.exec();
+        waitUntil([this] { return !controller.download(); }, 5000);
     }
 
     bool add(const QUrl &url)
     {
         controller.setAddress(url.toString());
         const bool started = controller.doAddFeed();
-        settle();
+        settleDownloads();
         return started;
     }
 
@@ -144,10 +128,6 @@ protected:
         return addresses;
     }
 
-    QTemporaryDir scratch;
-    Defaults defaults{scratch.filePath("settings.ini")};
-    FeedLibrary library;
-    FeedUpdater updater{library, defaults};
     NotificationCenter center;
     AddFeedController controller{library, updater, center};
     LoopbackServer server;
@@ -284,7 +264,7 @@ TEST_F(AddFeedTest, AFailedDownloadBeepsAndLeavesThePanelOpenForAnotherTry)
 
     server.route("/broken.xml", Response::ok(rssWithItem, "application/rss+xml"));
     ASSERT_TRUE(controller.doAddFeed());
-    settle();
+    settleDownloads();
     EXPECT_EQ(results, QList<int>{1});
 }
 
@@ -300,9 +280,7 @@ TEST_F(AddFeedTest, CancellingDuringADownloadAddsNothingAndNoCompletionFollows)
     EXPECT_TRUE(controller.spinning());
 
     controller.doCancel();
-    QEventLoop loop;
-    QTimer::singleShot(600, &loop, &QEventLoop::quit);
-    loop.exec();
+    settle(600);
 
     EXPECT_EQ(results, QList<int>{0});
     EXPECT_EQ(library.allFeeds().size(), before);

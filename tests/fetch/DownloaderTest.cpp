@@ -1,22 +1,20 @@
 #include "fetch/Downloader.h"
 
+#include "EventLoopWait.h"
 #include "LogCapture.h"
 #include "LoopbackServer.h"
+#include "NotificationLog.h"
 #include "ResponseWith.h"
 #include "TestFiles.h"
 #include "model/Feed.h"
 #include "model/FeedLibrary.h"
 #include "platform/Defaults.h"
-#include "platform/NotificationCenter.h"
 
-#include <QBuffer>
 #include <QDir>
-#include <QEventLoop>
 #include <QFile>
 #include <QImage>
 #include <QSet>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <gtest/gtest.h>
 #include <memory>
 
@@ -24,67 +22,23 @@ namespace {
 
 using Response = LoopbackServer::Response;
 
-// Counts completions and can wait for them with a bound, so that a lost completion fails instead of hanging.
-class Completions
+// Counts completions, so that a lost or a doubled one shows.
+struct Completions
 {
-public:
+    int calls = 0;
+    Downloader *last = nullptr;
     Downloader::Completion completion()
     {
         return [this](Downloader *downloader) {
-            ++m_calls;
-            m_last = downloader;
-            m_loop.quit();
+            ++calls;
+            last = downloader;
         };
     }
-    bool waitFor(int calls, int guardMs = 5000)
+    bool waitFor(int count)
     {
-        QTimer guard;
-        guard.setSingleShot(true);
-        QObject::connect(&guard, &QTimer::timeout, &m_loop, &QEventLoop::quit);
-        guard.start(guardMs);
-        while (m_calls < calls && guard.isActive())
-            m_loop.exec();
-        return m_calls >= calls;
+        return waitUntil([&] { return calls >= count; });
     }
-    int calls() const { return m_calls; }
-    Downloader *last() const { return m_last; }
-
-private:
-    QEventLoop m_loop;
-    int m_calls = 0;
-    Downloader *m_last = nullptr;
 };
-
-void spin(int milliseconds)
-{
-    QEventLoop loop;
-    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
-QStringList fileNotificationsWhile(const std::function<void()> &work)
-{
-    QStringList names;
-    NotificationCenter &center = NotificationCenter::defaultCenter();
-    const int token = center.addObserver({}, [&](const Notification &note) {
-        if (note.name.startsWith(QStringLiteral("FileDownload")))
-            names.append(note.name);
-    });
-    work();
-    center.removeObserver(token);
-    return names;
-}
-
-QByteArray pictureBytes(const char *format)
-{
-    QImage image(32, 32, QImage::Format_ARGB32);
-    image.fill(Qt::darkCyan);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format);
-    return bytes;
-}
 
 } // namespace
 
@@ -103,7 +57,7 @@ TEST(Downloader, PageTransferSendsItsHeadersAndHandsBackBodyAndDeclaredCharsetOn
                                                 QVariant::fromValue(feed), done.completion()));
     EXPECT_EQ(downloader.state(), Downloader::DownloadStateActive);
     ASSERT_TRUE(done.waitFor(1));
-    EXPECT_EQ(done.last(), &downloader);
+    EXPECT_EQ(done.last, &downloader);
     EXPECT_EQ(downloader.state(), Downloader::DownloadStateDone);
     EXPECT_EQ(downloader.receivedData(), "<rss/>");
     EXPECT_EQ(downloader.bytes(), 6.0);
@@ -127,16 +81,18 @@ TEST(Downloader, PageTransferSendsItsHeadersAndHandsBackBodyAndDeclaredCharsetOn
     ASSERT_TRUE(done.waitFor(2));
     EXPECT_EQ(plain.encoding(), "ISO-8859-1");
     EXPECT_EQ(feed->encoding(), "");
-    spin(50);
-    EXPECT_EQ(done.calls(), 2);
+    settle(50);
+    EXPECT_EQ(done.calls, 2);
     Defaults::standard().removeObject("UserAgent");
 }
 
 TEST(Downloader, NotModifiedIsItsOwnStateWhileChallengesAndErrorStatusesFailWithTheirReason)
 {
     LoopbackServer server;
-    server.route("/same", Response::notModified());
-    server.route("/locked", Response::authenticationRequired());
+    server.route("/same", with(Response(), &Response::status, 304));
+    server.route(
+        "/locked",
+        with(Response(), &Response::status, 401).withHeader("WWW-Authenticate", "Basic realm=\"x\""));
     server.route("/missing", with(Response::ok("<html>gone</html>", "text/html"), &Response::status, 404));
     server.route("/busy", with(Response(), &Response::status, 429).withHeader("Retry-After", "120"));
 
@@ -148,8 +104,8 @@ TEST(Downloader, NotModifiedIsItsOwnStateWhileChallengesAndErrorStatusesFailWith
     ASSERT_TRUE(gone.beginDownloadFromURL(server.url("/missing"), {}, {}, nullptr, {}, done.completion()));
     ASSERT_TRUE(throttled.beginDownloadFromURL(server.url("/busy"), {}, {}, nullptr, {}, done.completion()));
     ASSERT_TRUE(done.waitFor(4));
-    spin(50);
-    EXPECT_EQ(done.calls(), 4);
+    settle(50);
+    EXPECT_EQ(done.calls, 4);
 
     EXPECT_EQ(same.state(), Downloader::DownloadStateNotModified);
     EXPECT_TRUE(same.receivedData().isEmpty());
@@ -169,16 +125,17 @@ TEST(Downloader, NotModifiedIsItsOwnStateWhileChallengesAndErrorStatusesFailWith
         refused.beginDownloadFromURL(QUrl("not a url at all"), {}, {}, nullptr, {}, done.completion()));
     EXPECT_FALSE(
         refused.beginDownloadFromURL(QUrl("ftp://127.0.0.1/x"), {}, {}, nullptr, {}, done.completion()));
-    spin(50);
-    EXPECT_EQ(done.calls(), 4) << "a transfer that never started never completes";
+    settle(50);
+    EXPECT_EQ(done.calls, 4) << "a transfer that never started never completes";
 }
 
 TEST(Downloader, FollowsRedirectsDecodesGzipAndCountsOnlyTheFinalBody)
 {
     LoopbackServer server;
-    server.route("/first",
-                 with(Response::redirect("/second", 301), &Response::body, "moved, with a body of its own"));
-    server.route("/second", Response::redirect(server.url("/final").toString(), 302));
+    const Response moved = with(Response(), &Response::body, "moved, with a body of its own");
+    server.route("/first", with(moved, &Response::status, 301).withHeader("Location", "/second"));
+    server.route("/second", with(Response(), &Response::status, 302)
+                                .withHeader("Location", server.url("/final").toString().toUtf8()));
     const QByteArray text = QByteArray("<item>news</item>").repeated(500);
     server.route("/final", with(Response::ok(text, "application/rss+xml"), &Response::gzip, true));
 
@@ -209,12 +166,12 @@ TEST(Downloader, FileTransferNamesTheFileAndAnnouncesBeginProgressAndCompleteInO
 
     Completions done;
     Downloader downloader;
-    const QStringList names = fileNotificationsWhile([&] {
-        ASSERT_TRUE(downloader.beginDownloadFromURL(
-            QUrl(server.url("/media/episode.mp3").toString() + "?id=7&utm_source=feed"), folder.path(), {},
-            {}, nullptr, context, done.completion()));
-        ASSERT_TRUE(done.waitFor(1));
-    });
+    NotificationLog log({"FileDownload"});
+    ASSERT_TRUE(downloader.beginDownloadFromURL(
+        QUrl(server.url("/media/episode.mp3").toString() + "?id=7&utm_source=feed"), folder.path(), {}, {},
+        nullptr, context, done.completion()));
+    ASSERT_TRUE(done.waitFor(1));
+    const QStringList names = log.names();
     ASSERT_GE(names.size(), 3);
     EXPECT_EQ(names.first(), "FileDownloadBeginingNotification");
     EXPECT_EQ(names.last(), "FileDownloadCompleteNotification");
@@ -255,11 +212,11 @@ TEST(Downloader, FilesNeverReplaceOthersAndAFailedOrCancelledDownloadLeavesTheEa
         ASSERT_TRUE(files.back()->beginDownloadFromURL(server.url(path), folder.path(), {}, {}, nullptr,
                                                        context, done.completion()));
     }
-    spin(200);
+    settle(200);
     files.back()->cancel();
     ASSERT_TRUE(done.waitFor(4));
-    spin(50);
-    EXPECT_EQ(done.calls(), 4);
+    settle(50);
+    EXPECT_EQ(done.calls, 4);
 
     EXPECT_EQ(QSet<QString>({files[0]->fileName(), files[1]->fileName()}),
               QSet<QString>({"audio (2).mp3", "audio (3).mp3"}));
@@ -327,13 +284,13 @@ TEST(Downloader, CancelledTransfersNeverCompleteNorAnnounceCompletion)
     Downloader file;
     const int token = NotificationCenter::defaultCenter().addObserver(
         "FileDownloadProgressedNotification", [&](const Notification &) { file.cancel(); });
-    const QStringList names = fileNotificationsWhile([&] {
-        ASSERT_TRUE(file.beginDownloadFromURL(server.url("/big.mp3"), folder.path(), {}, {}, nullptr,
-                                              QVariantMap{{DownloadTypeKey, 1}}, done.completion()));
-        spin(800);
-    });
+    NotificationLog log({"FileDownload"});
+    ASSERT_TRUE(file.beginDownloadFromURL(server.url("/big.mp3"), folder.path(), {}, {}, nullptr,
+                                          QVariantMap{{DownloadTypeKey, 1}}, done.completion()));
+    settle(800);
     NotificationCenter::defaultCenter().removeObserver(token);
-    EXPECT_EQ(done.calls(), 0);
+    const QStringList names = log.names();
+    EXPECT_EQ(done.calls, 0);
     EXPECT_EQ(names.count("FileDownloadProgressedNotification"), 1);
     EXPECT_FALSE(names.contains("FileDownloadCompleteNotification"));
     EXPECT_FALSE(QFile::exists(folder.filePath("big.mp3")));

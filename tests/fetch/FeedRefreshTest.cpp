@@ -1,14 +1,12 @@
+#include "EventLoopWait.h"
 #include "LoopbackServer.h"
 #include "ResponseWith.h"
 #include "ShrunkLimits.h"
+#include "TestFiles.h"
 #include "UpdaterFixture.h"
 #include "fetch/Downloader.h"
 
-#include <QBuffer>
 #include <QElapsedTimer>
-#include <QEventLoop>
-#include <QTimer>
-#include <functional>
 
 namespace {
 
@@ -24,40 +22,15 @@ const QByteArray refreshedFeed = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><rss
                                  "<pubDate>Thu, 19 Mar 2026 12:00:00 +0000</pubDate></item>"
                                  "</channel></rss>";
 
-// Runs the event loop until the condition holds, or a generous bound passes, so that a lost completion
-// fails the test instead of hanging it. Given the updater, it runs its processor far oftener than its
-// own timer does, so that a batch of many feeds starts at once.
-bool waitUntil(const std::function<bool()> &done, FeedUpdater *updater = nullptr, int guardMs = 20000)
-{
-    QEventLoop loop;
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, [&] {
-        if (done())
-            loop.quit();
-        else if (updater)
-            updater->processQueuedDownloads();
-    });
-    poll.start(20);
-    QTimer::singleShot(guardMs, &loop, &QEventLoop::quit);
-    loop.exec();
-    return done();
-}
-
+// Given the updater, runs its processor far oftener than its own timer does, so that a batch of many feeds
+// starts at once.
 bool waitForFeeds(const NotificationLog &log, int feeds, FeedUpdater *updater = nullptr, int guardMs = 20000)
 {
-    return waitUntil([&] { return log.names().count(QStringLiteral("feedDownloaded")) >= feeds; }, updater,
-                     guardMs);
-}
-
-QByteArray pngBytes()
-{
-    QImage image(32, 32, QImage::Format_ARGB32);
-    image.fill(Qt::darkRed);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
+    return waitUntil([&] { return log.names().count(QStringLiteral("feedDownloaded")) >= feeds; }, guardMs,
+                     [updater] {
+                         if (updater)
+                             updater->processQueuedDownloads();
+                     });
 }
 
 } // namespace
@@ -72,7 +45,7 @@ TEST_F(UpdaterTest, ARefreshFromTheNetworkMergesTheFeedExpiresOldArticlesAndAler
     const ArticlePtr earlierRead = addArticle(feed, "refresh-earlier-read", 18, false, Article::Read);
     const ArticlePtr ancient = addArticle(feed, "refresh-ancient", 1, false, Article::Read);
     library.saveSummary(QStringLiteral("ancient text"), ancient);
-    NotificationLog log;
+    NotificationLog log(updaterNotes);
     // Only the requests below run: a paused check queues nothing, while queued downloads still start.
     updater.setPauseScheduledUpdates(true);
 
@@ -132,7 +105,9 @@ TEST_F(UpdaterTest, HostileServersEndInFailedFeedsWithTheirReasonWhileTheRestOfT
         {"/busy.xml",
          {with(Response(), &Response::status, 429).withHeader("Retry-After", "600"),
           "429 Too Many Requests"}},
-        {"/private.xml", {Response::authenticationRequired(), "401 Unauthorized"}},
+        {"/private.xml",
+         {with(Response(), &Response::status, 401).withHeader("WWW-Authenticate", "Basic realm=\"x\""),
+          "401 Unauthorized"}},
         {"/home.html",
          {Response::ok("<!DOCTYPE html><html><body><p>A site</p></body></html>", "text/html"), "Not a feed"}},
         {"/declared.xml", {Response::ok(QByteArray(2 * 1024 * 1024, 'd'), rss), "Too large"}},
@@ -149,7 +124,7 @@ TEST_F(UpdaterTest, HostileServersEndInFailedFeedsWithTheirReasonWhileTheRestOfT
         addArticle(failing[path], "kept-" + path, 1);
         updater.requestFeedDownload(failing[path]);
     }
-    NotificationLog log;
+    NotificationLog log(updaterNotes);
     QElapsedTimer clock;
     clock.start();
 
@@ -187,7 +162,7 @@ TEST_F(UpdaterTest, AnUnchangedFeedIsAskedConditionallyAndA304KeepsItsArticlesAs
                                   .withHeader("Last-Modified", "Fri, 20 Mar 2026 12:00:00 GMT"));
     const FeedPtr feed = addFeed("conditional", server.url("/news.xml"));
     updater.setPauseScheduledUpdates(true);
-    NotificationLog log;
+    NotificationLog log(updaterNotes);
 
     updater.requestFeedDownload(feed);
     ASSERT_TRUE(waitForFeeds(log, 1, &updater));
@@ -233,7 +208,7 @@ TEST_F(UpdaterTest, SlowEnclosuresAndIconsNeverHoldUpARefresh)
     const FeedPtr feed = addFeed("news", server.url("/news.xml"));
     feed->setIconChecked(QDateTime::currentDateTimeUtc());
     updater.requestFeedDownload(feed);
-    NotificationLog log;
+    NotificationLog log(updaterNotes);
 
     ASSERT_TRUE(waitForFeeds(log, 1, &updater, 3000));
     EXPECT_EQ(feed->state(), Feed::Parsed);
@@ -245,12 +220,12 @@ TEST_F(UpdaterTest, SlowEnclosuresAndIconsNeverHoldUpARefresh)
 TEST_F(UpdaterTest, AFeedRefreshedForTheFirstTimeGetsItsIconAndLooksAgainAfterThirtyDays)
 {
     LoopbackServer site;
-    site.route("/apple-touch-icon.png", Response::ok(pngBytes(), "image/png"));
+    site.route("/apple-touch-icon.png", Response::ok(pictureBytes("PNG"), "image/png"));
     LoopbackServer pageSite;
     pageSite.route("/", Response::ok("<html><head><link rel=\"shortcut icon\" href=\"/static/i.png\">"
                                      "</head></html>",
                                      "text/html"));
-    pageSite.route("/static/i.png", Response::ok(pngBytes(), "image/png"));
+    pageSite.route("/static/i.png", Response::ok(pictureBytes("PNG"), "image/png"));
     updater.setPauseScheduledUpdates(true);
     QList<FeedPtr> feeds;
     for (LoopbackServer *server : {&site, &pageSite}) {
@@ -261,10 +236,11 @@ TEST_F(UpdaterTest, AFeedRefreshedForTheFirstTimeGetsItsIconAndLooksAgainAfterTh
         feeds << addFeed("site", server->url("/news.xml"));
         updater.requestFeedDownload(feeds.last());
     }
-    NotificationLog log;
+    NotificationLog log(updaterNotes);
     const auto refreshAndSettle = [&](int feedsSoFar) {
         EXPECT_TRUE(waitForFeeds(log, feedsSoFar, &updater));
-        EXPECT_TRUE(waitUntil([&] { return updater.isIdle(FeedUpdater::IconLane); }, &updater));
+        EXPECT_TRUE(waitUntil([&] { return updater.isIdle(FeedUpdater::IconLane); }, 20000,
+                              [&] { updater.processQueuedDownloads(); }));
     };
 
     refreshAndSettle(2);
@@ -291,7 +267,7 @@ TEST_F(UpdaterTest, TheNewArticlesAlertPlaysTheChosenSoundBeepsForAMissingOneAnd
     LoopbackServer server;
     const FeedPtr feed = addFeed(QStringLiteral("alerting"), server.url(QStringLiteral("/alerts.xml")));
     alert.knownSounds = QStringList({"New Articles", "Chime"});
-    NotificationLog log;
+    NotificationLog log(updaterNotes);
     updater.setPauseScheduledUpdates(true);
     int batches = 0;
     // Each batch serves one article not seen before, so that every batch ends with an alert.

@@ -92,7 +92,7 @@ TEST_F(UpdaterTest, TheProcessorStartsOneDownloadPerRunWhileFewerThanTheLimitRun
     ASSERT_EQ(updater.queuedDownloads().size(), 4);
     EXPECT_EQ(updater.queuedDownloads().first()->title(), "first");
     EXPECT_EQ(updater.queuedDownloads().at(1)->title(), "first");
-    NotificationLog log;
+    NotificationLog log(updaterNotes);
 
     updater.processQueuedDownloads();
     EXPECT_EQ(updater.downloadsInProgress(), 1);

@@ -1,32 +1,24 @@
 #include "fetch/ImagingService.h"
 
+#include "EventLoopWait.h"
 #include "ResponseWith.h"
+#include "TestFiles.h"
 #include "fetch/QBImageManipulator.h"
 #include "model/Article.h"
 #include "model/Feed.h"
 #include "platform/Defaults.h"
 #include "platform/NotificationCenter.h"
 
-#include <QBuffer>
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QImageReader>
 #include <QTemporaryDir>
 #include <QThread>
 #include <gtest/gtest.h>
+#include <optional>
 
 namespace {
-QByteArray encoded(const QImage &image, const char *format)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format);
-    return bytes;
-}
-
 // Green in the centred square, red outside it, so a thumbnail shows whether it was cropped there.
 QImage centredGreen(int width, int height)
 {
@@ -39,21 +31,10 @@ QImage centredGreen(int width, int height)
     return image;
 }
 
-bool waitUntil(const std::function<bool()> &done, int milliseconds = 15000)
+LoopbackServer::Response served(int width, int height, const char *format = "PNG")
 {
-    const QDeadlineTimer deadline(milliseconds);
-    while (!done()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QThread::msleep(5);
-    }
-    return true;
-}
-
-void settle(int milliseconds)
-{
-    waitUntil([] { return false; }, milliseconds);
+    return LoopbackServer::Response::ok(pictureBytes(format, centredGreen(width, height)),
+                                        "image/" + QByteArray(format).toLower());
 }
 
 class ThumbnailWorker : public testing::Test
@@ -80,8 +61,11 @@ protected:
         FeedLibrary::setLibraryPath(QString());
     }
 
-    ArticlePtr queued(const QString &path)
+    // Served as given, or answered 404 without an answer.
+    ArticlePtr queued(const QString &path, const std::optional<LoopbackServer::Response> &answer = {})
     {
+        if (answer)
+            server.route(path, *answer);
         auto article = std::make_shared<Article>();
         article->setSource(feed);
         article->setImageURL(server.url(path));
@@ -113,18 +97,12 @@ protected:
 TEST_F(ThumbnailWorker,
        PicturesAreCroppedSquareTinyOrUnfetchableOnesAreForgottenAndUndecodableOnesGetTheStandIn)
 {
-    server.route("/wide.png",
-                 LoopbackServer::Response::ok(encoded(centredGreen(1000, 500), "PNG"), "image/png"));
-    server.route("/small.jpg",
-                 LoopbackServer::Response::ok(encoded(centredGreen(200, 100), "JPEG"), "image/jpeg"));
-    server.route("/thin.png",
-                 LoopbackServer::Response::ok(encoded(centredGreen(49, 400), "PNG"), "image/png"));
-    server.route("/garbage.jpg", LoopbackServer::Response::ok("this is not a picture", "image/jpeg"));
-    const ArticlePtr wide = queued("/wide.png");
-    const ArticlePtr small = queued("/small.jpg");
-    const ArticlePtr thin = queued("/thin.png");
+    const ArticlePtr wide = queued("/wide.png", served(1000, 500));
+    const ArticlePtr small = queued("/small.jpg", served(200, 100, "JPEG"));
+    const ArticlePtr thin = queued("/thin.png", served(49, 400));
     const ArticlePtr missing = queued("/missing.jpg");
-    const ArticlePtr garbage = queued("/garbage.jpg");
+    const ArticlePtr garbage =
+        queued("/garbage.jpg", LoopbackServer::Response::ok("this is not a picture", "image/jpeg"));
     service.start();
     ASSERT_TRUE(drained());
 
@@ -151,7 +129,7 @@ TEST_F(ThumbnailWorker,
 
 TEST_F(ThumbnailWorker, TheHeadlinePageIsReloadedEveryTenthThumbnailAndWhenTheQueueDrains)
 {
-    server.route("/p.jpg", LoopbackServer::Response::ok(encoded(centredGreen(80, 60), "JPEG"), "image/jpeg"));
+    server.route("/p.jpg", served(80, 60, "JPEG"));
     QList<ArticlePtr> articles;
     for (int i = 0; i < 23; ++i)
         articles.append(queued("/p.jpg"));
@@ -173,10 +151,8 @@ TEST_F(ThumbnailWorker, NothingIsFetchedBeforeStartRemovedArticlesNeverAndAHiber
     EXPECT_EQ(service.heartBeat(), 2);
     service.wake();
     EXPECT_EQ(service.heartBeat(), 0);
-    server.route("/keep.png",
-                 LoopbackServer::Response::ok(encoded(centredGreen(64, 64), "PNG"), "image/png"));
     service.hibernate();
-    const ArticlePtr kept = queued("/keep.png");
+    const ArticlePtr kept = queued("/keep.png", served(64, 64));
     EXPECT_EQ(service.heartBeat(), 0) << "queueing wakes the worker";
     const ArticlePtr removed = queued("/removed.png");
     service.addToQueue(nullptr);
@@ -192,9 +168,7 @@ TEST_F(ThumbnailWorker, NothingIsFetchedBeforeStartRemovedArticlesNeverAndAHiber
     EXPECT_TRUE(QFile::exists(thumbnailPath(kept)));
 
     ASSERT_TRUE(waitUntil([this] { return service.heartBeat() == ImagingService::hibernatingHeartBeat; }));
-    server.route("/late.png",
-                 LoopbackServer::Response::ok(encoded(centredGreen(90, 70), "PNG"), "image/png"));
-    const ArticlePtr late = queued("/late.png");
+    const ArticlePtr late = queued("/late.png", served(90, 70));
     ASSERT_TRUE(waitUntil([this] { return reloads == 2; }))
         << "an article queued while hibernating is picked up";
     EXPECT_EQ(QImageReader(thumbnailPath(late)).size(), QSize(90, 90));
@@ -215,9 +189,7 @@ TEST_F(ThumbnailWorker, TerminateAbandonsTheFetchUnderWayAndEndsTheWorkerForGood
     EXPECT_FALSE(waiting->imageURL().isEmpty()) << "an interrupted fetch is not a failed one";
     EXPECT_EQ(service.count(), 0);
 
-    server.route("/after.png",
-                 LoopbackServer::Response::ok(encoded(centredGreen(64, 64), "PNG"), "image/png"));
-    queued("/after.png");
+    queued("/after.png", served(64, 64));
     service.start();
     settle(300);
     EXPECT_EQ(server.requestCount("/after.png"), 0) << "a terminated worker never starts again";

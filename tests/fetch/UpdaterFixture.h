@@ -1,12 +1,12 @@
 // A feed updater over a scratch library and settings, with desktop services that record what they
-// were asked, and a recorder of the notifications it posts.
+// were asked.
 #pragma once
 
+#include "NotificationLog.h"
 #include "fetch/FeedUpdater.h"
 #include "model/Article.h"
 #include "model/SettingsTable.h"
 #include "platform/Defaults.h"
-#include "platform/NotificationCenter.h"
 #include "platform/QBDockTile.h"
 #include "platform/QBUserAlert.h"
 #include "platform/QBUserNotifier.h"
@@ -53,33 +53,8 @@ public:
     int resets = 0;
 };
 
-class NotificationLog
-{
-public:
-    NotificationLog()
-    {
-        m_token = NotificationCenter::defaultCenter().addObserver({}, [this](const Notification &note) {
-            if (note.name.startsWith(QStringLiteral("Feed")) ||
-                note.name.startsWith(QStringLiteral("feed")) ||
-                note.name == QStringLiteral("ActiveTaskNotification"))
-                notes << note;
-        });
-    }
-    ~NotificationLog() { NotificationCenter::defaultCenter().removeObserver(m_token); }
-
-    QStringList names() const
-    {
-        QStringList list;
-        for (const Notification &note : notes)
-            list << note.name;
-        return list;
-    }
-
-    QList<Notification> notes;
-
-private:
-    int m_token;
-};
+// What the updater announces, without the notes of the transfers themselves.
+const QStringList updaterNotes{"Feed", "feed", "ActiveTaskNotification"};
 
 class UpdaterTest : public ::testing::Test
 {

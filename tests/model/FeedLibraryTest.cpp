@@ -1,6 +1,7 @@
 #include "model/FeedLibrary.h"
 
 #include "LogCapture.h"
+#include "NotificationLog.h"
 #include "TestFiles.h"
 #include "TestTree.h"
 #include "db/FMDatabase.h"
@@ -8,7 +9,6 @@
 #include "model/ArticleRow.h"
 #include "model/LibraryArchive.h"
 #include "model/LibraryBackups.h"
-#include "platform/NotificationCenter.h"
 #include "platform/Resources.h"
 #include "reading/OPMLImporter.h"
 
@@ -18,29 +18,19 @@
 #include <sys/stat.h>
 
 namespace {
-struct StoredRow
+// Each row of the table as "uniqueID, parent, state", in the order stored.
+QStringList storedRows(const QString &table)
 {
-    QString uniqueID;
-    QString parent;
-    int state;
-};
-
-QList<StoredRow> storedRows(const QString &table)
-{
-    QList<StoredRow> rows;
+    QStringList rows;
     auto database = FMDatabase::databaseWithPath(FeedLibrary::databasePath());
     database->open();
     auto results = database->executeQuery("SELECT * FROM " + table + " ORDER BY id");
     while (results && results->next())
-        rows.append({results->stringForColumn("uniqueID"), results->stringForColumn("parent"),
-                     results->intForColumn("state")});
+        rows << QStringList({results->stringForColumn("uniqueID"), results->stringForColumn("parent"),
+                             results->stringForColumn("state")})
+                    .join(", ");
     database->close();
     return rows;
-}
-
-FeedPtr addFeed(FeedLibrary &library, const QString &title, const TreeNodePtr &into = nullptr)
-{
-    return makeFeed(library, title, into ? into : library.root());
 }
 
 ArticlePtr storeArticle(FeedLibrary &library, const FeedPtr &feed, const QString &title,
@@ -102,14 +92,8 @@ TEST(FeedLibraryLoad, AFirstRunSeedsTheDefaultFeedsFlatAndTheClippingsWithWelcom
             EXPECT_FALSE(feed->link().isEmpty()) << feed->title().toStdString();
         }
 
-        const auto clippings = storedRows("clippings");
-        ASSERT_EQ(clippings.size(), 2);
-        EXPECT_EQ(clippings.at(0).uniqueID, "QuillBay-SideBarWelcome");
-        EXPECT_EQ(clippings.at(1).uniqueID, "QuillBay-SideBarHelp");
-        for (const StoredRow &row : clippings) {
-            EXPECT_EQ(row.state, 1);
-            EXPECT_EQ(row.parent, "");
-        }
+        EXPECT_EQ(storedRows("clippings"),
+                  QStringList({"QuillBay-SideBarWelcome, , 1", "QuillBay-SideBarHelp, , 1"}));
         const auto folder = library.loadNewsClippings();
         ASSERT_EQ(folder->childCount(), 2);
         const auto welcome = std::dynamic_pointer_cast<Article>(folder->children().at(0));
@@ -135,11 +119,8 @@ TEST(FeedLibraryLoad, ALibrarySavedAndLoadedAgainKeepsItsTreeAndReattachesCounte
     {
         FeedLibrary library;
         loadWithoutDefaultFeeds(library);
-        auto folder = std::make_shared<Folder>();
-        folder->setTitle("Tech");
-        library.add(folder, nullptr, 0);
-        auto feed = addFeed(library, "planet", folder);
-        addFeed(library, "quiet");
+        auto feed = makeFeed(library, "planet", makeFolder(library, "Tech"));
+        makeFeed(library, "quiet");
         feedID = feed->uniqueID();
         storeArticle(library, feed, "old", "old text", 1);
         auto read = storeArticle(library, feed, "read", "read text", 2);
@@ -176,7 +157,7 @@ TEST(FeedLibraryLoad, EitherFileAloneLoadsWhatItHoldsAndTheMissingOneIsMadeAfres
     {
         FeedLibrary library;
         library.load();
-        storeArticle(library, addFeed(library, "gone"), "orphan", "text");
+        storeArticle(library, makeFeed(library, "gone"), "orphan", "text");
     }
     {
         FeedLibrary library;
@@ -186,7 +167,7 @@ TEST(FeedLibraryLoad, EitherFileAloneLoadsWhatItHoldsAndTheMissingOneIsMadeAfres
             << "rows of feeds that no longer exist stay where they are";
         EXPECT_EQ(titlesOf(library.root()->children()), defaultFeedTitles()) << "the root is seeded afresh";
         library.root()->removeChildren();
-        storeArticle(library, addFeed(library, "kept"), "a", "text");
+        storeArticle(library, makeFeed(library, "kept"), "a", "text");
         library.save();
     }
     ASSERT_TRUE(QFile::remove(FeedLibrary::databasePath()));
@@ -204,7 +185,7 @@ TEST(FeedLibraryLoad, TwoRowsWithOneGuidLoadAsOneArticleTheLaterInTheEarliersPla
     {
         FeedLibrary library;
         loadWithoutDefaultFeeds(library);
-        auto feed = addFeed(library, "dupes");
+        auto feed = makeFeed(library, "dupes");
         auto first = storeArticle(library, feed, "same", "one");
         auto second = storeArticle(library, feed, "same", "two");
         laterID = second->uniqueID();
@@ -229,7 +210,7 @@ TEST(FeedLibraryLoad, EachStartKeepsThreeBackupsAndAnUnreadableLibraryIsNeverSav
         if (firstRun)
             library.root()->removeChildren();
         if (!title.isEmpty())
-            addFeed(library, title);
+            makeFeed(library, title);
         library.save();
     }
     const LibraryBackups backups(FeedLibrary::libraryFilePath());
@@ -273,7 +254,7 @@ TEST(FeedLibraryLoad, ADatabaseFileThatIsNotSQLiteIsLeftAloneAndTheLibraryStillR
     {
         FeedLibrary library;
         loadWithoutDefaultFeeds(library);
-        auto feed = addFeed(library, "survivor");
+        auto feed = makeFeed(library, "survivor");
         storeArticle(library, feed, "a", "text");
         EXPECT_EQ(library.longSummaryForArticle(std::dynamic_pointer_cast<Article>(feed->children().first())),
                   "");
@@ -292,8 +273,8 @@ TEST(FeedLibraryState, StatesWrittenPerArticleAndPerFeedSurviveARestart)
     {
         FeedLibrary library;
         loadWithoutDefaultFeeds(library);
-        auto first = addFeed(library, "first");
-        auto second = addFeed(library, "second");
+        auto first = makeFeed(library, "first");
+        auto second = makeFeed(library, "second");
         auto a = storeArticle(library, first, "a", "");
         storeArticle(library, first, "b", "");
         storeArticle(library, second, "c", "");
@@ -318,14 +299,11 @@ TEST(FeedLibrarySearch, LikeWildcardsWorkAndAnEmptyResultStillSelectsASearchFold
 {
     FeedLibrary library;
     library.load();
-    auto feed = addFeed(library, "f");
+    auto feed = makeFeed(library, "f");
     storeArticle(library, feed, "Rates", "up by 50 percent");
     storeArticle(library, feed, "Sales", "a 50% rise");
     storeArticle(library, feed, "Other", "nothing here");
 
-    QStringList heard;
-    const int token =
-        NotificationCenter::defaultCenter().addObserver({}, [&](const Notification &n) { heard << n.name; });
     library.performSearchWithString("50%");
     EXPECT_EQ(library.searchFolder()->childCount(), 2) << "% in the text is a wildcard";
     library.performSearchWithString("RATES");
@@ -336,13 +314,12 @@ TEST(FeedLibrarySearch, LikeWildcardsWorkAndAnEmptyResultStillSelectsASearchFold
     EXPECT_EQ(hit->parent(), library.searchFolder());
     EXPECT_EQ(hit->source(), feed);
 
-    heard.clear();
+    NotificationLog heard;
     library.performSearchWithString("no such words");
-    NotificationCenter::defaultCenter().removeObserver(token);
     EXPECT_EQ(library.searchFolder()->title(), "Search: no such words");
     EXPECT_EQ(library.searchFolder()->childCount(), 0);
     EXPECT_EQ(library.selectedItems(), TreeNodeList({library.searchFolder()}));
-    EXPECT_EQ(heard, QStringList({"FeedSearchPerformedWithString", "feedSelectionChanged"}));
+    EXPECT_EQ(heard.names(), QStringList({"FeedSearchPerformedWithString", "feedSelectionChanged"}));
 }
 
 TEST(FeedLibraryQueries, SelectionNavigationAndMovesFollowTheTreeOrder)
@@ -351,10 +328,10 @@ TEST(FeedLibraryQueries, SelectionNavigationAndMovesFollowTheTreeOrder)
     library.load();
     auto folder = std::make_shared<Folder>();
     library.add(folder, nullptr, 0);
-    auto a = addFeed(library, "a", folder);
-    auto b = addFeed(library, "b", folder);
-    addFeed(library, "c", folder);
-    addFeed(library, "d", folder);
+    auto a = makeFeed(library, "a", folder);
+    auto b = makeFeed(library, "b", folder);
+    makeFeed(library, "c", folder);
+    makeFeed(library, "d", folder);
     auto x = storeArticle(library, a, "x", "");
     auto y = storeArticle(library, b, "y", "");
 
@@ -406,7 +383,7 @@ TEST(FeedLibraryHistory, DeletingHistoryTakesRowsAndThumbnailsAndTheCleanUpOnlyP
 {
     FeedLibrary library;
     library.load();
-    auto feed = addFeed(library, "f");
+    auto feed = makeFeed(library, "f");
     auto kept = storeArticle(library, feed, "kept", "");
     auto dropped = storeArticle(library, feed, "dropped", "");
     const QString images = FeedLibrary::articleImagePath() + "/" + feed->uniqueID();
@@ -416,18 +393,15 @@ TEST(FeedLibraryHistory, DeletingHistoryTakesRowsAndThumbnailsAndTheCleanUpOnlyP
     EXPECT_FALSE(QFile::exists(images + "/" + dropped->uniqueID() + ".jpg"));
     EXPECT_EQ(storedRows("articles").size(), 1);
 
-    int progressPosts = 0;
-    const int token = NotificationCenter::defaultCenter().addObserver(
-        "ActiveTaskNotification", [&](const Notification &) { ++progressPosts; });
+    NotificationLog progress({"ActiveTaskNotification"});
     std::thread worker([&] { library.removeOrphanedThumbnailImages(std::chrono::milliseconds(0)); });
     // The tree keeps changing on this thread while the clean-up reads it.
     for (int i = 0; i < 200; ++i)
-        storeArticle(library, addFeed(library, QString::number(i)), "busy", "");
+        storeArticle(library, makeFeed(library, QString::number(i)), "busy", "");
     worker.join();
-    NotificationCenter::defaultCenter().removeObserver(token);
+    EXPECT_GE(progress.notes.size(), 2);
     EXPECT_FALSE(QFile::exists(images + "/abc.jpg"));
     EXPECT_TRUE(QFile::exists(images + "/" + kept->uniqueID() + ".jpg"));
-    EXPECT_GE(progressPosts, 2);
 
     library.removeChildrenForItem(feed, true);
     EXPECT_FALSE(QDir(images).exists());
@@ -479,7 +453,7 @@ TEST(FeedLibrarySave, SavingNeverRewritesTheDatabaseWhichIsCompactedOnlyWhenAFif
         results->close();
         return value;
     };
-    auto feed = addFeed(library, "wordy");
+    auto feed = makeFeed(library, "wordy");
     ArticleList articles;
     for (int i = 0; i < 100; ++i)
         articles << storeArticle(library, feed, QString::number(i), QString(4000, QChar('a' + i % 26)));

@@ -1,13 +1,12 @@
 #include "model/LibraryArchive.h"
 
+#include "TestFiles.h"
 #include "model/Article.h"
 #include "model/Feed.h"
 #include "model/FeedLibrary.h"
 #include "model/Folder.h"
 #include "model/VirtualFolder.h"
 
-#include <QDir>
-#include <QFile>
 #include <gtest/gtest.h>
 
 namespace {
@@ -129,19 +128,11 @@ TEST(LibraryArchive, ADecodedFeedTakesItsIconFromTheIconFolderPreferringPngAndPa
     none->setCustomIconAvailable(false);
     both->setCustomIconAvailable(false);
 
-    QDir().mkpath(FeedLibrary::iconPath());
-    auto writeIcon = [](const QString &name, Qt::GlobalColor colour) {
-        QImage image(64, 64, QImage::Format_ARGB32);
-        image.fill(colour);
-        ASSERT_TRUE(image.save(FeedLibrary::iconPath() + "/" + name, "PNG"));
-    };
-    writeIcon(both->uniqueID() + ".png", Qt::red);
-    writeIcon(both->uniqueID() + ".ico", Qt::blue);
-    writeIcon(icoOnly->uniqueID() + ".ico", Qt::green);
-    QFile errorPage(FeedLibrary::iconPath() + "/" + none->uniqueID() + ".png");
-    ASSERT_TRUE(errorPage.open(QIODevice::WriteOnly));
-    errorPage.write("<html><body>404 Not Found</body></html>");
-    errorPage.close();
+    const QString icons = FeedLibrary::iconPath() + "/";
+    writeFile(icons + both->uniqueID() + ".png", pictureBytes("PNG", Qt::red, 64));
+    writeFile(icons + both->uniqueID() + ".ico", pictureBytes("PNG", Qt::blue, 64));
+    writeFile(icons + icoOnly->uniqueID() + ".ico", pictureBytes("PNG", Qt::green, 64));
+    writeFile(icons + none->uniqueID() + ".png", "<html><body>404 Not Found</body></html>");
 
     const TreeNodePtr back = readBack(root);
     ASSERT_TRUE(back);

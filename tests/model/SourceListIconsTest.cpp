@@ -1,11 +1,11 @@
 #include "model/SourceListIcons.h"
 
+#include "TestFiles.h"
 #include "model/FeedLibrary.h"
 #include "model/SettingsTable.h"
 #include "model/SourceListImages.h"
 #include "platform/Defaults.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -23,16 +23,13 @@ protected:
     void SetUp() override
     {
         SettingsTable::registerWith(defaults);
-        QDir().mkpath(FeedLibrary::iconPath());
         root->setUniqueID("root");
         feed->setCustomIconAvailable(false);
     }
 
-    bool saveIcon(const QColor &colour, const char *format)
+    QString iconFile(const char *format) const
     {
-        QImage image(40, 40, QImage::Format_ARGB32);
-        image.fill(colour);
-        return image.save(FeedLibrary::iconPath() + "/" + feed->uniqueID() + "." + format, format);
+        return FeedLibrary::iconPath() + "/" + feed->uniqueID() + "." + format;
     }
 
     QTemporaryDir scratch;
@@ -84,20 +81,20 @@ TEST_F(SourceListIconChoice, EachKindOfRowGetsItsPictureAtTheSizeTheSettingAndTh
 
 TEST_F(SourceListIconChoice, AFeedsOwnIconIsReadOnlyWhenAvailablePreferringPngAndKeptUntilLetGo)
 {
-    ASSERT_TRUE(saveIcon(Qt::green, "png"));
+    writeFile(iconFile("png"), pictureBytes("PNG", Qt::green, 40));
     EXPECT_EQ(icons.smallIconForItem(feed), named("feed")) << "no file is looked at";
     EXPECT_TRUE(feed->favIcon().isNull());
-    ASSERT_TRUE(QFile::remove(FeedLibrary::iconPath() + "/" + feed->uniqueID() + ".png"));
+    ASSERT_TRUE(QFile::remove(iconFile("png")));
 
     feed->setCustomIconAvailable(true);
     EXPECT_EQ(icons.smallIconForItem(std::make_shared<Feed>()), named("feed")) << "no file of its name";
-    ASSERT_TRUE(saveIcon(Qt::red, "ico"));
+    writeFile(iconFile("ico"), pictureBytes("ICO", Qt::red, 40));
     const QImage fromIco = icons.smallIconForItem(feed);
     EXPECT_EQ(fromIco.size(), QSize(16, 16));
     EXPECT_EQ(QColor(fromIco.pixel(8, 8)), QColor(Qt::red));
     EXPECT_EQ(feed->favIcon(), fromIco) << "kept as the feed's icon";
 
-    ASSERT_TRUE(saveIcon(Qt::blue, "png"));
+    writeFile(iconFile("png"), pictureBytes("PNG", Qt::blue, 40));
     EXPECT_EQ(QColor(icons.tinyIconForItem(feed).pixel(8, 8)), QColor(Qt::red));
     feed->setFavIcon(QImage());
     EXPECT_EQ(QColor(icons.tinyIconForItem(feed).pixel(8, 8)), QColor(Qt::blue));

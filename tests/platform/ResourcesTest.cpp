@@ -1,5 +1,7 @@
 #include "platform/Resources.h"
 
+#include "TestFiles.h"
+
 #include <QDir>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -11,14 +13,10 @@ TEST(Resources, TheEnvironmentWinsThenTheInstalledFolderThenTheBuildTree)
     const QString installed = prefix.path() + "/share/quillbay/resources";
     ASSERT_TRUE(QDir().mkpath(bin));
     EXPECT_EQ(Resources::folder(QString(), QString()), QStringLiteral(QB_RESOURCE_DIR));
-    // A file named like the installed folder is passed over.
-    ASSERT_TRUE(QDir().mkpath(prefix.path() + "/share/quillbay"));
-    QFile stray(installed);
-    ASSERT_TRUE(stray.open(QIODevice::WriteOnly));
-    stray.close();
+    writeFile(installed, "a file named like the installed folder is passed over");
     EXPECT_EQ(Resources::folder(QString(), bin), QStringLiteral(QB_RESOURCE_DIR));
 
-    ASSERT_TRUE(stray.remove() && QDir().mkpath(installed));
+    ASSERT_TRUE(QFile::remove(installed) && QDir().mkpath(installed));
     EXPECT_EQ(Resources::folder(QString(), bin), QDir::cleanPath(installed));
     EXPECT_EQ(Resources::folder("/elsewhere/resources", bin), QStringLiteral("/elsewhere/resources"));
 }

@@ -1,7 +1,7 @@
 #include "platform/TerminationSignals.h"
 
-#include <QEventLoop>
-#include <QTimer>
+#include "EventLoopWait.h"
+
 #include <csignal>
 #include <gtest/gtest.h>
 
@@ -9,16 +9,11 @@ TEST(TerminationSignals, EachEndingSignalArrivesOnTheEventLoopInsteadOfEndingThe
 {
     for (const int signalNumber : {SIGTERM, SIGINT, SIGHUP}) {
         TerminationSignals termination;
-        QEventLoop loop;
         int received = 0;
-        QObject::connect(&termination, &TerminationSignals::received, &loop, [&](int number) {
-            received = number;
-            loop.quit();
-        });
-        QTimer::singleShot(5000, &loop, &QEventLoop::quit);
+        QObject::connect(&termination, &TerminationSignals::received, [&](int number) { received = number; });
         std::raise(signalNumber);
         EXPECT_EQ(received, 0) << "nothing is done inside the handler";
-        loop.exec();
+        waitUntil([&] { return received != 0; }, 5000);
         EXPECT_EQ(received, signalNumber);
     }
 }

@@ -1,5 +1,7 @@
 #include "AppTestDoubles.h"
+#include "EventLoopWait.h"
 #include "LoopbackServer.h"
+#include "TestFiles.h"
 #include "app/HeadlineViewDelegate.h"
 #include "app/MainWindow.h"
 #include "app/QBHeadlineWebView.h"
@@ -12,8 +14,6 @@
 #include "platform/NotificationCenter.h"
 #include "platform/Resources.h"
 
-#include <QBuffer>
-#include <QElapsedTimer>
 #include <QImage>
 #include <QLabel>
 #include <QTemporaryDir>
@@ -53,16 +53,6 @@ public:
     int loads = 0;
 };
 
-QByteArray png(int size)
-{
-    QImage picture(size, size, QImage::Format_RGB32);
-    picture.fill(Qt::blue);
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    picture.save(&buffer, "PNG");
-    return buffer.data();
-}
-
 class HeadlineWebViewTest : public ::testing::Test
 {
 protected:
@@ -74,7 +64,8 @@ protected:
         defaults.setBoolean("displayLoadRemoteImages", true);
         library.load();
         library.root()->removeChildren();
-        server.route("/pictures/pier.png", LoopbackServer::Response::ok(png(8), "image/png"));
+        server.route("/pictures/pier.png",
+                     LoopbackServer::Response::ok(pictureBytes("PNG", Qt::blue, 8), "image/png"));
         feed = std::make_shared<Feed>();
         feed->setTitle("Harbour <script>document.title='pwned'</script>");
         feed->setState(Feed::Parsed);
@@ -136,7 +127,7 @@ protected:
         library.setSelectedItems(selection);
         const int loads = delegate.loads;
         center.post("feedSelectionChanged");
-        waitFor([&] { return delegate.loads > loads; }, 20000);
+        waitUntil([&] { return delegate.loads > loads; }, 20000);
         ASSERT_GT(delegate.loads, loads) << "the page never finished loading";
         // Handlers and refreshes that would act do so at once or soon after loading.
         QTest::qWait(1200);
@@ -150,7 +141,7 @@ protected:
             result = value;
             done = true;
         });
-        waitFor([&] { return done; }, 10000);
+        waitUntil([&] { return done; }, 10000);
         return result;
     }
 
@@ -165,14 +156,6 @@ protected:
         ASSERT_EQ(box.size(), 2) << selector.toStdString();
         QTest::mouseClick(view->focusProxy(), Qt::LeftButton, {},
                           QPoint(box.at(0).toInt(), box.at(1).toInt()));
-    }
-
-    static void waitFor(const std::function<bool()> &condition, int milliseconds)
-    {
-        QElapsedTimer clock;
-        clock.start();
-        while (!condition() && clock.elapsed() < milliseconds)
-            QTest::qWait(20);
     }
 
     QStringList pwnedRequests() const
@@ -250,7 +233,7 @@ TEST_F(HeadlineWebViewTest, CopiedHandlerTextRunsNothingThePagesScriptFollowsCli
                      "Image().src='%1pwned-handler'\"); true")
                  .arg(server.url("/").toString()));
     clickOn(".summary");
-    waitFor([&] { return !delegate.clicked().isEmpty(); }, 5000);
+    waitUntil([&] { return !delegate.clicked().isEmpty(); }, 5000);
     QTest::qWait(500);
     EXPECT_EQ(pwnedRequests(), QStringList());
     ASSERT_EQ(delegate.clicked().size(), 1);
@@ -260,7 +243,7 @@ TEST_F(HeadlineWebViewTest, CopiedHandlerTextRunsNothingThePagesScriptFollowsCli
     article(1)->setLink(QUrl("file:///etc/passwd"));
     showSelection({feed});
     clickOn(QString("a[href=\"quillbay:open=%1\"]").arg(article(1)->uniqueID()));
-    waitFor([&] { return delegate.clicked().size() > 1; }, 5000);
+    waitUntil([&] { return delegate.clicked().size() > 1; }, 5000);
     QTest::qWait(300);
     EXPECT_EQ(delegate.clicked().mid(1), QStringList{"quillbay:open=" + article(1)->uniqueID()});
     EXPECT_TRUE(desktop.opened.isEmpty());
@@ -279,7 +262,7 @@ TEST_F(HeadlineWebViewTest, PicturesLoadFromTheArticlesSiteAndWhileRemoteImagesA
     EXPECT_EQ(server.requestCount("/pictures/pier.png"), 1) << "no picture loads by itself";
     EXPECT_EQ(evaluate("document.querySelectorAll('.summary img').length").toInt(), 0);
     clickOn(".heldPicture[data-alt=pier]");
-    waitFor([&] { return server.requestCount("/pictures/pier.png") == 2; }, 5000);
+    waitUntil([&] { return server.requestCount("/pictures/pier.png") == 2; }, 5000);
     QTest::qWait(300);
     EXPECT_GT(evaluate("document.querySelector('.summary img[alt=pier]').naturalWidth").toInt(), 0);
     EXPECT_TRUE(delegate.clicked().isEmpty()) << "the picture's link stays where it is";

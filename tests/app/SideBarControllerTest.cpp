@@ -99,7 +99,6 @@ TEST_F(SideBarTest, SortFilterLengthAndTintStartAsStoredAndEachChangeIsStoredAnd
     for (int i = 0; i < restarted->filterPopUp()->count(); ++i)
         filters << restarted->filterPopUp()->itemData(i).toInt();
     EXPECT_EQ(filters, QList<int>({0, 1, 2, 5, 6, 7, 10, 11, 12})) << "every filter the page knows";
-    EXPECT_EQ(t.defaults.doubleValue("articleLength"), 1.0);
     EXPECT_EQ(restarted->articleSlider()->value(), restarted->articleSlider()->maximum());
 
     // Sort items post their position plus one up to the third, and the date sort after it.
@@ -167,7 +166,6 @@ TEST_F(SideBarTest, ClippingsAreKeptOnceReadWhenPickedAndRemovedWithTheSelection
     EXPECT_FALSE(model()->articleAt(0)->summary().isEmpty());
     EXPECT_EQ(model()->index(0, 0).data(NewsBinModel::SubtitleRole).toString(),
               model()->articleAt(0)->summary());
-    EXPECT_EQ(sideBar->newsBinTable()->sizeHintForRow(0), 40);
 
     fillWithHarbour();
     ASSERT_EQ(sideBar->numberOfRows(), 3);
@@ -193,7 +191,6 @@ TEST_F(SideBarTest, ClippingsAreKeptOnceReadWhenPickedAndRemovedWithTheSelection
     EXPECT_EQ(sideBar->numberOfRows(), 1);
     EXPECT_EQ(selectedRows(), QList<int>{0}) << "the row that moved up";
     sideBar->clearSelection();
-    EXPECT_TRUE(selectedRows().isEmpty());
     sideBar->doRemove(nullptr);
     EXPECT_EQ(sideBar->numberOfRows(), 1) << "nothing selected, nothing removed";
 

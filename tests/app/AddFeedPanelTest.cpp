@@ -2,11 +2,11 @@
 
 #include "AppTestDoubles.h"
 #include "AppTestLibrary.h"
+#include "EventLoopWait.h"
 #include "LoopbackServer.h"
 
 #include <QClipboard>
 #include <QComboBox>
-#include <QEventLoop>
 #include <QGuiApplication>
 #include <QLineEdit>
 #include <QProgressBar>
@@ -27,18 +27,9 @@ const QByteArray ferryFeed = "<?xml version=\"1.0\"?><rss version=\"2.0\"><chann
 class PanelTest : public ::testing::Test
 {
 protected:
-    // Runs the event loop until the panel has nothing left to download, with a bound.
     void settle()
     {
-        QEventLoop loop;
-        QTimer poll;
-        QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-            if (!panel.controller().download())
-                loop.quit();
-        });
-        QTimer::singleShot(5000, &loop, &QEventLoop::quit);
-        poll.start(5);
-        loop.exec();
+        waitUntil([this] { return !panel.controller().download(); }, 5000);
     }
 
     void addAddress(const QUrl &url)

@@ -30,24 +30,20 @@ TEST(NavigationBar, IsPaintedInItsTintAndADisabledBackButtonIsHalfTransparentAnd
     bar.setTextColour(Qt::yellow);
     bar.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&bar));
-    ASSERT_EQ(bar.backButton(), bar.findChild<QToolButton *>("backButton"));
     QSignalSpy back(&bar, &NavigationBar::backClicked);
 
     bar.setBackEnabled(false);
-    EXPECT_FALSE(bar.isBackEnabled());
     EXPECT_DOUBLE_EQ(backOpacity(bar), 0.5);
     QTest::mouseClick(bar.backButton(), Qt::LeftButton);
     EXPECT_EQ(back.count(), 0);
 
     bar.setBackEnabled(true);
-    EXPECT_TRUE(bar.isBackEnabled());
     EXPECT_DOUBLE_EQ(backOpacity(bar), 1.0);
     QTest::mouseClick(bar.backButton(), Qt::LeftButton);
     EXPECT_EQ(back.count(), 1);
 
     bar.setShowsBackButton(false);
     EXPECT_FALSE(bar.backButton()->isVisible());
-    EXPECT_EQ(bar.height(), NavigationBar::BarHeight);
     const QColor middle = bar.grab().toImage().pixelColor(2, 15);
     EXPECT_GT(middle.red(), 150);
     EXPECT_LT(middle.green(), 80);
@@ -70,7 +66,6 @@ TEST(NavigationBar, ALongTitleIsElidedToTheSpaceLeftAndShownWholeWhenItFits)
     bar.setTitle(title);
     QLabel *label = titleLabel(bar);
     ASSERT_NE(label, nullptr);
-    EXPECT_EQ(bar.title(), title);
     EXPECT_TRUE(label->text().endsWith(QChar(0x2026))) << label->text().toStdString();
     EXPECT_LE(label->fontMetrics().horizontalAdvance(label->text()), label->contentsRect().width());
     EXPECT_LE(label->geometry().right(), refresh->geometry().left()) << "the title leaves the button room";

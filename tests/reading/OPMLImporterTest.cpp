@@ -42,37 +42,28 @@ TEST(OPMLImporter, NestedFolderOutlinesBecomeNestedFoldersEndTagsClimbBackOutAnd
     const OPMLImporter importer = OPMLImporter::importFeedsFromPath(fixture("nested.opml"));
     const auto top = importer.importedFeedsFolder();
     EXPECT_EQ(top->title(), "Imported Feeds");
-    EXPECT_FALSE(top->parent());
-    EXPECT_EQ(importer.currentFolder(), top) << "every folder was closed again";
     ASSERT_EQ(top->childCount(), 3);
 
     const auto outer = folderAt(top, 0);
     ASSERT_TRUE(outer);
     EXPECT_EQ(outer->title(), "Outer");
-    EXPECT_EQ(outer->parent(), top);
     const auto inner = folderAt(outer, 0);
     ASSERT_TRUE(inner);
     EXPECT_EQ(inner->title(), "Inner") << "the title wins over the text";
-    EXPECT_EQ(inner->parent(), outer);
     ASSERT_TRUE(feedAt(inner, 0));
     EXPECT_EQ(feedAt(inner, 0)->parent(), inner);
     EXPECT_EQ(feedAt(outer, 1)->title(), "Outer feed") << "a feed after the inner folder's end tag";
     EXPECT_EQ(folderAt(top, 1)->title(), "Untitled folder");
     EXPECT_EQ(folderAt(top, 1)->childCount(), 0);
     EXPECT_EQ(feedAt(top, 2)->title(), "Top feed");
-    EXPECT_EQ(feedAt(top, 2)->feedType(), Feed::RSSType);
     EXPECT_EQ(titlesOf(importer.feeds()), QStringList({"Deep feed", "Outer feed", "Top feed"}))
         << "the flat list is in document order";
 
-    // Importing twice gives twin feeds.
-    const OPMLImporter second = OPMLImporter::importFeedsFromPath(fixture("nested.opml"));
-    ASSERT_EQ(second.feeds().size(), 3);
     const QStringList uids = {"DEEP-0001", "OUTER-0002", "TOP-0003"};
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 3; ++i)
         EXPECT_EQ(importer.feeds().at(i)->uniqueID(), uids.at(i));
-        EXPECT_EQ(second.feeds().at(i)->uniqueID(), uids.at(i));
-        EXPECT_NE(importer.feeds().at(i), second.feeds().at(i)) << "two separate feeds";
-    }
+    EXPECT_EQ(OPMLImporter::importFeedsFromPath(fixture("nested.opml")).feeds().size(), 3)
+        << "importing twice gives twin feeds";
 }
 
 TEST(OPMLImporter, QuirkyOutlinesAreReadAttributeByAttributeAndAnOpenFeedOutlineClosesItsFolderEarly)
@@ -95,10 +86,7 @@ TEST(OPMLImporter, QuirkyOutlinesAreReadAttributeByAttributeAndAnOpenFeedOutline
     EXPECT_EQ(home->feedType(), Feed::AtomType) << "no type";
     EXPECT_EQ(home->description(), "");
     EXPECT_FALSE(home->description().isNull());
-    EXPECT_EQ(home->language(), "en-us");
-    EXPECT_TRUE(home->keywords().isEmpty());
-    EXPECT_EQ(home->uniqueID().size(), 36) << "a feed without uid gets its own";
-    EXPECT_NE(home->uniqueID(), importer.feeds().at(1)->uniqueID());
+    EXPECT_NE(home->uniqueID(), importer.feeds().at(1)->uniqueID()) << "a feed without uid gets its own";
     EXPECT_EQ(importer.feeds().at(1)->feedType(), Feed::AtomType) << "\"rss\" is not \"RSS\"";
 
     const auto cafe = importer.feeds().at(2);
@@ -111,7 +99,6 @@ TEST(OPMLImporter, QuirkyOutlinesAreReadAttributeByAttributeAndAnOpenFeedOutline
 
     const auto spaced = importer.feeds().at(3);
     EXPECT_EQ(spaced->feed(), QUrl("http://spaced.example/feed")) << "the name, a space and '='";
-    EXPECT_EQ(spaced->link(), QUrl("http://spaced.example"));
 }
 
 TEST(OPMLImporter, EntitiesEscapedTwiceInTitlesStillBecomeTheirCharacters)
@@ -159,52 +146,17 @@ TEST(OPMLImporter, TheDeclaredEncodingIsHonouredLatin1IsAssumedAndAnUnusableFile
     }
 }
 
-TEST(OPMLImporter, AttributeValuesFollowTheLenientLookup)
-{
-    const QString outline =
-        QStringLiteral("outline TITLE=\"Loud\" htmlUrl=\"http://h/\" xmlUrl=\"http://x/\" a='b'");
-    EXPECT_EQ(OPMLImporter::tag(outline, "title", false), "Loud") << "names match in any case";
-    EXPECT_EQ(OPMLImporter::tag(outline, "url", false), "http://h/") << "the first name that ends in url";
-    EXPECT_TRUE(OPMLImporter::tag(outline, "missing", false).isNull());
-    EXPECT_TRUE(OPMLImporter::tag("outline text=plain", "text", false).isNull()) << "no quotes, no value";
-    EXPECT_TRUE(OPMLImporter::tag("outline text='single'", "text", false).isNull())
-        << "'=' with a single quote is neither pattern";
-    EXPECT_EQ(OPMLImporter::tag("outline text ='single'", "text", false), "single");
-    EXPECT_TRUE(OPMLImporter::tag("outline text =\"", "text", false).isNull()) << "a quote as last character";
-    EXPECT_EQ(OPMLImporter::tag("outline text=\"\"", "text", false), "");
-    EXPECT_FALSE(OPMLImporter::tag("outline text=\"\"", "text", false).isNull()) << "empty is still a value";
-    EXPECT_EQ(OPMLImporter::tag("outline text=\"&amp;amp;&amp;eacute;\"", "text", false), "&amp;&eacute;");
-    EXPECT_EQ(OPMLImporter::tag("outline text=\"&amp;amp;&amp;eacute;\"", "text", true), "&é");
-}
-
-TEST(OPMLImporter, TheScannerSkipsStrayBracketsJoinsCdataAndNeverReadsTheLastCharacter)
-{
-    OPMLImporter importer;
-    const QString text = QStringLiteral("a > b <one> x<![CDATA[in>side]]>after<two/>");
-    EXPECT_EQ(importer.identifyNextTagFromIndex(text), "<one>");
-    EXPECT_EQ(importer.identifyNextTagFromIndex(text), "<![CDATA[in>side after]]>");
-    EXPECT_EQ(importer.index(), text.indexOf("after"));
-    EXPECT_TRUE(importer.identifyNextTagFromIndex(text).isNull()) << "the final '>' is out of reach";
-
-    OPMLImporter unterminated;
-    const QString open = QStringLiteral("<![CDATA[never closed> ");
-    EXPECT_EQ(unterminated.identifyNextTagFromIndex(open), "<![CDATA[never closed>");
-    EXPECT_EQ(unterminated.index(), 0) << "the scan position stays, which ends a reading";
-
-    EXPECT_TRUE(OPMLImporter::isClosingTag("</outline>"));
-    EXPECT_TRUE(OPMLImporter::isSingleTag("<outline/>"));
-    EXPECT_FALSE(OPMLImporter::isSingleTag("<outline>"));
-}
-
 TEST(OPMLImporter, ReadingStopsWhereTheScannerStopsAndToleratesJunk)
 {
     const OPMLImporter importer = importedText(
         "<<outline text=\"a\" xmlUrl=\"http://a/\"/> & > <![CDATA[<outline xmlUrl=\"http://cdata/\"/>]]> "
-        "</outline></outline><outline text=\"b\" xmlUrl=\"http://b/\"/><outline xmlUrl=\"http://u/\"/>"
+        "</outline></outline><outline text=\"b\" xmlUrl=\"http://b/\"/><outline title=t text='u' "
+        "xmlUrl=\"http://u/\"/>"
         "<![CDATA[ x> <outline text=\"c\" xmlUrl=\"http://c/\"/> ");
     EXPECT_EQ(titlesOf(importer.feeds()), QStringList({"b", "Untitled"}))
         << "a doubled '<' hides its outline, a section's content is no markup, stray end tags do no harm, "
-           "and nothing after an unterminated section is read";
+           "a value needs double quotes or a space before '=', and nothing after an unterminated section is "
+           "read";
 
     const OPMLImporter empty = importedText(QStringLiteral(""));
     EXPECT_TRUE(empty.feeds().isEmpty());
@@ -229,28 +181,4 @@ TEST(OPMLImporter, AbsurdlyDeepFoldersAreCappedWithoutLosingTheirEndTags)
         ++levels;
     EXPECT_GT(levels, 100) << "legitimately deep lists keep their folders";
     EXPECT_LT(levels, depth);
-}
-
-TEST(OPMLImporter, WithoutACurrentFolderEverythingGoesIntoTheImportedFolder)
-{
-    OPMLImporter importer;
-    const auto top = importer.importedFeedsFolder();
-    importer.setCurrentFolder(nullptr);
-    importer.parserDidEndElement(QStringLiteral("outline text=\"loose\" xmlUrl=\"http://loose/\""), true);
-    ASSERT_EQ(top->childCount(), 1);
-    EXPECT_EQ(importer.feeds().first()->parent(), top);
-
-    importer.setCurrentFolder(nullptr);
-    importer.parserDidStartElement(QStringLiteral("outline title=\"Made\""));
-    ASSERT_EQ(top->childCount(), 2);
-    EXPECT_EQ(importer.currentFolder(), folderAt(top, 1));
-    EXPECT_EQ(importer.currentFolder()->parent(), top);
-
-    importer.setCurrentFolder(nullptr);
-    importer.parserDidEndElement(QStringLiteral("outline"), false);
-    EXPECT_EQ(importer.currentFolder(), top);
-    importer.parserDidStartElement(QStringLiteral("body text=\"not an outline\""));
-    importer.parserDidEndElement(QStringLiteral("body text=\"x\" xmlUrl=\"http://x/\""), true);
-    EXPECT_EQ(top->childCount(), 2) << "other names do nothing";
-    EXPECT_EQ(importer.currentFolder(), top);
 }

@@ -56,15 +56,12 @@ TEST(ImportListAndExport, ALibraryNamedOnTheCommandLineGrowsByEachImportAndExpor
     const QString unreachable = scratch.filePath("no such folder/Feeds.opml");
     const CliRun missingFolder({"--library", folder, "export", unreachable});
     EXPECT_EQ(missingFolder.exitCode(), 1);
-    EXPECT_TRUE(missingFolder.outputText().isEmpty());
     EXPECT_TRUE(missingFolder.errorText().contains("cannot write " + unreachable));
     const QString blocked = scratch.filePath("blocked.opml");
     ASSERT_TRUE(QDir().mkpath(blocked + "/inside"));
     EXPECT_EQ(CliRun({"--library", folder, "export", blocked}).exitCode(), 1);
     EXPECT_TRUE(QFileInfo(blocked + "/inside").isDir())
         << "a folder where the file should go is not replaced";
-    EXPECT_EQ(CliRun({"--library", folder, "export"}).exitCode(), 2);
-    EXPECT_EQ(CliRun({"--library", folder, "export", "a.opml", "b.opml"}).exitCode(), 2);
 
     // Held by another program, the library is refused to writers and still read; damaged, it is kept.
     const QString tree = folder + "/Feeds.library";

@@ -171,7 +171,6 @@ TEST_F(HeadlinePageTest, ListEntriesShowStateTitleSummaryInfoBarAndEnclosureNewe
         EXPECT_TRUE(entry.contains(R + icon + "\""));
         EXPECT_TRUE(entry.contains("quillbay:article=" + id + "\">" + article->title() + "</a>"));
         EXPECT_TRUE(entry.contains("quillbay:open=" + id + "\"><img src=\"" + R + "followlink.png\""));
-        EXPECT_TRUE(entry.contains("<div class=\"summary\">\nSummary of " + article->title()));
         EXPECT_TRUE(entry.contains("quillbay:date=" + date.toString() + "\">" +
                                    QBUtilities::dateToFriendlyDate(date, true) + "</a>"));
         EXPECT_TRUE(entry.contains("quillbay:feed=" + feed->uniqueID() + "\">Harbour Notes</a>"));

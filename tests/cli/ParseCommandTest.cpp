@@ -61,7 +61,6 @@ TEST(ParseCommand, PrintsRSSAndAtomFeedsAsTheReadersLeftThemWithTheOffsetsTheDoc
 
     const QJsonObject atom = CliRun({"parse", CliRun::dataFile("lighthouse-atom.xml")}).json();
     expectFields(atom, {{"title", "Lighthouse Log"}, {"feedType", 1}});
-    EXPECT_TRUE(atom["publicationDate"].isString()) << "a feed that states no date is dated at the reading";
     const QJsonArray entries = atom["articles"].toArray();
     ASSERT_EQ(entries.size(), 2);
     expectFields(entries[0], {{"guid", "urn:lighthouse:fog"}, {"publicationDate", QJsonValue()}});

@@ -86,7 +86,6 @@ TEST_F(UpdaterTest, TheProcessorStartsOneDownloadPerRunWhileFewerThanTheLimitRun
     updater.requestFeedDownload(first);
     updater.checkForDueFeeds();
     ASSERT_EQ(updater.queuedDownloads().size(), 4);
-    EXPECT_EQ(updater.queuedDownloads().first()->title(), "first");
     EXPECT_EQ(updater.queuedDownloads().at(1)->title(), "first");
     NotificationLog log(updaterNotes);
 
@@ -162,11 +161,6 @@ TEST_F(UpdaterTest, ExpiryRemovesDatedArticlesThatLeftTheFeedBeyondTheRetentionA
         << "seven days unless set";
     EXPECT_EQ(library.longSummaryForArticle(old), "");
     EXPECT_TRUE(library.libraryDirty());
-
-    feed->setRetentionPeriod(30);
-    addArticle(feed, QStringLiteral("twenty-days-older"), 1);
-    updater.expireOldArticlesForFeed(feed);
-    EXPECT_EQ(feed->childCount(), 5);
 
     // When every article would go, the list stays but the stored text goes.
     const FeedPtr allOld = addFeed(QStringLiteral("all old"));

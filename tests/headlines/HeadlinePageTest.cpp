@@ -388,7 +388,6 @@ TEST_F(HeadlinePageTest, ADayIsNeverSplitAndTheCutFallsAfterTheDayThatPassesTheC
         addArticle(feed, QStringLiteral("Busy %1").arg(i), Article::Unread, noonOn(2025, 3, 14));
     const QString oneDay = render({feed});
     EXPECT_EQ(oneDay.count("<div class=\"article\" "), 250);
-    EXPECT_TRUE(oneDay.contains("moreArticlesBar\"><a href=\"quillbay:displayArticlesFromOffset\">"));
     EXPECT_GT(oneDay.indexOf("moreArticlesBar"), oneDay.lastIndexOf("<div class=\"article\" "))
         << "the bar ends the page";
     EXPECT_EQ(page.offset(), 1);
@@ -531,9 +530,7 @@ TEST_F(HeadlinePageTest, TheArticleLengthSliderShortensListSummariesButNeverASin
 
     defaults.setDouble("articleLength", 0.1);
     QString html = render({feed});
-    EXPECT_FALSE(html.contains("<p>word"));
     EXPECT_TRUE(html.contains(QString("word ").repeated(11) + "word…"));
-    EXPECT_TRUE(html.contains("Summary of Short read"));
 
     defaults.setDouble("articleLength", 0.0);
     html = render({feed});

@@ -73,7 +73,6 @@ TEST(CommandLine, AnInputThatCannotBeReadEndsWithItsPathAndStatusOne)
         {{"parse", scratch.path()}, scratch.path()},
         {{"import", missing}, missing},
         {{"--library", notAFolder, "list"}, notAFolder},
-        {{"--library", notAFolder, "search", "tide"}, notAFolder},
     };
     for (const Case &c : cases) {
         const CliRun run(c.arguments);

@@ -61,7 +61,6 @@ TEST(ParseCommand, PrintsRSSAndAtomFeedsAsTheReadersLeftThemWithTheOffsetsTheDoc
 
     const QJsonObject atom = CliRun({"parse", CliRun::dataFile("lighthouse-atom.xml")}).json();
     expectFields(atom, {{"title", "Lighthouse Log"}, {"feedType", 1}});
-    EXPECT_TRUE(atom["publicationDate"].isString()) << "a feed that states no date is dated at the reading";
     const QJsonArray entries = atom["articles"].toArray();
     ASSERT_EQ(entries.size(), 2);
     expectFields(entries[0], {{"guid", "urn:lighthouse:fog"}, {"publicationDate", QJsonValue()}});
@@ -77,7 +76,6 @@ TEST(ParseCommand, TheEncodingOptionDecidesHowUndeclaredBytesAreReadAndLogLinesG
     const QString file = CliRun::dataFile("cafe-undeclared-utf8.xml");
     expectFields(CliRun({"parse", file}).json(), {{"encoding", "utf-8"}, {"title", "Caf\u00e9 Cr\u00e8me"}});
     const QJsonObject latin1 = {{"encoding", "iso-8859-1"}, {"title", "Caf\u00c3\u00a9 Cr\u00c3\u00a8me"}};
-    expectFields(CliRun({"parse", "--encoding", "iso-8859-1", file}).json(), latin1);
     expectFields(CliRun({"parse", file, "--encoding=iso-8859-1"}).json(), latin1);
 
     const CliRun unknown({"parse", CliRun::dataFile("unknown-encoding.xml")});

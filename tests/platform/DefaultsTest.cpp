@@ -26,13 +26,6 @@ bool isOwnersAlone(const QString &path)
 
 } // namespace
 
-TEST(Defaults, TheSharedStoreLivesInTheConfigFolderOfTheRunningProgram)
-{
-    const QString expected = qEnvironmentVariable("XDG_CONFIG_HOME") + "/QuillBay/QuillBay.conf";
-    EXPECT_EQ(Defaults::standardFilePath(), expected);
-    EXPECT_EQ(Defaults::standard().filePath(), expected);
-}
-
 TEST(Defaults, UserValuesWinPersistForASecondStoreInAFileOnlyTheOwnerReadsAndFallBackWhenRemoved)
 {
     const QTemporaryDir dir;

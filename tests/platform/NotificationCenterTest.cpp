@@ -2,26 +2,6 @@
 
 #include <gtest/gtest.h>
 
-TEST(NotificationCenter, DeliversToObserversOfTheNameAndToObserversOfEverything)
-{
-    NotificationCenter center;
-    QStringList heard;
-    const int named = center.addObserver("feedDownloaded", [&](const Notification &n) {
-        heard << "named:" + n.object.toString() + ":" + n.userInfo.value("ActiveTaskValueKey").toString();
-    });
-    const int all = center.addObserver(QString(), [&](const Notification &n) { heard << "all:" + n.name; });
-
-    center.post("feedDownloaded", QString("F1"), {{"ActiveTaskValueKey", 3}});
-    center.post("feedLibraryModified");
-    EXPECT_EQ(heard, QStringList({"named:F1:3", "all:feedDownloaded", "all:feedLibraryModified"}));
-
-    center.removeObserver(named);
-    center.removeObserver(all);
-    heard.clear();
-    center.post("feedDownloaded");
-    EXPECT_TRUE(heard.isEmpty());
-}
-
 TEST(NotificationCenter, AnObserverMayRemoveItselfAndPostWhileBeingNotified)
 {
     NotificationCenter center;

@@ -2,7 +2,6 @@
 
 #include "LogCapture.h"
 
-#include <QRandomGenerator>
 #include <QUrl>
 #include <gtest/gtest.h>
 
@@ -127,22 +126,5 @@ TEST(PropertyList, MalformedTextGivesNullAndOneLogLineNamingProblemAndPosition)
         ASSERT_EQ(capture.lines().size(), 1) << text.left(40).toStdString();
         EXPECT_TRUE(capture.lines().first().startsWith("-[PropertyList read] "));
         EXPECT_TRUE(capture.lines().first().contains(problem)) << capture.lines().first().toStdString();
-    }
-}
-
-TEST(PropertyList, RandomPunctuationEitherReadsOrLogsOnce)
-{
-    const QString alphabet = QStringLiteral("{}()<>=;,\"'\\/* \nab0fU");
-    QRandomGenerator random(1729);
-    for (int round = 0; round < 3000; ++round) {
-        QString text;
-        for (int length = random.bounded(1, 40); length > 0; --length)
-            text += alphabet.at(random.bounded(int(alphabet.size())));
-        LogCapture capture;
-        const QVariant value = PropertyList::read(text);
-        EXPECT_EQ(capture.lines().size(), value.isNull() ? 1 : 0) << text.toStdString();
-        if (!value.isNull()) {
-            EXPECT_EQ(PropertyList::read(PropertyList::write(value)), value) << text.toStdString();
-        }
     }
 }

@@ -54,8 +54,4 @@ TEST(QBCollections, AnIndexOutsideTheListGivesNullAndOnlyTheConstFormLogsNamingT
     EXPECT_EQ(log.lines(),
               QStringList({"Index 2 is out of bounds 2", "Last known object in array: last",
                            "Index -5 is out of bounds 0", "Last known object in array: (null)"}));
-
-    const auto plain = std::make_shared<Plain>();
-    EXPECT_EQ(qb_describe(plain), QStringLiteral("<%1>").arg(quintptr(plain.get()), 0, 16));
-    EXPECT_EQ(qb_describe(QVariant(42)), "42");
 }

@@ -2,6 +2,7 @@
 
 #include "AppTestDoubles.h"
 #include "AppTestLibrary.h"
+#include "NotificationLog.h"
 #include "TestFiles.h"
 #include "app/BlogEditorCommand.h"
 #include "app/NavigationBar.h"
@@ -32,19 +33,6 @@ namespace {
 class SideBarTest : public ::testing::Test
 {
 protected:
-    SideBarTest()
-    {
-        token = t.center.addObserver(QString(), [this](const Notification &n) { posted.append(n); });
-    }
-    ~SideBarTest() override { t.center.removeObserver(token); }
-
-    QStringList names() const
-    {
-        QStringList list;
-        for (const Notification &n : posted)
-            list.append(n.name);
-        return list;
-    }
     NewsBinModel *model() const { return static_cast<NewsBinModel *>(sideBar->newsBinTable()->model()); }
     void select(std::initializer_list<int> rows) const
     {
@@ -67,7 +55,7 @@ protected:
         sideBar->doEmptyNewsBin();
         t.library.setSelectedItems({t.harbour});
         sideBar->doAdd(nullptr);
-        posted.clear();
+        heard.notes.clear();
     }
     static std::unique_ptr<QMimeData> dragOf(const QString &text)
     {
@@ -81,8 +69,7 @@ protected:
     RecordingDesktop desktop;
     QWidget pane;
     SideBarController *sideBar = new SideBarController(&pane, t.library, t.defaults, t.center, desktop);
-    QList<Notification> posted;
-    int token = 0;
+    NotificationLog heard{t.center};
 };
 
 } // namespace
@@ -108,23 +95,23 @@ TEST_F(SideBarTest, SortFilterLengthAndTintStartAsStoredAndEachChangeIsStoredAnd
     sort->addItem("Later item");
     sort->setCurrentIndex(3);
     sideBar->doChangeSortMethod();
-    ASSERT_EQ(posted.size(), 2);
-    EXPECT_EQ(posted.at(0).name, "ArticleSortOrderChangeNotification");
-    EXPECT_EQ(posted.at(0).object.toInt(), 3);
-    EXPECT_EQ(posted.at(1).object.toInt(), 1) << "a fourth item sorts by date";
+    ASSERT_EQ(heard.notes.size(), 2);
+    EXPECT_EQ(heard.notes.at(0).name, "ArticleSortOrderChangeNotification");
+    EXPECT_EQ(heard.notes.at(0).object.toInt(), 3);
+    EXPECT_EQ(heard.notes.at(1).object.toInt(), 1) << "a fourth item sorts by date";
     EXPECT_EQ(t.defaults.integer("sortMethod"), 3) << "the position is stored, not the code";
 
-    posted.clear();
+    heard.notes.clear();
     sideBar->filterPopUp()->setCurrentIndex(sideBar->filterPopUp()->findData(12));
     sideBar->doChangeFilterMethod();
-    ASSERT_EQ(names(), QStringList{"ArticleFilteringChanged"});
-    EXPECT_EQ(posted.at(0).object.toInt(), 12);
+    ASSERT_EQ(heard.names(), QStringList{"ArticleFilteringChanged"});
+    EXPECT_EQ(heard.notes.at(0).object.toInt(), 12);
     EXPECT_EQ(t.defaults.integer("filterMethod"), 12);
 
-    posted.clear();
+    heard.notes.clear();
     sideBar->articleSlider()->setValue(sideBar->articleSlider()->maximum() / 2);
     EXPECT_EQ(t.defaults.doubleValue("articleLength"), 0.5);
-    EXPECT_EQ(names(), QStringList{"ArticleLengthChanged"});
+    EXPECT_EQ(heard.names(), QStringList{"ArticleLengthChanged"});
 
     t.defaults.setInteger("displayColourTheme", 1);
     t.center.post("ThemeChangedNotification");
@@ -138,21 +125,22 @@ TEST_F(SideBarTest, PublishedTodaySendsTheDateWhileUnreadAndSearchSendNone)
     t.article(t.sky, 0)->setState(Article::Read);
 
     sideBar->doQuickBrowseUnread();
-    EXPECT_EQ(names(), (QStringList{"ChangeBreadcrumbModeUnreadNotification", "feedSelectionChanged"}));
-    EXPECT_FALSE(posted.at(1).object.isValid());
+    EXPECT_EQ(heard.names(), (QStringList{"ChangeBreadcrumbModeUnreadNotification", "feedSelectionChanged"}));
+    EXPECT_FALSE(heard.notes.at(1).object.isValid());
     EXPECT_EQ(t.library.selectedItems().size(), 9) << "every unread article, the read one left out";
 
-    posted.clear();
+    heard.notes.clear();
     sideBar->doQuickBrowseToday();
-    EXPECT_EQ(names(), (QStringList{"ChangeBreadcrumbModeDateNotification", "feedSelectionChanged"}));
-    ASSERT_TRUE(posted.at(1).object.canConvert<CalendarDate>());
-    EXPECT_EQ(posted.at(1).object.value<CalendarDate>().moment().toLocalTime().date(), QDate::currentDate());
+    EXPECT_EQ(heard.names(), (QStringList{"ChangeBreadcrumbModeDateNotification", "feedSelectionChanged"}));
+    ASSERT_TRUE(heard.notes.at(1).object.canConvert<CalendarDate>());
+    EXPECT_EQ(heard.notes.at(1).object.value<CalendarDate>().moment().toLocalTime().date(),
+              QDate::currentDate());
     EXPECT_EQ(t.library.selectedItems(), TreeNodeList{fresh});
 
-    posted.clear();
+    heard.notes.clear();
     sideBar->searchField()->setText("Soup");
     QTest::keyClick(sideBar->searchField(), Qt::Key_Return);
-    EXPECT_EQ(names(), QStringList{"ChangeBreadcrumbModeSearchNotificationi"});
+    EXPECT_EQ(heard.names(), QStringList{"ChangeBreadcrumbModeSearchNotificationi"});
     ASSERT_TRUE(t.library.searchFolder());
     EXPECT_EQ(t.library.searchFolder()->childCount(), 3);
 }
@@ -176,16 +164,16 @@ TEST_F(SideBarTest, ClippingsAreKeptOnceReadWhenPickedAndRemovedWithTheSelection
     t.library.setSelectedItems({t.harbour});
     sideBar->doAdd(nullptr);
     EXPECT_EQ(sideBar->numberOfRows(), 3) << "articles already kept are not kept twice";
-    EXPECT_TRUE(posted.isEmpty()) << "nothing added, so the selection stays";
+    EXPECT_TRUE(heard.notes.isEmpty()) << "nothing added, so the selection stays";
 
     sideBar->doRemove(nullptr);
     EXPECT_EQ(sideBar->numberOfRows(), 2);
     EXPECT_EQ(selectedRows(), QList<int>{1}) << "the new last row";
-    posted.clear();
+    heard.notes.clear();
     select({0});
     EXPECT_EQ(t.library.selectedItems(), TreeNodeList{model()->articleAt(0)}) << "picking a row reads it";
-    EXPECT_EQ(names(), (QStringList{"ChangeBreadcrumbModeNormalNotification", "feedSelectionChanged"}));
-    EXPECT_FALSE(posted.at(1).object.isValid());
+    EXPECT_EQ(heard.names(), (QStringList{"ChangeBreadcrumbModeNormalNotification", "feedSelectionChanged"}));
+    EXPECT_FALSE(heard.notes.at(1).object.isValid());
     const QString removedID = model()->articleAt(0)->uniqueID();
     sideBar->doRemove(nullptr);
     EXPECT_EQ(sideBar->numberOfRows(), 1);

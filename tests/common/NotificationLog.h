@@ -1,5 +1,6 @@
-// Records the notifications posted on the default centre while it lives whose names begin with one of the
-// prefixes (an empty prefix takes every one), so that tests can check what an operation announced.
+// Records the notifications posted on a centre (the default one unless told) while it lives whose names
+// begin with one of the prefixes (an empty prefix takes every one), so that tests can check what an
+// operation announced.
 #pragma once
 
 #include "platform/NotificationCenter.h"
@@ -10,18 +11,22 @@ class NotificationLog
 {
 public:
     explicit NotificationLog(const QStringList &prefixes = {QString()})
+        : NotificationLog(NotificationCenter::defaultCenter(), prefixes)
     {
-        m_token =
-            NotificationCenter::defaultCenter().addObserver({}, [this, prefixes](const Notification &note) {
-                for (const QString &prefix : prefixes) {
-                    if (note.name.startsWith(prefix)) {
-                        notes << note;
-                        return;
-                    }
-                }
-            });
     }
-    ~NotificationLog() { NotificationCenter::defaultCenter().removeObserver(m_token); }
+    explicit NotificationLog(NotificationCenter &center, const QStringList &prefixes = {QString()})
+        : m_center(center)
+    {
+        m_token = center.addObserver({}, [this, prefixes](const Notification &note) {
+            for (const QString &prefix : prefixes) {
+                if (note.name.startsWith(prefix)) {
+                    notes << note;
+                    return;
+                }
+            }
+        });
+    }
+    ~NotificationLog() { m_center.removeObserver(m_token); }
     NotificationLog(const NotificationLog &) = delete;
     NotificationLog &operator=(const NotificationLog &) = delete;
 
@@ -36,5 +41,6 @@ public:
     QList<Notification> notes;
 
 private:
+    NotificationCenter &m_center;
     int m_token;
 };

@@ -1,6 +1,7 @@
 #include "headlines/HeadlineLinkPolicy.h"
 
 #include "LogCapture.h"
+#include "NotificationLog.h"
 #include "db/FMDatabase.h"
 #include "db/FMResultSet.h"
 #include "headlines/HeadlineActions.h"
@@ -46,7 +47,6 @@ protected:
         library.load();
         library.root()->removeChildren();
         SettingsTable::registerWith(defaults);
-        center.addObserver({}, [this](const Notification &note) { notes.append(note); });
         feed = std::make_shared<Feed>();
         feed->setTitle("Harbour Notes");
         library.add(feed, library.root(), 0);
@@ -79,21 +79,13 @@ protected:
         return policy.decidePolicyForNavigationAction({QUrl(address), Policy::ClickedLink, modifiers});
     }
 
-    QStringList noteNames() const
-    {
-        QStringList names;
-        for (const Notification &note : notes)
-            names << note.name;
-        return names;
-    }
-
     QTemporaryDir settingsFolder;
     Defaults defaults{settingsFolder.filePath("QuillBay.ini")};
     FeedLibrary library;
     NotificationCenter center;
     RecordingActions actions;
     Policy policy{library, defaults, actions, center};
-    QList<Notification> notes;
+    NotificationLog heard{center};
     FeedPtr feed;
 };
 
@@ -106,7 +98,8 @@ TEST_F(HeadlineLinkPolicyTest, OpenAndOutsideLinksMarkTheArticleReadAndStoreItAl
     EXPECT_EQ(article->state(), Article::Read);
     EXPECT_EQ(storedState(article), Article::Read);
     EXPECT_EQ(actions.calls, QStringList{"open http://news.example/Ferry-returns"});
-    EXPECT_EQ(noteNames(), (QStringList{"FeedUnreadCountChangedNotification", "SummaryWebViewNeedsReload"}));
+    EXPECT_EQ(heard.names(),
+              (QStringList{"FeedUnreadCountChangedNotification", "SummaryWebViewNeedsReload"}));
 
     auto clipping = std::make_shared<Article>();
     clipping->setLink(QUrl("http://kept.example/"));
@@ -122,13 +115,13 @@ TEST_F(HeadlineLinkPolicyTest, OpenAndOutsideLinksMarkTheArticleReadAndStoreItAl
     const ArticlePtr last = addArticle("Buoy lit");
     library.setSelectedItems({other, last});
     actions.calls.clear();
-    notes.clear();
+    heard.notes.clear();
     EXPECT_EQ(click("https://elsewhere.example/story"), Policy::OpenedOutside);
     EXPECT_EQ(last->state(), Article::Read);
     EXPECT_EQ(storedState(last), Article::Read);
     EXPECT_EQ(other->state(), Article::Unread);
     EXPECT_EQ(actions.calls, (QStringList{"reload", "open https://elsewhere.example/story"}));
-    EXPECT_EQ(noteNames(), QStringList{"FeedUnreadCountChangedNotification"});
+    EXPECT_EQ(heard.names(), QStringList{"FeedUnreadCountChangedNotification"});
     EXPECT_EQ(click("http://elsewhere.example/", Qt::AltModifier), Policy::OpenedOutside);
     EXPECT_EQ(actions.calls.last(), "open http://elsewhere.example/ in background");
     EXPECT_EQ(click("mailto:ann@harbour.example", Qt::ShiftModifier), Policy::OpenedOutside);
@@ -164,7 +157,7 @@ TEST_F(HeadlineLinkPolicyTest, UnknownIdentifiersAreLoggedTheMoreArticlesBarKeep
                                article->uniqueID(),
                            unrecognised + "quillbay:delete=everything", unrecognised + "quillbay"}));
     EXPECT_EQ(actions.calls, QStringList{"mode 1"}) << "the feed command sets the mode before it looks";
-    EXPECT_TRUE(notes.isEmpty());
+    EXPECT_TRUE(heard.notes.isEmpty());
     EXPECT_EQ(library.selectedItems(), TreeNodeList{article});
 
     click("quillbay:displayArticlesFromOffset");
@@ -174,10 +167,10 @@ TEST_F(HeadlineLinkPolicyTest, UnknownIdentifiersAreLoggedTheMoreArticlesBarKeep
     auto enclosure = std::make_shared<Enclosure>();
     article->setEnclosure(enclosure);
     for (const QString &id : {article->uniqueID(), QString("NOPE")}) {
-        notes.clear();
+        heard.notes.clear();
         click("quillbay:enclosure=" + id);
-        ASSERT_EQ(noteNames(), QStringList{"EnclosureSelectionChanged"});
-        EXPECT_EQ(notes.first().object.value<std::shared_ptr<Enclosure>>(),
+        ASSERT_EQ(heard.names(), QStringList{"EnclosureSelectionChanged"});
+        EXPECT_EQ(heard.notes.first().object.value<std::shared_ptr<Enclosure>>(),
                   id == "NOPE" ? nullptr : enclosure);
         EXPECT_EQ(actions.calls.last(), "show enclosure window");
     }
@@ -192,26 +185,26 @@ TEST_F(HeadlineLinkPolicyTest,
     EXPECT_EQ(article->state(), Article::Read);
     EXPECT_EQ(storedState(article), Article::Read);
     EXPECT_EQ(library.selectedItems(), TreeNodeList{article});
-    EXPECT_EQ(noteNames(), (QStringList{"FeedUnreadCountChangedNotification", "feedSelectionChanged",
-                                        "FeedUnreadCountChangedNotification"}));
-    EXPECT_FALSE(notes.at(0).object.isValid());
-    EXPECT_EQ(notes.at(1).object.value<TreeNodePtr>(), article);
-    EXPECT_EQ(notes.at(2).object.value<TreeNodePtr>(), article);
+    EXPECT_EQ(heard.names(), (QStringList{"FeedUnreadCountChangedNotification", "feedSelectionChanged",
+                                          "FeedUnreadCountChangedNotification"}));
+    EXPECT_FALSE(heard.notes.at(0).object.isValid());
+    EXPECT_EQ(heard.notes.at(1).object.value<TreeNodePtr>(), article);
+    EXPECT_EQ(heard.notes.at(2).object.value<TreeNodePtr>(), article);
     EXPECT_TRUE(actions.calls.isEmpty()) << "opening inside the program keeps the selection kind";
 
     defaults.setBoolean("behaviorFeedClick", false);
     const ArticlePtr other = addArticle("Pier repaired");
-    notes.clear();
+    heard.notes.clear();
     click("quillbay:article=" + other->uniqueID());
     EXPECT_EQ(other->state(), Article::Unread);
-    EXPECT_EQ(noteNames(), (QStringList{"feedSelectionChanged", "FeedUnreadCountChangedNotification"}));
+    EXPECT_EQ(heard.names(), (QStringList{"feedSelectionChanged", "FeedUnreadCountChangedNotification"}));
 
-    notes.clear();
+    heard.notes.clear();
     click("quillbay:feed=" + feed->uniqueID());
     EXPECT_EQ(actions.calls, QStringList{"mode 1"});
     EXPECT_EQ(library.selectedItems(), TreeNodeList{feed});
-    ASSERT_EQ(noteNames(), QStringList{"feedSelectionChanged"});
-    EXPECT_EQ(notes.first().object.value<TreeNodePtr>(), feed);
+    ASSERT_EQ(heard.names(), QStringList{"feedSelectionChanged"});
+    EXPECT_EQ(heard.notes.first().object.value<TreeNodePtr>(), feed);
 
     LogCapture log;
     click("quillbay:feedback"); // a word that merely begins with a command counts as that command
@@ -232,20 +225,20 @@ TEST_F(HeadlineLinkPolicyTest, DateAndAuthorShowTheirArticlesAsTheSearchFolderWi
     EXPECT_EQ(folder->children(), TreeNodeList{morning});
     EXPECT_EQ(library.selectedItems(), TreeNodeList{folder});
     EXPECT_EQ(morning->parent(), feed) << "the day view must not take articles out of the tree";
-    ASSERT_EQ(noteNames(), QStringList{"feedSelectionChanged"});
-    EXPECT_EQ(notes.first().object.value<CalendarDate>().localMoment().date(), QDate(2025, 3, 14));
+    ASSERT_EQ(heard.names(), QStringList{"feedSelectionChanged"});
+    EXPECT_EQ(heard.notes.first().object.value<CalendarDate>().localMoment().date(), QDate(2025, 3, 14));
     click("quillbay:date=sometime");
     EXPECT_EQ(library.searchFolder(), folder) << "a value without a readable day changes nothing";
     EXPECT_EQ(actions.calls.size(), 1);
 
     morning->setAuthors({std::make_shared<QBPerson>("José Durán", "", "")});
-    notes.clear();
+    heard.notes.clear();
     EXPECT_EQ(click("quillbay:author=José Durán"), Policy::CarriedOutCommand);
     EXPECT_EQ(actions.calls.last(), "mode 5");
     EXPECT_EQ(library.searchFolder()->title(), "Author: José Durán");
     EXPECT_EQ(library.searchFolder()->children(), TreeNodeList{morning});
-    ASSERT_EQ(noteNames(), QStringList{"feedSelectionChanged"});
-    EXPECT_EQ(notes.first().object.toString(), "José Durán");
+    ASSERT_EQ(heard.names(), QStringList{"feedSelectionChanged"});
+    EXPECT_EQ(heard.notes.first().object.toString(), "José Durán");
 }
 
 TEST_F(HeadlineLinkPolicyTest, PageLoadsStayInTheViewAndNeitherThemNorScriptsMayRunACommandOrMarkAnythingRead)
@@ -264,7 +257,7 @@ TEST_F(HeadlineLinkPolicyTest, PageLoadsStayInTheViewAndNeitherThemNorScriptsMay
     }
     EXPECT_EQ(article->state(), Article::Unread);
     EXPECT_TRUE(actions.calls.isEmpty());
-    EXPECT_TRUE(notes.isEmpty());
+    EXPECT_TRUE(heard.notes.isEmpty());
     EXPECT_TRUE(library.selectedItems().isEmpty());
     EXPECT_TRUE(log.lines().isEmpty());
 

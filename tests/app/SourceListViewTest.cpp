@@ -17,17 +17,6 @@
 
 namespace {
 
-void addUnreadArticles(const FeedPtr &feed, int count)
-{
-    for (int i = 0; i < count; ++i) {
-        auto article = std::make_shared<Article>();
-        article->setState(Article::Unread);
-        article->setParent(feed);
-        feed->TreeNode::addChild(article, feed->childCount());
-    }
-    feed->updateUnreadCount();
-}
-
 // Pixels in the row's right end that differ from the row's own background, taken at its top corner.
 int markedPixelsAtRightEnd(const QImage &row, int width)
 {
@@ -130,8 +119,8 @@ TEST_F(SourceListWidget, AWholeRefreshKeepsSelectionScrollExpandedFoldersAndARen
     // Every count changes, a download starts, a feed arrives above: nothing the user holds is lost, and
     // the rows moving down under the selection are not taken for the user choosing anew.
     QSignalSpy chosen(view.get(), &SourceListView::selectionChangedByUser);
-    addUnreadArticles(quiet, 3);
-    addUnreadArticles(deep, 2);
+    addArticles(quiet, 3);
+    addArticles(deep, 2);
     loose->setState(Feed::Downloading);
     library.add(std::make_shared<Feed>(), root, 0);
     model->reloadData();
@@ -227,7 +216,7 @@ TEST_F(SourceListWidget, RowsOfEitherIconSizeAreRenamedBesideTheIconAfterF2OrACl
 
 TEST_F(SourceListWidget, OnlyRowsWithUnreadArticlesShowABadgeDownloadsSpinAndFailedFeedsAreMarked)
 {
-    addUnreadArticles(loose, 7);
+    addArticles(loose, 7);
     model->reloadData();
     show();
     const QImage withBadge = rowImage(loose);

@@ -18,3 +18,14 @@ FeedPtr makeFeed(FeedLibrary &library, const QString &title, const TreeNodePtr &
     library.add(feed, parent, parent->childCount());
     return feed;
 }
+
+void addArticles(const FeedPtr &feed, int count, int state)
+{
+    for (int i = 0; i < count; ++i) {
+        auto article = std::make_shared<Article>();
+        article->setState(state);
+        article->setParent(feed);
+        feed->TreeNode::addChild(article, feed->childCount());
+    }
+    feed->updateUnreadCount();
+}

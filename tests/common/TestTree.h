@@ -7,3 +7,5 @@
 FolderPtr makeFolder(FeedLibrary &library, const QString &title, const TreeNodePtr &into = nullptr);
 // With an address on example.org named after the title.
 FeedPtr makeFeed(FeedLibrary &library, const QString &title, const TreeNodePtr &into = nullptr);
+// Articles of the state, in memory only, appended to the feed, whose unread count is brought up to date.
+void addArticles(const FeedPtr &feed, int count, int state = Article::Unread);

@@ -12,15 +12,6 @@
 
 namespace {
 
-void addArticle(const FeedPtr &feed, int state)
-{
-    auto article = std::make_shared<Article>();
-    article->setState(state);
-    article->setParent(feed);
-    feed->TreeNode::addChild(article, feed->childCount());
-    feed->updateUnreadCount();
-}
-
 // root: Tech [Sub [Deep], Alpha, Beta], Loose, Vault (locked) [Secret]
 class SourceList : public ::testing::Test
 {
@@ -83,7 +74,7 @@ TEST_F(SourceList, TopLevelRowsAreTheRootsChildrenAndFeedsHaveNoRowsBeneathThem)
     EXPECT_EQ(model->itemForIndex(deepRow), deep);
     EXPECT_EQ(model->itemForIndex(model->parent(deepRow)), sub);
 
-    addArticle(alpha, Article::Unread);
+    addArticles(alpha, 1, Article::Unread);
     const QModelIndex alphaRow = model->indexForItem(alpha);
     EXPECT_EQ(alphaRow.row(), 1);
     EXPECT_EQ(model->rowCount(alphaRow), 0) << "articles are not rows of the source list";
@@ -102,10 +93,10 @@ TEST_F(SourceList, TopLevelRowsAreTheRootsChildrenAndFeedsHaveNoRowsBeneathThem)
 
 TEST_F(SourceList, RowsCarryTitleIconBadgesAndTheDownloadIndicator)
 {
-    addArticle(alpha, Article::Unread);
-    addArticle(alpha, Article::New);
-    addArticle(alpha, Article::Read);
-    addArticle(beta, Article::Unread);
+    addArticles(alpha, 1, Article::Unread);
+    addArticles(alpha, 1, Article::New);
+    addArticles(alpha, 1, Article::Read);
+    addArticles(beta, 1, Article::Unread);
     alpha->setState(Feed::Downloading);
 
     const QModelIndex alphaRow = model->indexForItem(alpha);
@@ -299,7 +290,7 @@ TEST_F(SourceList, ARefreshAnnouncesOnlyTheRowsThatCameWentMovedOrChangedAndNeve
     makeFeed(library, "Gamma", tech);
     makeFeed(library, "Delta", tech);
     library.add(vault, root, 0);
-    addArticle(alpha, Article::Unread);
+    addArticles(alpha, 1, Article::Unread);
     EXPECT_EQ(model->rowCount(), 3);
     EXPECT_EQ(model->itemForIndex(model->index(1, 0)), loose);
 
@@ -316,7 +307,7 @@ TEST_F(SourceList, ARefreshAnnouncesOnlyTheRowsThatCameWentMovedOrChangedAndNeve
 
     // One feed's download: its row and the folders above it, nothing else.
     beta->setState(Feed::Downloading);
-    addArticle(beta, Article::New);
+    addArticles(beta, 1, Article::New);
     model->reloadItem(beta);
     EXPECT_EQ(said.join(", ").toStdString(), "changed Beta-Beta count, changed Tech-Tech count");
     EXPECT_TRUE(model->isAnyRowDownloading());

@@ -26,35 +26,35 @@ const Mark unmarkedUtf16[] = {
     {"\0<\0?", 4, "UTF-16BE"},
 };
 
-const Mark *markOf(const QByteArray &bytes)
+const Mark *firstMark(const QByteArray &bytes, const auto &marks)
 {
-    for (const Mark &mark : byteOrderMarks) {
+    for (const Mark &mark : marks) {
         if (bytes.startsWith(QByteArrayView(mark.bytes, mark.length)))
             return &mark;
     }
     return nullptr;
 }
 
-const Mark *utf16Without(const QByteArray &bytes)
+// What the text before the first "?>" names as its encoding; empty when it names none.
+QString declaredEncoding(const QString &text)
 {
-    for (const Mark &mark : unmarkedUtf16) {
-        if (bytes.startsWith(QByteArrayView(mark.bytes, mark.length)))
-            return &mark;
-    }
-    return nullptr;
+    const qsizetype end = text.indexOf(QLatin1String("?>"));
+    if (end < 0)
+        return {};
+    const QString declaration = text.first(end);
+    if (!declaration.contains(QLatin1String("encoding")))
+        return {};
+    return TagScanner::valueForProperty(declaration, QStringLiteral("encoding"));
 }
 
 // The encoding named by the first processing instruction, read straight from bytes of an
-// ASCII-compatible document.
+// ASCII-compatible document without turning the rest of it into text.
 QByteArray declaredInBytes(const QByteArray &bytes)
 {
     const qsizetype end = bytes.indexOf("?>");
     if (end < 0)
         return {};
-    const QString declaration = QString::fromLatin1(bytes.first(end));
-    if (!declaration.contains(QLatin1String("encoding")))
-        return {};
-    return TagScanner::valueForProperty(declaration, QStringLiteral("encoding")).toLatin1();
+    return declaredEncoding(QString::fromLatin1(bytes.first(end + 2))).toLatin1();
 }
 
 // Whether the bytes are UTF-8 as the standard has it (no overlong forms, no surrogates, nothing past
@@ -108,9 +108,9 @@ bool isValidUtf8(const QByteArray &bytes)
 
 DocumentDecoder::Decoded DocumentDecoder::decode(const QByteArray &bytes, const QString &servedEncoding)
 {
-    if (const Mark *mark = markOf(bytes))
+    if (const Mark *mark = firstMark(bytes, byteOrderMarks))
         return decodeMarked(bytes, QString::fromLatin1(mark->encoding), mark->length);
-    if (const Mark *mark = utf16Without(bytes))
+    if (const Mark *mark = firstMark(bytes, unmarkedUtf16))
         return decodeMarked(bytes, QString::fromLatin1(mark->encoding), 0);
 
     const bool validUtf8 = isValidUtf8(bytes);
@@ -138,7 +138,7 @@ DocumentDecoder::Decoded DocumentDecoder::decode(const QByteArray &bytes, const 
 
 QByteArray DocumentDecoder::utf8(const QByteArray &bytes, const QString &servedEncoding)
 {
-    const bool plain = !markOf(bytes) && !utf16Without(bytes);
+    const bool plain = !firstMark(bytes, byteOrderMarks) && !firstMark(bytes, unmarkedUtf16);
     if (plain && isValidUtf8(bytes)) {
         const QByteArray declared = declaredInBytes(bytes);
         const bool servedFits = servedEncoding.isEmpty() || isUtf8Name(servedEncoding);
@@ -181,18 +181,6 @@ std::optional<QString> DocumentDecoder::leniently(const QByteArray &bytes, const
     if (isLatin1Name(name))
         return strictly(bytes, name, false);
     return TextDecoder::decodeLeniently(bytes, name);
-}
-
-// What the text before the first "?>" names as its encoding; empty when it names none.
-QString DocumentDecoder::declaredEncoding(const QString &text)
-{
-    const qsizetype end = text.indexOf(QLatin1String("?>"));
-    if (end < 0)
-        return {};
-    const QString declaration = text.first(end);
-    if (!declaration.contains(QLatin1String("encoding")))
-        return {};
-    return TagScanner::valueForProperty(declaration, QStringLiteral("encoding"));
 }
 
 bool DocumentDecoder::isUtf8Name(const QString &name)

@@ -31,7 +31,6 @@ private:
     static Decoded decodeMarked(const QByteArray &bytes, const QString &marked, qsizetype markLength);
     static std::optional<QString> strictly(const QByteArray &bytes, const QString &name, bool validUtf8);
     static std::optional<QString> leniently(const QByteArray &bytes, const QString &name);
-    static QString declaredEncoding(const QString &text);
     static bool isUtf8Name(const QString &name);
     static bool isLatin1Name(const QString &name);
 };

@@ -1,7 +1,7 @@
 #include "reading/HTMLSanitiser.h"
 
 #include "reading/OutsideAddress.h"
-#include "reading/SilencedLibxmlErrors.h"
+#include "reading/UntrustedHtml.h"
 
 #include <QStringList>
 #include <libxml/HTMLparser.h>
@@ -428,15 +428,11 @@ QString HTMLSanitiser::sanitised(const QString &html, const Options &options)
     const QByteArray bytes = QByteArrayLiteral("<html><body>") + text.toUtf8();
     if (bytes.size() > std::numeric_limits<int>::max())
         return html.toHtmlEscaped();
-    const SilencedLibxmlErrors silence;
-    htmlDocPtr document =
-        htmlReadMemory(bytes.constData(), int(bytes.size()), nullptr, "UTF-8",
-                       HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET);
+    const UntrustedHtml::Document document = UntrustedHtml::read(bytes);
     if (!document)
         return html.toHtmlEscaped();
     Writer writer(options, html.size());
-    walk(document, writer);
-    xmlFreeDoc(document);
+    walk(document.get(), writer);
     return writer.result();
 }
 

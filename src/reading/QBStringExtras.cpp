@@ -2,7 +2,7 @@
 
 #include "platform/Log.h"
 #include "reading/HTMLSanitiser.h"
-#include "reading/SilencedLibxmlErrors.h"
+#include "reading/UntrustedHtml.h"
 
 #include <QHash>
 #include <libxml/HTMLparser.h>
@@ -73,15 +73,10 @@ QString QBStringExtras::removeTags(const QString &html)
         Log::write(QStringLiteral("-[QBStringExtras removeTags] text too long to read as HTML"));
         return html;
     }
-    const SilencedLibxmlErrors silence;
-    htmlDocPtr document =
-        htmlReadMemory(bytes.constData(), int(bytes.size()), nullptr, "UTF-8",
-                       HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET);
+    const UntrustedHtml::Document document = UntrustedHtml::read(bytes);
     if (!document)
         return html.isNull() ? QString() : QStringLiteral("");
-    const QString text = textContent(document);
-    xmlFreeDoc(document);
-    return text;
+    return textContent(document.get());
 }
 
 QString QBStringExtras::stringByReplacingEntities(const QString &text)

@@ -563,13 +563,9 @@ void ApplicationController::siteIconPageArrived(const Downloader &page, const Fe
 {
     if (page.state() != Downloader::DownloadStateDone)
         return;
-    QString contentType;
-    const QMap<QString, QString> headers = page.responseHeaders();
-    for (auto it = headers.cbegin(); it != headers.cend(); ++it)
-        if (it.key().compare(QLatin1String("Content-Type"), Qt::CaseInsensitive) == 0)
-            contentType = it.value();
     // A page that names no character set is read as UTF-8, as most of the web is written.
-    const bool declared = contentType.contains(QLatin1String("charset="), Qt::CaseInsensitive);
+    const bool declared = page.responseHeader(QStringLiteral("Content-Type"))
+                              .contains(QLatin1String("charset="), Qt::CaseInsensitive);
     const QString html =
         TextDecoder::decode(page.receivedData(), declared ? page.encoding() : QStringLiteral("UTF-8"))
             .value_or(QString::fromUtf8(page.receivedData()));

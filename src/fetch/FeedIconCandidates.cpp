@@ -1,21 +1,16 @@
 #include "fetch/FeedIconCandidates.h"
 
 #include "fetch/Downloader.h"
+#include "reading/OutsideAddress.h"
 
 namespace {
-
-bool isWebAddress(const QUrl &url)
-{
-    const QString scheme = url.scheme().toLower();
-    return (scheme == u"http" || scheme == u"https") && !url.host().isEmpty();
-}
 
 // A site on the feed's own host is asked on the feed's own scheme and port: a site address guessed from
 // the host alone (a subscription list without home pages) has lost both.
 bool onFeedHost(const Feed &feed)
 {
-    return isWebAddress(feed.feed()) &&
-           (!isWebAddress(feed.link()) ||
+    return OutsideAddress::isWebPage(feed.feed()) &&
+           (!OutsideAddress::isWebPage(feed.link()) ||
             feed.link().host().compare(feed.feed().host(), Qt::CaseInsensitive) == 0);
 }
 
@@ -24,7 +19,7 @@ bool onFeedHost(const Feed &feed)
 QUrl FeedIconCandidates::siteOrigin(const Feed &feed)
 {
     const QUrl site = onFeedHost(feed) ? feed.feed() : feed.link();
-    if (!isWebAddress(site))
+    if (!OutsideAddress::isWebPage(site))
         return {};
     QUrl origin;
     origin.setScheme(site.scheme().toLower());
@@ -50,7 +45,7 @@ QUrl FeedIconCandidates::url(const Feed &feed, int candidate)
         address.setPath(QStringLiteral("/favicon.ico"));
         return address;
     case HomePage:
-        if (!isWebAddress(feed.link())) {
+        if (!OutsideAddress::isWebPage(feed.link())) {
             address.setPath(QStringLiteral("/"));
             return address;
         }

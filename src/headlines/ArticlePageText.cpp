@@ -1,6 +1,7 @@
 #include "headlines/ArticlePageText.h"
 
 #include "model/Feed.h"
+#include "reading/FeedReaderSupport.h"
 #include "reading/HTMLSanitiser.h"
 
 namespace {
@@ -51,7 +52,7 @@ QString ArticlePageText::summary(Article &article, bool holdRemotePictures)
 QUrl ArticlePageText::baseAddress(Article &article)
 {
     const QUrl link = article.link();
-    if (link.scheme() == QLatin1String("http") || link.scheme() == QLatin1String("https"))
+    if (FeedReaderSupport::isWebAddress(link))
         return link;
     const std::shared_ptr<Feed> feed = article.source();
     return feed ? feed->link() : QUrl();

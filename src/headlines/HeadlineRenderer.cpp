@@ -355,8 +355,7 @@ QString HeadlineRenderer::authorLink(const QBPerson &author) const
         return found->isEmpty() ? QStringLiteral("\n") : QStringLiteral("<a href=\"") + *found + icon;
     }
     const QUrl web = author.URI();
-    const QString scheme = web.scheme();
-    if ((scheme == QLatin1String("http") || scheme == QLatin1String("https")) && !web.host().isEmpty())
+    if (OutsideAddress::isWebPage(web))
         return QStringLiteral("<a href=\"") + web.toString(QUrl::FullyEncoded).toHtmlEscaped() + icon;
     return QStringLiteral("\n");
 }

@@ -122,9 +122,7 @@ class Writer
 public:
     Writer(const HTMLSanitiser::Options &options, qsizetype sizeHint) : m_options(options)
     {
-        const QString scheme = options.base.scheme().toLower();
-        m_webBase = (scheme == QLatin1String("http") || scheme == QLatin1String("https")) &&
-                    !options.base.host().isEmpty();
+        m_webBase = OutsideAddress::isWebPage(options.base);
         m_out.reserve(sizeHint);
     }
 

@@ -35,6 +35,12 @@ QUrl OutsideAddress::admitted(const QUrl &url)
     return webScheme && !url.host().isEmpty() ? url : QUrl();
 }
 
+bool OutsideAddress::isWebPage(const QUrl &url)
+{
+    return (url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https")) &&
+           !url.host().isEmpty();
+}
+
 QUrl OutsideAddress::cleanedMailto(const QUrl &url)
 {
     if (url.scheme().compare(QLatin1String("mailto"), Qt::CaseInsensitive) != 0)

@@ -1,5 +1,6 @@
 #include "cli/AddCommand.h"
 
+#include "cli/CommandWait.h"
 #include "cli/Console.h"
 #include "cli/ExitStatus.h"
 #include "cli/LibraryLoader.h"
@@ -8,10 +9,6 @@
 #include "fetch/FeedUpdater.h"
 #include "model/FeedLibrary.h"
 #include "platform/NotificationCenter.h"
-
-#include <QDeadlineTimer>
-#include <QEventLoop>
-#include <QTimer>
 
 namespace {
 
@@ -23,20 +20,6 @@ TreeNodePtr folderTitled(FeedLibrary &library, const QString &title)
             return folder;
     }
     return {};
-}
-
-// Runs the event loop until the condition holds or the deadline passes.
-void runUntil(const std::function<bool()> &done, QDeadlineTimer deadline = QDeadlineTimer::Forever)
-{
-    QEventLoop loop;
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if (done() || deadline.hasExpired())
-            loop.quit();
-    });
-    poll.start(20);
-    if (!done())
-        loop.exec();
 }
 
 } // namespace
@@ -67,11 +50,12 @@ int AddCommand::run() const
         controller.setFolder(folder);
         controller.setAddress(m_address);
         if (controller.doAddFeed())
-            runUntil([&] { return !controller.download(); });
+            CommandWait::until([&] { return !controller.download(); });
         added = controller.state() == AddFeedController::Accepted ? controller.addedFeed() : FeedPtr();
         reason = controller.failureReason();
         if (added)
-            runUntil([&] { return updater.isIdle(FeedUpdater::IconLane); }, QDeadlineTimer(iconWaitMs));
+            CommandWait::until([&] { return updater.isIdle(FeedUpdater::IconLane); },
+                               QDeadlineTimer(iconWaitMs));
     }
     if (!added) {
         Console::complain(

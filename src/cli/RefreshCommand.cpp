@@ -1,5 +1,6 @@
 #include "cli/RefreshCommand.h"
 
+#include "cli/CommandWait.h"
 #include "cli/Console.h"
 #include "cli/ExitStatus.h"
 #include "cli/LibraryLoader.h"
@@ -10,7 +11,6 @@
 #include "platform/NotificationCenter.h"
 
 #include <QEventLoop>
-#include <QTimer>
 #include <unistd.h>
 
 namespace {
@@ -76,14 +76,7 @@ int RefreshCommand::run() const
         NotificationCenter::defaultCenter().removeObserver(token);
         // Icons of feeds refreshed for the first time (or long ago) come along, within a bound; a search
         // cut short is taken up by the next refresh.
-        QTimer poll;
-        QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-            if (updater.isIdle(FeedUpdater::IconLane))
-                loop.quit();
-        });
-        poll.start(20);
-        QTimer::singleShot(iconWaitMs, &loop, &QEventLoop::quit);
-        loop.exec();
+        CommandWait::until([&] { return updater.isIdle(FeedUpdater::IconLane); }, QDeadlineTimer(iconWaitMs));
     }
     library.save();
     library.compactDatabase();
